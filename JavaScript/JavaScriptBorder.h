@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QObject>
+
+/**
+ * The border between scripts and the host's values, around the invokable methods of the classes
+ * that derive from it.
+ *
+ * When the engine calls an invokable method by its index, values cross in a form that both sides
+ * understand:
+ *  - a script's object or array reaches a QVariant parameter as a QVariantMap or a QVariantList,
+ *    never as a reference into the engine;
+ *  - a QJsonDocument in a QVariant result reaches the script as a plain object or array, a null
+ *    document as null.
+ *
+ * Calls from C++, QMetaObject::invokeMethod() included, do not pass here. The class has no meta
+ * data of its own, so that a derived class's meta-object starts with its own methods.
+ */
+class JavaScriptBorder : public QObject
+{
+public:
+    int qt_metacall(QMetaObject::Call call, int id, void **arguments) override;
+
+protected:
+    explicit JavaScriptBorder(QObject *parent);
+};

@@ -1,0 +1,38 @@
+#include "JavaScriptDependencyFileCache.h"
+
+#include "host/PropertyManagerConst.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QTextStream>
+
+JavaScriptDependencyFileCache::JavaScriptDependencyFileCache(const QString &projectPath)
+    : m_projectPath(projectPath)
+{
+}
+
+JavaScriptDependencyFileCache::~JavaScriptDependencyFileCache() = default;
+
+QString JavaScriptDependencyFileCache::getJavaScriptContent(const QString &fileName)
+{
+    auto content = m_fileContentCache.constFind(fileName);
+    if (content == m_fileContentCache.constEnd()) {
+        const QString filePath = PropertyManagerConst::getDependencyFolderPath(m_projectPath)
+            + QLatin1Char('/') + fileName;
+        content = m_fileContentCache.insert(fileName, readContentOfFile(filePath));
+    }
+    return *content;
+}
+
+QString JavaScriptDependencyFileCache::readContentOfFile(const QString &filePath) const
+{
+    QFile file(filePath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        qWarning() << "Can not open file:" << filePath;
+        return QString();
+    }
+    QTextStream stream(&file);
+    const QString content = stream.readAll();
+    file.close();
+    return content;
+}

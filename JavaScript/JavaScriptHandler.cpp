@@ -1,0 +1,171 @@
+#include "JavaScriptHandler.h"
+
+#include "JavaScript/JavaScriptRunObserver.h"
+
+#include <QDebug>
+#include <QJSValue>
+#include <QQmlEngine>
+
+JavaScriptHandler::JavaScriptHandler(JavaScriptApi &javaScriptApi, QObject *parent)
+    : QObject(parent)
+    , m_isEvaluated(false)
+    , m_isScriptEmpty(true)
+    , m_javaScriptApi(javaScriptApi)
+    , m_runObserver(nullptr)
+{
+    m_jsEngine.installExtensions(QJSEngine::ConsoleExtension);
+    // Otherwise the engine would own an API without a parent, and collect it.
+    QQmlEngine::setObjectOwnership(&m_javaScriptApi, QQmlEngine::CppOwnership);
+}
+
+JavaScriptHandler::~JavaScriptHandler()
+{
+    m_jsEngine.collectGarbage();
+}
+
+void JavaScriptHandler::initializeHandler(
+    ConfigurationAndProcessDataBase::BaseClassSharedPointer rootPointer, const QString &javaScript,
+    const QString &instanceUrl)
+{
+    initializeJavaScriptEngine(javaScript);
+    m_javaScriptApi.initializeJavaScriptApi(rootPointer, instanceUrl);
+}
+
+void JavaScriptHandler::initializeJavaScriptEngine(const QString &javaScript)
+{
+    if (javaScript.isEmpty()) {
+        return;
+    }
+    m_isScriptEmpty = false;
+    if (m_runObserver) {
+        m_runObserver->runBegins(QString(), QString());
+    }
+    const QJSValue result = m_jsEngine.evaluate(javaScript, QString(), 1);
+    const bool succeeded = !result.isError();
+    if (succeeded) {
+        m_isEvaluated = true;
+    } else {
+        const int line = result.property(QStringLiteral("lineNumber")).toInt();
+        const QString text = result.toString();
+        qWarning() << "Uncaught exception at line" << line << ":" << text;
+        if (m_runObserver) {
+            m_runObserver->exceptionThrown(line, text);
+        }
+    }
+    if (m_runObserver) {
+        m_runObserver->runEnded(succeeded, {});
+    }
+}
+
+bool JavaScriptHandler::callFunction(const QString &functionName, const QString &argument)
+{
+    m_javaScriptApi.deleteListOfErrors();
+
+    bool succeeded = m_isScriptEmpty;
+    if (!m_isScriptEmpty) {
+        if (m_runObserver) {
+            m_runObserver->runBegins(functionName, argument);
+        }
+        if (!m_isEvaluated) {
+            qWarning() << "The script is not evaluated.";
+        } else if (QJSValue function = m_jsEngine.globalObject().property(functionName);
+                   function.isError()) {
+            qWarning() << "No property:" << functionName;
+        } else if (!function.isCallable()) {
+            qWarning() << "Property is no function:" << functionName;
+        } else if (const QJSValue api = m_jsEngine.newQObject(&m_javaScriptApi); api.isError()) {
+            qWarning() << "Can not create object with JavaScriptApi.";
+        } else {
+            QJSValueList arguments{api};
+            if (!argument.isEmpty()) {
+                arguments.append(QJSValue(argument));
+            }
+            const QJSValue result = function.call(arguments);
+            if (result.isError()) {
+                const int line = result.property(QStringLiteral("lineNumber")).toInt();
+                const QString text = result.toString();
+                qWarning() << "Error on calling function" << functionName << argument;
+                qWarning() << "Uncaught exception at line" << line << ":" << text;
+                if (m_runObserver) {
+                    m_runObserver->exceptionThrown(line, text);
+                }
+            } else {
+                succeeded = !result.isBool() || result.toBool();
+            }
+        }
+        if (m_runObserver) {
+            m_runObserver->runEnded(succeeded, m_javaScriptApi.getListOfErrors());
+        }
+    }
+
+    if (m_javaScriptApi.hasInstanceChanged()) {
+        Q_EMIT parametersChanged(m_javaScriptApi.getChangedLocalUrls());
+        m_javaScriptApi.deleteChangedLocalUrls();
+    }
+    return succeeded;
+}
+
+bool JavaScriptHandler::callFunctionOnOpen()
+{
+    return callFunction(QStringLiteral("onOpen"), QString());
+}
+
+bool JavaScriptHandler::callFunctionOnOk()
+{
+    return callFunction(QStringLiteral("onOk"), QString());
+}
+
+bool JavaScriptHandler::callFunctionOnValueChanged(const QString &argument)
+{
+    return callFunction(QStringLiteral("onValueChange"), argument);
+}
+
+bool JavaScriptHandler::callFunctionOnSave(const QString &argument)
+{
+    return callFunction(QStringLiteral("onSave"), argument);
+}
+
+bool JavaScriptHandler::hasInstanceChanged() const
+{
+    return m_javaScriptApi.hasInstanceChanged();
+}
+
+QStringList JavaScriptHandler::getChangedLocalUrls() const
+{
+    return m_javaScriptApi.getChangedLocalUrls();
+}
+
+QStringList JavaScriptHandler::getChangedExternalConfigAbsoluteUrls() const
+{
+    return m_javaScriptApi.getChangedExternalConfigIAbsoluteUrls();
+}
+
+QStringList JavaScriptHandler::getChangedExternalProcessAbsoluteUrls() const
+{
+    return m_javaScriptApi.getChangedExternalProcessAbsoluteUrls();
+}
+
+void JavaScriptHandler::saveChangedFiles()
+{
+    m_javaScriptApi.saveChangedFiles();
+}
+
+QList<JavaScriptApi::ErrorMessage> JavaScriptHandler::getErrorMesageList()
+{
+    const QList<JavaScriptApi::ErrorMessage> errors = m_javaScriptApi.getListOfErrors();
+    m_javaScriptApi.deleteListOfErrors();
+    return errors;
+}
+
+void JavaScriptHandler::resetState()
+{
+    m_isEvaluated = false;
+    m_isScriptEmpty = true;
+    m_javaScriptApi.resetState();
+    m_jsEngine.collectGarbage();
+}
+
+void JavaScriptHandler::setRunObserver(JavaScriptRunObserver *observer)
+{
+    m_runObserver = observer;
+}

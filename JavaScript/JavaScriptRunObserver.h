@@ -1,0 +1,47 @@
+#pragma once
+
+#include "JavaScript/JavaScriptApi.h"
+
+#include <QList>
+#include <QString>
+#include <QtGlobal>
+
+/**
+ * Watches the scripts that a JavaScriptHandler runs.
+ *
+ * A run is one evaluation of a script's text or one call of an event function. Runs do not nest.
+ * All operations are called on the handler's thread, in the middle of its work: they must not call
+ * the handler, nor destroy it. An observer changes nothing that the handler does.
+ */
+class JavaScriptRunObserver
+{
+public:
+    JavaScriptRunObserver() = default;
+    virtual ~JavaScriptRunObserver() = default;
+
+    /**
+     * A run begins.
+     * @param functionName the event function; empty for the evaluation of the script's text
+     * @param argument what the function receives after the API object; empty for none
+     */
+    virtual void runBegins(const QString &functionName, const QString &argument) = 0;
+
+    /**
+     * The run that began last threw an Error, or its text could not be compiled. Comes before
+     * runEnded().
+     * @param line line in the script's text, from 1; 0 when the engine knows none
+     * @param text the exception as text
+     */
+    virtual void exceptionThrown(int line, const QString &text) = 0;
+
+    /**
+     * The run that began last has ended.
+     * @param succeeded whether the text was evaluated; for a function, the result of the call
+     * @param errors what the function reported with setError(), in the order of its calls; empty
+     *        for the evaluation of the script's text
+     */
+    virtual void runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors) = 0;
+
+private:
+    Q_DISABLE_COPY(JavaScriptRunObserver)
+};

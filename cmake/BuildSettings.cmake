@@ -1,0 +1,15 @@
+# How the project's own code is compiled; nothing of it reaches those who link to the library.
+add_library(BuildSettings INTERFACE)
+target_compile_definitions(BuildSettings INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_KEYWORDS
+    QT_NO_FOREACH
+    QT_DEPRECATED_WARNINGS
+    # Warnings name their function in release builds, too.
+    QT_MESSAGELOGCONTEXT)
+
+option(CONFIGSCRIPT_STRICT "Compile with many warnings, each of them an error" OFF)
+if(CONFIGSCRIPT_STRICT)
+    target_compile_options(BuildSettings INTERFACE -Wall -Wextra -Wpedantic -Werror)
+endif()

@@ -1,0 +1,11 @@
+#include "host/ConfigurationAndProcessDataDefinitions.h"
+
+QString ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern()
+{
+    return QStringLiteral("dependencyFileExtern");
+}
+
+QString ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()
+{
+    return QStringLiteral("config");
+}

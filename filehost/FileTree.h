@@ -1,0 +1,55 @@
+#pragma once
+
+#include "filehost/JsonText.h"
+
+#include <QSharedPointer>
+#include <QString>
+
+class FileTreeNode;
+
+/**
+ * A tree's file as it was read: what the nodes of the tree share.
+ *
+ * The format of a tree: one JSON object for each node, with the optional members "properties" (an
+ * object: key to value), "readOnly" (an array of keys that cannot be written) and "children" (an
+ * object: name to node). Other members are kept and not looked at.
+ */
+class FileTree
+{
+public:
+    /// Larger files are refused, in bytes.
+    static constexpr qint64 maximumFileSize = 32 * 1024 * 1024;
+
+    enum class Kind { Configuration, Process };
+
+    /// What the tree is, for those who watch it.
+    struct Identity
+    {
+        QString filePath;
+        QString instance;
+        Kind kind = Kind::Configuration;
+    };
+
+    /// The tree in the file that @p identity names. Null when there is no such file, and null with
+    /// @p error set when it holds no tree.
+    static QSharedPointer<FileTreeNode> read(const Identity &identity, Diagnostic &error);
+
+    /// The tree that @p text holds; null, with @p error set but for its file, when it holds none.
+    static QSharedPointer<FileTreeNode> parse(const QByteArray &text, const Identity &identity,
+                                              Diagnostic &error);
+
+    const JsonText &json() const
+    {
+        return m_json;
+    }
+    const Identity &identity() const
+    {
+        return m_identity;
+    }
+
+private:
+    FileTree(const JsonText &json, const Identity &identity);
+
+    JsonText m_json;
+    Identity m_identity;
+};

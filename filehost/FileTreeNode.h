@@ -1,0 +1,75 @@
+#pragma once
+
+#include "filehost/FileTree.h"
+#include "host/ConfigurationAndProcessDataBase.h"
+
+#include <QEnableSharedFromThis>
+#include <QHash>
+#include <QSet>
+#include <QStringList>
+
+class JsonEdit;
+
+/**
+ * A node of a tree that was read from a file.
+ *
+ * Values are held in the form that JsonText::value() gives them. The node knows which of its
+ * properties were changed since the file was read.
+ */
+class FileTreeNode : public ConfigurationAndProcessDataBase,
+                     public QEnableSharedFromThis<FileTreeNode>
+{
+public:
+    /// Child names joined by "/".
+    BaseClassSharedPointer getNode(const QString &relUrl) const override;
+    bool isUrlValid(const QString &relUrl) const override;
+
+    QVariant getProperty(const QString &propertyKey) const override;
+    bool hasProperty(const QString &propertyKey) const override;
+
+    /// @return 0: written; 1: equal already; 2: the property is read-only; 3: the value has no JSON
+    ///         form
+    int setProperty(const QString &propertyKey, const QVariant &value) override;
+
+    /// Adds nothing, with a warning, when the property is read-only or the value has no JSON form.
+    void addProperty(const QString &propertyKey, const QVariant &value) override;
+
+    QHash<QString, BaseClassSharedPointer> getChildMap() const override;
+
+    QStringList propertyKeys() const; ///< in the file's order, added ones last
+    QStringList childNames() const; ///< in the file's order
+    bool isReadOnly(const QString &propertyKey) const;
+
+    /// The relative URL of the node from its tree's root.
+    QString path() const;
+
+    const FileTree &tree() const
+    {
+        return *m_tree;
+    }
+
+    /// The JSON text of the node and all below it: the file's own, but for the values changed. Of
+    /// the root, the whole file.
+    QByteArray text() const;
+
+private:
+    friend class FileTreeBuilder;
+
+    struct Property
+    {
+        QVariant value;
+        int element = -1; ///< the value in the tree's text; -1 when it was added
+        bool isChanged = false;
+    };
+
+    const FileTreeNode *find(const QString &relUrl) const;
+    QStringList keysOf(const QString &member) const;
+    void collectEdits(JsonEdit &edit) const;
+
+    QSharedPointer<const FileTree> m_tree;
+    QHash<QString, Property> m_properties;
+    QStringList m_addedKeys;
+    QSet<QString> m_readOnlyKeys;
+    QHash<QString, QSharedPointer<FileTreeNode>> m_children;
+    int m_element = 0; ///< the node in the tree's text
+};

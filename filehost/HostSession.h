@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+#include <QVariant>
+#include <QtGlobal>
+
+class TreeObserver;
+
+/**
+ * What the host's static operations and the objects that the library makes for itself work with,
+ * beside the files. At most one at a time; it is in use from its construction to its destruction.
+ * Without one, there are no units, nobody watches, and files are written.
+ *
+ * Made and used on the thread that uses the library.
+ */
+class HostSession
+{
+public:
+    enum class Writing { Files, Nothing };
+
+    /**
+     * @param units the texts of units: unit to language to text
+     * @param writing with Nothing, storing a tree succeeds without touching its file
+     */
+    explicit HostSession(const QHash<QString, QVariantMap> &units,
+                         Writing writing = Writing::Files);
+    ~HostSession();
+
+    /// @param observer not owned; null for none
+    void setObserver(TreeObserver *observer);
+
+    static QHash<QString, QVariantMap> units();
+    static TreeObserver *observer()
+    {
+        return s_current ? s_current->m_observer : nullptr;
+    }
+    static bool writesFiles();
+
+private:
+    Q_DISABLE_COPY(HostSession)
+
+    static HostSession *s_current;
+
+    QHash<QString, QVariantMap> m_units;
+    Writing m_writing;
+    TreeObserver *m_observer = nullptr;
+};

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "filehost/JsonText.h"
+
+/// Finds the elements of one JSON text. Works without recursion.
+class JsonParser
+{
+public:
+    explicit JsonParser(const QByteArray &text);
+
+    JsonText parse(Diagnostic &error);
+
+private:
+    enum class Expecting { Value, FirstElementOrEnd, FirstKeyOrEnd, Key, CommaOrEnd };
+
+    bool checkEncoding();
+    bool parseElements();
+    bool parseValue();
+    bool parseString();
+    bool parseNumber();
+    bool parseLiteral(const char *literal, JsonText::Type type);
+    bool parseKey();
+    bool parseCommaOrEnd();
+    void appendScalar(int begin, JsonText::Type type);
+    bool open(JsonText::Type type);
+    bool close();
+    bool checkKeysDiffer(int objectIndex);
+    void skipWhitespace();
+    bool fail(int offset, const QString &message);
+    bool failExpected(const QString &expected);
+    QString found() const;
+    char current() const
+    {
+        return m_offset < m_size ? m_begin[m_offset] : '\0';
+    }
+    bool insideObject() const;
+
+    JsonText m_json;
+    const char *m_begin;
+    int m_size;
+    int m_offset = 0;
+    Expecting m_expecting = Expecting::Value;
+    QVector<int> m_open; ///< indices of the arrays and objects that are not closed yet
+    Diagnostic m_error;
+};

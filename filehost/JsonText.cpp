@@ -1,0 +1,152 @@
+#include "JsonText.h"
+
+#include "filehost/JsonParser.h"
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+QVariant integerValue(qlonglong number)
+{
+    if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
+        return int(number);
+    }
+    return number;
+}
+
+} // namespace
+
+JsonText JsonText::parse(const QByteArray &text, Diagnostic &error)
+{
+    return JsonParser(text).parse(error);
+}
+
+QByteArray JsonText::rawText(int index) const
+{
+    const Element &element = m_elements.at(index);
+    return m_text.mid(element.begin, element.end - element.begin);
+}
+
+int JsonText::member(int index, const QString &key) const
+{
+    for (int i = firstChild(index); i < m_elements.at(index).next;) {
+        const int valueIndex = i + 1;
+        if (string(i) == key) {
+            return valueIndex;
+        }
+        i = m_elements.at(valueIndex).next;
+    }
+    return -1;
+}
+
+QString JsonText::string(int index) const
+{
+    const Element &element = m_elements.at(index);
+    const char *character = m_text.constData() + element.begin + 1;
+    const char *end = m_text.constData() + element.end - 1;
+
+    QString result;
+    while (character < end) {
+        const char *plain = character;
+        while (character < end && *character != '\\') {
+            ++character;
+        }
+        result += QString::fromUtf8(plain, int(character - plain));
+        if (character == end) {
+            break;
+        }
+        ++character;
+        switch (*character++) {
+        case 'b':
+            result += QLatin1Char('\b');
+            break;
+        case 'f':
+            result += QLatin1Char('\f');
+            break;
+        case 'n':
+            result += QLatin1Char('\n');
+            break;
+        case 'r':
+            result += QLatin1Char('\r');
+            break;
+        case 't':
+            result += QLatin1Char('\t');
+            break;
+        case 'u':
+            result += QChar(QByteArray::fromRawData(character, 4).toUShort(nullptr, 16));
+            character += 4;
+            break;
+        default:
+            result += QLatin1Char(character[-1]);
+        }
+    }
+    return result;
+}
+
+QVariant JsonText::value(int index) const
+{
+    const Element &element = m_elements.at(index);
+    switch (element.type) {
+    case Type::Null:
+        return QVariant::fromValue(nullptr);
+    case Type::True:
+        return true;
+    case Type::False:
+        return false;
+    case Type::String:
+        return string(index);
+    case Type::Number: {
+        const QByteArray digits = rawText(index);
+        bool isInteger = false;
+        const qlonglong integer = digits.toLongLong(&isInteger);
+        if (isInteger && !(integer == 0 && digits.startsWith('-'))) {
+            return integerValue(integer);
+        }
+        return numberValue(digits.toDouble());
+    }
+    case Type::Array: {
+        QVariantList list;
+        for (int i = firstChild(index); i < element.next; i = m_elements.at(i).next) {
+            list.append(value(i));
+        }
+        return list;
+    }
+    case Type::Object: {
+        QVariantMap map;
+        for (int i = firstChild(index); i < element.next; i = m_elements.at(i + 1).next) {
+            map.insert(string(i), value(i + 1));
+        }
+        return map;
+    }
+    }
+    return QVariant();
+}
+
+QVariant JsonText::numberValue(double number)
+{
+    constexpr double exactIntegers = 9007199254740992.0; // 2^53
+    const bool isNegativeZero = number == 0 && std::signbit(number);
+    if (std::trunc(number) == number && std::fabs(number) <= exactIntegers && !isNegativeZero) {
+        return integerValue(qlonglong(number));
+    }
+    return number;
+}
+
+Diagnostic JsonText::placeOf(int offset, const QString &message) const
+{
+    int line = 1;
+    int lineBegin = 0;
+    for (int i = m_text.indexOf('\n'); i >= 0 && i < offset; i = m_text.indexOf('\n', i + 1)) {
+        ++line;
+        lineBegin = i + 1;
+    }
+    int column = 1;
+    for (int i = lineBegin; i < offset; ++i) {
+        // Continuation bytes of UTF-8 belong to the character before them.
+        if ((uchar(m_text.at(i)) & 0xc0) != 0x80) {
+            ++column;
+        }
+    }
+    return {QString(), line, column, message};
+}

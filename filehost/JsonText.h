@@ -1,0 +1,94 @@
+#pragma once
+
+#include "filehost/Diagnostic.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+#include <QVector>
+
+/**
+ * A JSON text (RFC 8259) and where its values stand in it.
+ *
+ * The text is kept as it is, so that it can be changed at one place and stay the same everywhere
+ * else. Values are decoded on request. An element is known by its index, in the order of the text;
+ * 0 is the outermost value.
+ *
+ * Copies share the text.
+ */
+class JsonText
+{
+public:
+    enum class Type : quint8 { Object, Array, String, Number, True, False, Null };
+
+    struct Element
+    {
+        int begin; ///< offset of the first byte
+        int end; ///< offset behind the last byte
+        int next; ///< index behind the element and all that it contains
+        Type type;
+    };
+
+    /// Deeper nesting is refused.
+    static constexpr int maximumDepth = 512;
+
+    JsonText() = default;
+
+    /**
+     * Refused are, besides what is no JSON: invalid UTF-8, members of one object with equal keys,
+     * numbers beyond the range of a double, nesting deeper than maximumDepth.
+     * @param error receives place and reason, not the file, when the result is null
+     */
+    static JsonText parse(const QByteArray &text, Diagnostic &error);
+
+    bool isNull() const
+    {
+        return m_elements.isEmpty();
+    }
+    const QByteArray &text() const
+    {
+        return m_text;
+    }
+    const Element &element(int index) const
+    {
+        return m_elements.at(index);
+    }
+    QByteArray rawText(int index) const;
+
+    /**
+     * The elements directly inside an array or object: for an object keys and values in turn.
+     * Walk them with: for (int i = firstChild(e); i < element(e).next; i = element(i).next)
+     */
+    int firstChild(int index) const
+    {
+        return index + 1;
+    }
+    bool isEmpty(int index) const
+    {
+        return m_elements.at(index).next == index + 1;
+    }
+
+    /// The value of the member @p key of the object @p index; -1 when there is none.
+    int member(int index, const QString &key) const;
+
+    /// The text of a string element, keys included.
+    QString string(int index) const;
+
+    /**
+     * The value as the tree holds it: null as std::nullptr_t, objects as QVariantMap, arrays as
+     * QVariantList, a number without fraction as int or qlonglong where it fits, else as double.
+     */
+    QVariant value(int index) const;
+
+    /// A number in the form that value() gives it.
+    static QVariant numberValue(double number);
+
+    /// Where a byte stands, for messages.
+    Diagnostic placeOf(int offset, const QString &message) const;
+
+private:
+    friend class JsonParser;
+
+    QByteArray m_text;
+    QVector<Element> m_elements;
+};

@@ -1,0 +1,245 @@
+#include "JsonValue.h"
+
+#include "filehost/JsonText.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace JsonValue {
+
+namespace {
+
+QVariant normalizedList(const QVariantList &list)
+{
+    QVariantList result;
+    result.reserve(list.size());
+    for (const QVariant &element : list) {
+        const QVariant value = normalized(element);
+        if (!value.isValid()) {
+            return QVariant();
+        }
+        result.append(value);
+    }
+    return result;
+}
+
+template <typename Map>
+QVariant normalizedMap(const Map &map)
+{
+    QVariantMap result;
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const QVariant value = normalized(it.value());
+        if (!value.isValid()) {
+            return QVariant();
+        }
+        result.insert(it.key(), value);
+    }
+    return result;
+}
+
+bool isInteger(int type)
+{
+    return type == QMetaType::Int || type == QMetaType::LongLong;
+}
+
+bool isNumber(int type)
+{
+    return isInteger(type) || type == QMetaType::Double;
+}
+
+bool areListsEqual(const QVariantList &left, const QVariantList &right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), areEqual);
+}
+
+bool areMapsEqual(const QVariantMap &left, const QVariantMap &right)
+{
+    if (left.size() != right.size()) {
+        return false;
+    }
+    for (auto l = left.cbegin(), r = right.cbegin(); l != left.cend(); ++l, ++r) {
+        if (l.key() != r.key() || !areEqual(l.value(), r.value())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+QVariant normalized(const QVariant &value)
+{
+    switch (value.userType()) {
+    case QMetaType::Nullptr:
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::QString:
+        return value;
+    case QMetaType::SChar:
+    case QMetaType::Char:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::LongLong: {
+        const qlonglong number = value.toLongLong();
+        if (number >= std::numeric_limits<int>::min()
+            && number <= std::numeric_limits<int>::max()) {
+            return int(number);
+        }
+        return number;
+    }
+    case QMetaType::ULong:
+    case QMetaType::ULongLong: {
+        const qulonglong number = value.toULongLong();
+        if (number <= qulonglong(std::numeric_limits<qlonglong>::max())) {
+            return normalized(qlonglong(number));
+        }
+        return double(number);
+    }
+    case QMetaType::Float:
+    case QMetaType::Double: {
+        const double number = value.toDouble();
+        return std::isfinite(number) ? JsonText::numberValue(number) : QVariant();
+    }
+    case QMetaType::QDateTime: {
+        const QDateTime dateTime = value.toDateTime().toUTC();
+        return dateTime.isValid() ? QVariant(dateTime.toString(Qt::ISODateWithMs)) : QVariant();
+    }
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList:
+        return normalizedList(value.toList());
+    case QMetaType::QVariantMap:
+        return normalizedMap(value.toMap());
+    case QMetaType::QVariantHash:
+        return normalizedMap(value.toHash());
+    case QMetaType::QJsonValue:
+        return normalized(value.toJsonValue().toVariant());
+    case QMetaType::QJsonObject:
+        return normalizedMap(value.toJsonObject().toVariantMap());
+    case QMetaType::QJsonArray:
+        return normalizedList(value.toJsonArray().toVariantList());
+    case QMetaType::QJsonDocument:
+        return normalized(value.toJsonDocument().toVariant());
+    default:
+        return QVariant();
+    }
+}
+
+bool areEqual(const QVariant &left, const QVariant &right)
+{
+    const int leftType = left.userType();
+    const int rightType = right.userType();
+    if (isNumber(leftType) && isNumber(rightType)) {
+        return isInteger(leftType) && isInteger(rightType) ? left.toLongLong() == right.toLongLong()
+                                                           : left.toDouble() == right.toDouble();
+    }
+    if (leftType != rightType) {
+        return false;
+    }
+    switch (leftType) {
+    case QMetaType::Nullptr:
+        return true;
+    case QMetaType::QVariantList:
+        return areListsEqual(left.toList(), right.toList());
+    case QMetaType::QVariantMap:
+        return areMapsEqual(left.toMap(), right.toMap());
+    default:
+        return left == right;
+    }
+}
+
+QByteArray toText(const QVariant &value, Layout layout)
+{
+    const bool isSpaced = layout == Layout::Spaced;
+    switch (value.userType()) {
+    case QMetaType::Nullptr:
+        return QByteArrayLiteral("null");
+    case QMetaType::Bool:
+        return value.toBool() ? QByteArrayLiteral("true") : QByteArrayLiteral("false");
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+        return QByteArray::number(value.toLongLong());
+    case QMetaType::Double:
+        return QByteArray::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
+    case QMetaType::QVariantList: {
+        const QVariantList list = value.toList();
+        QByteArray text("[");
+        for (const QVariant &element : list) {
+            if (text.size() > 1) {
+                text += isSpaced ? ", " : ",";
+            }
+            text += toText(element, layout);
+        }
+        return text + ']';
+    }
+    case QMetaType::QVariantMap: {
+        const QVariantMap map = value.toMap();
+        if (map.isEmpty()) {
+            return QByteArrayLiteral("{}");
+        }
+        QByteArray text;
+        for (auto it = map.cbegin(); it != map.cend(); ++it) {
+            text += text.isEmpty() ? "" : isSpaced ? ", " : ",";
+            text += toText(it.key()) + (isSpaced ? ": " : ":") + toText(it.value(), layout);
+        }
+        return isSpaced ? "{ " + text + " }" : '{' + text + '}';
+    }
+    default:
+        return toText(value.toString());
+    }
+}
+
+QByteArray toText(const QString &string)
+{
+    QByteArray text("\"");
+    for (int i = 0; i < string.size(); ++i) {
+        const QChar character = string.at(i);
+        const bool isPair = character.isHighSurrogate() && i + 1 < string.size()
+            && string.at(i + 1).isLowSurrogate();
+        switch (character.unicode()) {
+        case '"':
+            text += "\\\"";
+            break;
+        case '\\':
+            text += "\\\\";
+            break;
+        case '\b':
+            text += "\\b";
+            break;
+        case '\f':
+            text += "\\f";
+            break;
+        case '\n':
+            text += "\\n";
+            break;
+        case '\r':
+            text += "\\r";
+            break;
+        case '\t':
+            text += "\\t";
+            break;
+        default:
+            if (isPair) {
+                text += string.midRef(i, 2).toUtf8();
+                ++i;
+            } else if (character.unicode() < 0x20 || character.isSurrogate()) {
+                // A surrogate on its own has no UTF-8 form.
+                text += "\\u" + QByteArray::number(character.unicode(), 16).rightJustified(4, '0');
+            } else {
+                text += QStringRef(&string, i, 1).toUtf8();
+            }
+        }
+    }
+    return text + '"';
+}
+
+} // namespace JsonValue

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+
+/// Values of JSON data as QVariants, in the form that JsonText::value() gives them.
+namespace JsonValue {
+
+/**
+ * @p value in that form: maps, lists, numbers and JSON values of any C++ type; a QDateTime as its
+ * ISO 8601 text in UTC. Invalid when @p value, or anything inside it, has no JSON form: invalid
+ * values, NaN, infinities, other types.
+ */
+QVariant normalized(const QVariant &value);
+
+/// Whether two normalized values are the same JSON value; numbers by value, whatever their type.
+bool areEqual(const QVariant &left, const QVariant &right);
+
+/// Layout of a text that is made anew: on one line, "{ "a": 1 }" or without any blanks "{"a":1}".
+enum class Layout { Spaced, Compact };
+
+/// The JSON text of a normalized value.
+QByteArray toText(const QVariant &value, Layout layout);
+
+/// A JSON string, quotes included.
+QByteArray toText(const QString &string);
+
+} // namespace JsonValue

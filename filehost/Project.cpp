@@ -1,0 +1,150 @@
+#include "Project.h"
+
+#include "filehost/FileTreeNode.h"
+#include "filehost/InstanceFile.h"
+#include "filehost/ProjectFile.h"
+#include "host/PropertyManagerConst.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+
+namespace {
+
+QDir treeFolder(const Project &project, FileTree::Kind kind)
+{
+    return kind == FileTree::Kind::Process
+        ? PropertyManagerConst::getProcessFolderPath(project.path())
+        : PropertyManagerConst::getConfigurationFolderPath(project.path());
+}
+
+} // namespace
+
+std::optional<Project> Project::open(const QString &folder, Diagnostic &error)
+{
+    const QFileInfo info(folder);
+    if (!info.isDir()) {
+        error = {folder, 0, 0,
+                 info.exists() ? QStringLiteral("expected a project folder, found a file")
+                               : QStringLiteral("no such project folder")};
+        return std::nullopt;
+    }
+    Project project;
+    project.m_path = QDir::cleanPath(info.absoluteFilePath());
+    if (!project.readProjectFile(error) || !project.readTexts(error) || !project.readUnits(error)
+        || !project.readProviders(error)) {
+        return std::nullopt;
+    }
+    return project;
+}
+
+QStringList Project::instances(FileTree::Kind kind) const
+{
+    const QString manifest = kind == FileTree::Kind::Configuration
+        ? PropertyManagerConst::getConfigurationManifestFilename()
+        : QString();
+    const QString suffix = QStringLiteral(".json");
+    const QDir folder = treeFolder(*this, kind);
+    QStringList instances;
+    QDirIterator files(folder.path(), {QLatin1Char('*') + suffix}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString fileName = folder.relativeFilePath(files.next());
+        if (fileName != manifest) {
+            instances.append(fileName.chopped(suffix.size()));
+        }
+    }
+    instances.sort();
+    return instances;
+}
+
+QString Project::treePath(FileTree::Kind kind, const QString &instance) const
+{
+    QString error;
+    return InstanceFile::path(treeFolder(*this, kind), instance, error);
+}
+
+QSharedPointer<FileTreeNode> Project::readTree(FileTree::Kind kind, const QString &instance,
+                                               Diagnostic &error) const
+{
+    const QString filePath = treePath(kind, instance);
+    return filePath.isEmpty() ? QSharedPointer<FileTreeNode>()
+                              : FileTree::read({filePath, instance, kind}, error);
+}
+
+QString Project::relativePath(const QString &filePath) const
+{
+    return filePath.startsWith(m_path + QLatin1Char('/')) ? filePath.mid(m_path.size() + 1)
+                                                          : filePath;
+}
+
+bool Project::readProjectFile(Diagnostic &error)
+{
+    ProjectFile file(m_path + QStringLiteral("/project.json"));
+    if (!file.exists()) {
+        error = {m_path, 0, 0, QStringLiteral("no project: expected a file project.json in it")};
+        return false;
+    }
+    m_moduleName = file.requiredString(QStringLiteral("moduleName"));
+    m_objectName = file.requiredString(QStringLiteral("objectName"));
+    const auto members = file.members();
+    for (const auto &member : members) {
+        if (member.first == QLatin1String("language")) {
+            m_language = file.string(member.second);
+        } else if (member.first == QLatin1String("objectName") && m_objectName.isEmpty()) {
+            file.fail(member.second, QStringLiteral("expected an object name, found an empty one"));
+        } else if (member.first == QLatin1String("otherFiles")) {
+            const auto folders = file.stringMap(member.second);
+            for (auto it = folders.cbegin(); it != folders.cend(); ++it) {
+                m_otherFiles.insert(it.key(),
+                                    QDir::cleanPath(QDir(m_path).absoluteFilePath(it.value())));
+            }
+        }
+    }
+    m_otherFiles.insert(m_objectName, m_path);
+    error = file.error();
+    return !file.hasFailed();
+}
+
+bool Project::readTexts(Diagnostic &error)
+{
+    ProjectFile file(m_path + QStringLiteral("/texts/") + m_language + QStringLiteral(".json"));
+    m_texts = file.stringMap();
+    error = file.error();
+    return !file.hasFailed();
+}
+
+bool Project::readUnits(Diagnostic &error)
+{
+    ProjectFile file(m_path + QStringLiteral("/units.json"));
+    const auto units = file.members();
+    for (const auto &unit : units) {
+        QVariantMap texts;
+        const auto members = file.members(unit.second);
+        for (const auto &member : members) {
+            texts.insert(member.first, file.string(member.second));
+        }
+        m_units.insert(unit.first, texts);
+    }
+    error = file.error();
+    return !file.hasFailed();
+}
+
+bool Project::readProviders(Diagnostic &error)
+{
+    using Item = SystemInformationManagerDBusProviderDescriptionItem;
+    using Container = SystemInformationManagerDBusProviderDescriptionItemContainer;
+
+    ProjectFile file(m_path + QStringLiteral("/providers.json"));
+    const auto dataTypes = file.members();
+    for (const auto &dataType : dataTypes) {
+        QVector<Item> items;
+        const QStringList objectNames = file.strings(dataType.second);
+        for (const QString &objectName : objectNames) {
+            items.append(Item(objectName));
+        }
+        m_providers.registerProviders(dataType.first, Container(items));
+    }
+    error = file.error();
+    return !file.hasFailed();
+}

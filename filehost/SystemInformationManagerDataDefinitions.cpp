@@ -1,0 +1,6 @@
+#include "host/SystemInformationManagerDataDefinitions.h"
+
+QString SystemInformationManagerDataDefinitions::getKeyInstanceName()
+{
+    return QStringLiteral("instanceName");
+}

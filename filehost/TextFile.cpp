@@ -1,0 +1,51 @@
+#include "TextFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace TextFile {
+
+ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error)
+{
+    QFile file(filePath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (!QFileInfo::exists(filePath)) {
+            return ReadResult::Missing;
+        }
+        error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + file.errorString()};
+        return ReadResult::Unreadable;
+    }
+    if (file.size() > maximumSize) {
+        error = {filePath, 0, 0,
+                 QStringLiteral("expected at most %1 bytes, found %2")
+                     .arg(maximumSize)
+                     .arg(file.size())};
+        return ReadResult::Unreadable;
+    }
+    content = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + file.errorString()};
+        return ReadResult::Unreadable;
+    }
+    return ReadResult::Read;
+}
+
+bool write(const QString &filePath, const QByteArray &content, Diagnostic &error)
+{
+    const QString folder = QFileInfo(filePath).path();
+    if (!QDir().mkpath(folder)) {
+        error = {filePath, 0, 0, QStringLiteral("cannot be written: no folder ") + folder};
+        return false;
+    }
+    QSaveFile file(filePath);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()
+        || !file.commit()) {
+        error = {filePath, 0, 0, QStringLiteral("cannot be written: ") + file.errorString()};
+        return false;
+    }
+    return true;
+}
+
+} // namespace TextFile

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+
+/**
+ * An absolute URL taken apart and put together again.
+ *
+ * A selector URL names a scheme, a module, an object, an instance of the object, and a node inside
+ * the instance's tree by its relative URL. The text that toString() gives parses back to the same
+ * parts.
+ */
+class SelectorUrlHandler
+{
+public:
+    /// Parses @p url. A text that is no selector URL leaves all parts empty.
+    explicit SelectorUrlHandler(const QString &url);
+
+    bool isValid() const;
+
+    QString getScheme() const;
+    QString getModuleName() const;
+    QString getObjectName() const;
+    QString getInstance() const;
+
+    /// The relative URL of the addressed node inside the instance's tree; empty for its root.
+    QString getUrl() const;
+
+    bool isConfigurationScheme() const;
+    bool isProcessDataScheme() const;
+
+    QString toString() const;
+
+    SelectorUrlHandler &setScheme(const QString &scheme);
+    SelectorUrlHandler &setModuleName(const QString &moduleName);
+    SelectorUrlHandler &setObjectName(const QString &objectName);
+    SelectorUrlHandler &setInstance(const QString &instance);
+    SelectorUrlHandler &setUrl(const QString &relUrl);
+
+private:
+    QString m_scheme;
+    QString m_moduleName;
+    QString m_objectName;
+    QString m_instance;
+    QString m_url;
+};
