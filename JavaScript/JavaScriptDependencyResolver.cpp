@@ -18,8 +18,8 @@ JavaScriptDependencyResolver::~JavaScriptDependencyResolver() = default;
 void JavaScriptDependencyResolver::resolveAllDependencies()
 {
     m_dependenciesToResolve.clear();
-    const QStringList instanceNames
-        = m_javaScriptDependencyManager.getExternalDependencySourceInstanceList();
+    const QStringList instanceNames =
+        m_javaScriptDependencyManager.getExternalDependencySourceInstanceList();
     for (const QString &instanceName : instanceNames) {
         addExternalDependencyToResolve(instanceName);
     }
@@ -29,8 +29,8 @@ void JavaScriptDependencyResolver::resolveAllDependencies()
 void JavaScriptDependencyResolver::resolveDependencyOfInstance(const QString &instanceName)
 {
     m_dependenciesToResolve.clear();
-    const QStringList instanceNames
-        = m_javaScriptDependencyManager.getInstancesToResolve(instanceName);
+    const QStringList instanceNames =
+        m_javaScriptDependencyManager.getInstancesToResolve(instanceName);
     for (const QString &name : instanceNames) {
         addExternalDependencyToResolve(name);
     }

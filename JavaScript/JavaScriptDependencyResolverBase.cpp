@@ -35,10 +35,10 @@ void JavaScriptDependencyResolverBase::addExternalDependencyToResolve(const QStr
         qWarning() << "Can not acquire root pointer of instance:" << instanceName;
         return;
     }
-    const QString fileName
-        = node->getProperty(
-                  ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern())
-              .toString();
+    const QString fileName =
+        node->getProperty(
+                ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern())
+            .toString();
     const DependencyToResolve dependency{m_fileCache.getJavaScriptContent(fileName), node};
     if (dependency.javaScript.isEmpty()) {
         qWarning() << "The javascript file is empty for:" << instanceName;
@@ -58,14 +58,14 @@ void JavaScriptDependencyResolverBase::resolveExternalDependencies()
         const DependencyToResolve dependency = m_dependenciesToResolve.value(instanceName);
         m_javaScriptHandler.initializeHandler(dependency.rootPointer, dependency.javaScript,
                                               QString());
-        const QString url
-            = SelectorUrlHandler(QString())
-                  .setScheme(
-                      ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration())
-                  .setModuleName(m_moduleName)
-                  .setObjectName(m_objectName)
-                  .setInstance(instanceName)
-                  .toString();
+        const QString url =
+            SelectorUrlHandler(QString())
+                .setScheme(
+                    ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration())
+                .setModuleName(m_moduleName)
+                .setObjectName(m_objectName)
+                .setInstance(instanceName)
+                .toString();
         if (!m_javaScriptHandler.callFunctionOnSave(url)) {
             qWarning() << "Error occured during execution of external dependency script"
                        << "url:" << url << "sourceInstance:" << instanceName;

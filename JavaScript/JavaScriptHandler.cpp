@@ -47,10 +47,10 @@ void JavaScriptHandler::initializeJavaScriptEngine(const QString &javaScript)
     } else {
         const int line = result.property(QStringLiteral("lineNumber")).toInt();
         const QString text = result.toString();
-        qWarning() << "Uncaught exception at line" << line << ":" << text;
         if (m_runObserver) {
             m_runObserver->exceptionThrown(line, text);
         }
+        qWarning() << "Uncaught exception at line" << line << ":" << text;
     }
     if (m_runObserver) {
         m_runObserver->runEnded(succeeded, {});
@@ -84,11 +84,11 @@ bool JavaScriptHandler::callFunction(const QString &functionName, const QString 
             if (result.isError()) {
                 const int line = result.property(QStringLiteral("lineNumber")).toInt();
                 const QString text = result.toString();
-                qWarning() << "Error on calling function" << functionName << argument;
-                qWarning() << "Uncaught exception at line" << line << ":" << text;
                 if (m_runObserver) {
                     m_runObserver->exceptionThrown(line, text);
                 }
+                qWarning() << "Error on calling function" << functionName << argument;
+                qWarning() << "Uncaught exception at line" << line << ":" << text;
             } else {
                 succeeded = !result.isBool() || result.toBool();
             }

@@ -18,8 +18,8 @@ void JavaScriptInplaceDependencyResolver::resolveDependencies(
 {
     m_javaScriptRootPointerHandler.setRootPointer(root);
     m_dependenciesToResolve.clear();
-    const QStringList instanceNames
-        = m_javaScriptDependencyManager.getInstancesToResolve(instanceName);
+    const QStringList instanceNames =
+        m_javaScriptDependencyManager.getInstancesToResolve(instanceName);
     for (const QString &name : instanceNames) {
         addExternalDependencyToResolve(name);
     }

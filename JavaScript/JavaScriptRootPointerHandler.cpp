@@ -80,8 +80,8 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptRootPointerHan
     }
 
     const QDir directory = getDirectoryInstance(*folderName, isProcess);
-    const auto root
-        = ConfigurationDataAndProcessDescriptionAccess::getParsedConfigurationProcessDescription(
+    const auto root =
+        ConfigurationDataAndProcessDescriptionAccess::getParsedConfigurationProcessDescription(
             directory, urlHandler.getInstance(), isProcess);
     if (root.isNull()) {
         qWarning() << "Unable to find url" << url << "in project" << *folderName;

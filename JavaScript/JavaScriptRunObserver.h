@@ -27,8 +27,8 @@ public:
     virtual void runBegins(const QString &functionName, const QString &argument) = 0;
 
     /**
-     * The run that began last threw an Error, or its text could not be compiled. Comes before
-     * runEnded().
+     * The run that began last threw an Error, or its text could not be compiled. Comes before the
+     * warnings that say so, and before runEnded().
      * @param line line in the script's text, from 1; 0 when the engine knows none
      * @param text the exception as text
      */

@@ -54,8 +54,8 @@ void JsonEdit::prependObject(int object, const QString &key, const QVector<Membe
     const auto &old = m_json.element(object);
     const QByteArray outer = indentationAt(old.begin);
     const QByteArray inner = outer + m_indentation;
-    const QByteArray text
-        = m_lineBreak + inner + JsonValue::toText(key) + m_colon + newObject(members, inner);
+    const QByteArray text =
+        m_lineBreak + inner + JsonValue::toText(key) + m_colon + newObject(members, inner);
     if (m_json.isEmpty(object)) {
         m_replacements.append({old.begin, old.end, '{' + text + m_lineBreak + outer + '}'});
     } else {
@@ -92,8 +92,8 @@ QVector<JsonEdit::Item> JsonEdit::itemsOf(int element) const
         const int value = isObject ? i + 1 : i;
         const int next = m_json.element(value).next;
         const int valueEnd = m_json.element(value).end;
-        const int end
-            = next < container.next ? m_json.text().indexOf(',', valueEnd) : container.end - 1;
+        const int end =
+            next < container.next ? m_json.text().indexOf(',', valueEnd) : container.end - 1;
         items.append({slice(begin, m_json.element(value).begin), value, slice(valueEnd, end)});
         begin = end + 1;
         i = next;

@@ -37,8 +37,8 @@ int sequenceLength(const uchar *bytes, int available)
             return 0;
         }
     }
-    const bool isOverlong
-        = (first == 0xe0 && bytes[1] < 0xa0) || (first == 0xf0 && bytes[1] < 0x90);
+    const bool isOverlong =
+        (first == 0xe0 && bytes[1] < 0xa0) || (first == 0xf0 && bytes[1] < 0x90);
     const bool isSurrogate = first == 0xed && bytes[1] > 0x9f;
     const bool isBeyondUnicode = first == 0xf4 && bytes[1] > 0x8f;
     return isOverlong || isSurrogate || isBeyondUnicode ? 0 : length;
@@ -288,8 +288,8 @@ bool JsonParser::open(JsonText::Type type)
     m_open.append(m_json.m_elements.size());
     m_json.m_elements.append({m_offset, 0, 0, type});
     ++m_offset;
-    m_expecting
-        = type == JsonText::Type::Object ? Expecting::FirstKeyOrEnd : Expecting::FirstElementOrEnd;
+    m_expecting =
+        type == JsonText::Type::Object ? Expecting::FirstKeyOrEnd : Expecting::FirstElementOrEnd;
     return true;
 }
 
@@ -348,8 +348,8 @@ QString JsonParser::found() const
     if (byte < 0x20 || byte == 0x7f) {
         return QStringLiteral("the control character U+%1").arg(byte, 4, 16, QLatin1Char('0'));
     }
-    const int length
-        = sequenceLength(reinterpret_cast<const uchar *>(m_begin) + m_offset, m_size - m_offset);
+    const int length =
+        sequenceLength(reinterpret_cast<const uchar *>(m_begin) + m_offset, m_size - m_offset);
     return QStringLiteral("'%1'").arg(QString::fromUtf8(m_begin + m_offset, length));
 }
 

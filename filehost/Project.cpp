@@ -74,8 +74,7 @@ QSharedPointer<FileTreeNode> Project::readTree(FileTree::Kind kind, const QStrin
 
 QString Project::relativePath(const QString &filePath) const
 {
-    return filePath.startsWith(m_path + QLatin1Char('/')) ? filePath.mid(m_path.size() + 1)
-                                                          : filePath;
+    return QDir(m_path).relativeFilePath(filePath);
 }
 
 bool Project::readProjectFile(Diagnostic &error)

@@ -76,7 +76,7 @@ public:
     QSharedPointer<FileTreeNode> readTree(FileTree::Kind kind, const QString &instance,
                                           Diagnostic &error) const;
 
-    /// @p filePath relative to the project folder, when it lies inside.
+    /// @p filePath as seen from the project folder.
     QString relativePath(const QString &filePath) const;
 
 private:

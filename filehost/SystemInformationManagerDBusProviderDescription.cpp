@@ -25,8 +25,7 @@ SystemInformationManagerDBusProviderDescriptionItemContainer::getItemList() cons
 }
 
 SystemInformationManagerDBusProviderDescriptionHandler::
-    SystemInformationManagerDBusProviderDescriptionHandler()
-    = default;
+    SystemInformationManagerDBusProviderDescriptionHandler() = default;
 
 void SystemInformationManagerDBusProviderDescriptionHandler::registerProviders(
     const QString &dataType,

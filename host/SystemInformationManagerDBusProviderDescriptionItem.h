@@ -6,8 +6,8 @@
 class SystemInformationManagerDBusProviderDescriptionItem
 {
 public:
-    explicit SystemInformationManagerDBusProviderDescriptionItem(const QString &objectName
-                                                                 = QString());
+    explicit SystemInformationManagerDBusProviderDescriptionItem(
+        const QString &objectName = QString());
 
     QString getObjectName() const;
 

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "configscript/RunReport.h"
+
+#include <QJsonObject>
+
+class Project;
+
+/// What happened in a run, for programs. The format is described in docs/command.md.
+namespace JsonReport {
+
+QJsonObject make(const Project &project, const RunReport &report, bool isDryRun);
+
+} // namespace JsonReport

@@ -1,0 +1,87 @@
+#include "OmittedRuns.h"
+
+#include "configscript/ScriptProbe.h"
+#include "filehost/FileTreeNode.h"
+#include "filehost/InstanceFile.h"
+#include "filehost/Project.h"
+#include "filehost/TextFile.h"
+#include "host/ConfigurationAndProcessDataDefinitions.h"
+#include "host/PropertyManagerConst.h"
+
+#include <QFileInfo>
+#include <QMap>
+#include <QSet>
+
+namespace {
+
+QString reasonOfOmission(const Project &project, const QString &instance)
+{
+    const QString nameError = InstanceFile::nameError(instance);
+    if (!nameError.isEmpty()) {
+        return nameError;
+    }
+    const QString treePath = project.treePath(FileTree::Kind::Configuration, instance);
+    Diagnostic error;
+    const auto root = project.readTree(FileTree::Kind::Configuration, instance, error);
+    if (!error.message.isEmpty()) {
+        return error.toString();
+    }
+    if (root.isNull()) {
+        return treePath.isEmpty()
+            ? QStringLiteral("a link leads out of the project folder")
+            : project.relativePath(treePath) + QStringLiteral(": no such file");
+    }
+    const QString key =
+        ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
+    const QString fileName = root->getProperty(key).toString();
+    if (fileName.isEmpty()) {
+        return QStringLiteral("%1: expected the property \"%2\", the name of a script")
+            .arg(project.relativePath(treePath), key);
+    }
+    const QFileInfo script(PropertyManagerConst::getDependencyFolderPath(project.path())
+                           + QLatin1Char('/') + fileName);
+    return project.relativePath(script.filePath())
+        + (!script.exists()        ? QStringLiteral(": no such file")
+               : script.size() > 0 ? QStringLiteral(": cannot be read")
+                                   : QStringLiteral(": the file is empty"));
+}
+
+} // namespace
+
+QVector<OmittedRun> omittedRuns(const Project &project, const QStringList &selected,
+                                const QVector<ScriptRun> &runs)
+{
+    QSet<QString> ran;
+    for (const ScriptRun &run : runs) {
+        ran.insert(run.instance);
+    }
+    QVector<OmittedRun> omitted;
+    for (const QString &instance : selected) {
+        if (!ran.contains(instance)) {
+            omitted.append({instance, reasonOfOmission(project, instance)});
+        }
+    }
+    return omitted;
+}
+
+void noteForeignFunctions(const Project &project, QVector<ScriptRun> &runs)
+{
+    QMap<QString, bool> definesFunction; // by script
+    QString owner; // the script whose function the engine holds
+    for (ScriptRun &run : runs) {
+        auto defines = definesFunction.find(run.script);
+        if (defines == definesFunction.end()) {
+            QByteArray text;
+            Diagnostic error;
+            TextFile::read(project.path() + QLatin1Char('/') + run.script,
+                           FileTree::maximumFileSize, text, error);
+            defines = definesFunction.insert(
+                run.script, ScriptProbe(QString::fromUtf8(text)).functions.contains(run.function));
+        }
+        if (*defines) {
+            owner = run.script;
+        } else {
+            run.ranInstead = owner;
+        }
+    }
+}

@@ -1,0 +1,53 @@
+#include "Output.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <unistd.h>
+
+Output::Output(Color color)
+    : m_isColored(color == Color::Automatic && isatty(STDOUT_FILENO) != 0
+                  && std::getenv("NO_COLOR") == nullptr)
+{
+}
+
+QString Output::styled(Style style, const QString &text) const
+{
+    if (!m_isColored || style == Style::Plain) {
+        return text;
+    }
+    const char *code = "0";
+    switch (style) {
+    case Style::Bold:
+        code = "1";
+        break;
+    case Style::Dim:
+        code = "2";
+        break;
+    case Style::Good:
+        code = "32";
+        break;
+    case Style::Bad:
+        code = "1;31";
+        break;
+    case Style::Warning:
+        code = "33";
+        break;
+    case Style::Plain:
+        break;
+    }
+    return QStringLiteral("\033[%1m%2\033[0m").arg(QLatin1String(code), text);
+}
+
+void Output::line(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8() + '\n';
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+void Output::error(const QString &text)
+{
+    std::fflush(stdout);
+    const QByteArray bytes = "configscript: " + text.toUtf8() + '\n';
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+/// Text for people, in UTF-8, coloured where a terminal shows it.
+class Output
+{
+public:
+    enum class Style { Plain, Bold, Dim, Good, Bad, Warning };
+    enum class Color { Automatic, Never };
+
+    /// Writes to standard output. Automatic colour: on a terminal, unless NO_COLOR is set.
+    explicit Output(Color color);
+
+    QString styled(Style style, const QString &text) const;
+    void line(const QString &text = QString());
+
+    /// A line on standard error, with the program's name in front.
+    static void error(const QString &text);
+
+private:
+    bool m_isColored;
+};

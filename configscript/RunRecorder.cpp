@@ -1,0 +1,163 @@
+#include "RunRecorder.h"
+
+#include "configscript/ProgressLine.h"
+#include "filehost/FileTreeNode.h"
+#include "filehost/JsonValue.h"
+#include "filehost/Project.h"
+#include "host/ConfigurationAndProcessDataDefinitions.h"
+#include "host/PropertyManagerConst.h"
+#include "host/SelectorUrlHandler.h"
+
+#include <utility>
+
+RunRecorder::RunRecorder(const Project &project, ProgressLine &progress)
+    : m_project(project)
+    , m_progress(progress)
+    , m_configurationFolder(PropertyManagerConst::getConfigurationFolderPath(project.path()))
+{
+}
+
+void RunRecorder::instanceAnnounced(const QString &instance)
+{
+    if (!m_announced.contains(instance)) {
+        m_announced.append(instance);
+    }
+}
+
+RunReport RunRecorder::report() const
+{
+    RunReport report;
+    report.runs = m_runs;
+    report.announced = m_announced;
+    report.warnings = m_warnings;
+    report.duration = Clock::now() - m_begin;
+    for (const FileTree *key : m_treeOrder) {
+        const WrittenTree tree = m_trees.value(key);
+        const QVector<PropertyChange> changes = netChanges(tree);
+        if (changes.isEmpty() && tree.fate != Fate::Failed) {
+            continue;
+        }
+        const FileTree::Identity identity = key->identity();
+        if (tree.fate != Fate::NotSaved) {
+            report.trees.append({identity, tree.error, changes});
+            continue;
+        }
+        for (ScriptRun &run : report.runs) {
+            if (run.instance == identity.instance) {
+                run.unsavedChanges += changes;
+            }
+        }
+    }
+    return report;
+}
+
+void RunRecorder::runBegins(const QString &functionName, const QString &argument)
+{
+    m_isRunning = true;
+    m_isExceptionKnown = false;
+    if (functionName.isEmpty()) {
+        m_run = ScriptRun();
+    } else {
+        m_run.instance = SelectorUrlHandler(argument).getInstance();
+        m_run.script =
+            m_project.relativePath(PropertyManagerConst::getDependencyFolderPath(m_project.path())
+                                   + QLatin1Char('/') + m_scripts.value(m_run.instance));
+        m_run.function = functionName;
+        m_run.argument = argument;
+    }
+    m_runBegin = Clock::now();
+}
+
+void RunRecorder::exceptionThrown(int line, const QString &text)
+{
+    m_run.exceptions.append({line, text});
+    m_isExceptionKnown = true;
+}
+
+void RunRecorder::runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors)
+{
+    m_run.duration += Clock::now() - m_runBegin;
+    m_isRunning = false;
+    if (m_run.function.isEmpty()) {
+        m_run.isEvaluated = succeeded;
+        return;
+    }
+    m_run.succeeded = succeeded && m_run.isEvaluated;
+    m_run.errors = errors;
+    m_runs.append(std::exchange(m_run, ScriptRun()));
+    m_progress.show(QStringLiteral("Running script"), m_runs.size(), m_scripts.size());
+}
+
+void RunRecorder::treeRead(const QSharedPointer<const FileTreeNode> &root)
+{
+    const FileTree::Identity &identity = root->tree().identity();
+    if (identity.kind == FileTree::Kind::Configuration
+        && identity.filePath.startsWith(m_configurationFolder + QLatin1Char('/'))
+        && !m_scripts.contains(identity.instance)) {
+        const QString key =
+            ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
+        m_scripts.insert(identity.instance, root->getProperty(key).toString());
+        if (m_runs.isEmpty()) {
+            m_progress.show(QStringLiteral("Reading instance"), m_scripts.size(), 0);
+        }
+    }
+}
+
+void RunRecorder::propertyWritten(const FileTreeNode &node, const QString &propertyKey,
+                                  const QVariant &oldValue, const QVariant &newValue)
+{
+    WrittenTree &tree = m_trees[&node.tree()];
+    if (tree.node.isNull()) {
+        tree.node = node.sharedFromThis();
+        m_treeOrder.append(&node.tree());
+    }
+    const QPair<QString, QString> property(node.path(), propertyKey);
+    const auto known = tree.changeIndex.constFind(property);
+    if (known != tree.changeIndex.constEnd()) {
+        tree.changes[*known].newValue = newValue;
+    } else {
+        tree.changeIndex.insert(property, tree.changes.size());
+        tree.changes.append({property.first, propertyKey, oldValue, newValue});
+    }
+}
+
+void RunRecorder::treeSaved(const FileTreeNode &root, const QString & /*filePath*/)
+{
+    m_trees[&root.tree()].fate = Fate::Saved;
+    m_progress.show(QStringLiteral("Writing file"), ++m_savedTrees, m_treeOrder.size());
+}
+
+void RunRecorder::treeNotSaved(const FileTreeNode &root, const QString &reason)
+{
+    WrittenTree &tree = m_trees[&root.tree()];
+    tree.fate = Fate::Failed;
+    tree.error = reason;
+}
+
+void RunRecorder::consoleMessage(QtMsgType level, int line, const QString &text)
+{
+    m_run.console.append({level, line, text});
+}
+
+void RunRecorder::message(const QString &text)
+{
+    if (m_isRunning) {
+        // What the library says of an exception is known better already.
+        if (!m_isExceptionKnown) {
+            m_run.warnings.append(text);
+        }
+    } else {
+        m_warnings.append(text);
+    }
+}
+
+QVector<PropertyChange> RunRecorder::netChanges(const WrittenTree &tree) const
+{
+    QVector<PropertyChange> changes;
+    for (const PropertyChange &change : tree.changes) {
+        if (!change.oldValue.isValid() || !JsonValue::areEqual(change.oldValue, change.newValue)) {
+            changes.append(change);
+        }
+    }
+    return changes;
+}

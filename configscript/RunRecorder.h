@@ -1,0 +1,75 @@
+#pragma once
+
+#include "JavaScript/JavaScriptRunObserver.h"
+#include "configscript/MessageLog.h"
+#include "configscript/RunReport.h"
+#include "filehost/TreeObserver.h"
+
+#include <QHash>
+#include <QPair>
+#include <QSharedPointer>
+
+#include <chrono>
+
+class ProgressLine;
+class Project;
+
+/// Watches scripts, trees and messages while scripts run, and makes the report.
+class RunRecorder : public JavaScriptRunObserver, public TreeObserver, public MessageLog
+{
+public:
+    RunRecorder(const Project &project, ProgressLine &progress);
+
+    void instanceAnnounced(const QString &instance);
+
+    /// What was seen so far; the runs in their order.
+    RunReport report() const;
+
+    void runBegins(const QString &functionName, const QString &argument) override;
+    void exceptionThrown(int line, const QString &text) override;
+    void runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors) override;
+
+    void treeRead(const QSharedPointer<const FileTreeNode> &root) override;
+    void propertyWritten(const FileTreeNode &node, const QString &propertyKey,
+                         const QVariant &oldValue, const QVariant &newValue) override;
+    void treeSaved(const FileTreeNode &root, const QString &filePath) override;
+    void treeNotSaved(const FileTreeNode &root, const QString &reason) override;
+
+    void consoleMessage(QtMsgType level, int line, const QString &text) override;
+    void message(const QString &text) override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    enum class Fate { NotSaved, Saved, Failed };
+
+    /// A tree that was written to.
+    struct WrittenTree
+    {
+        QSharedPointer<const FileTreeNode> node; ///< keeps the tree
+        Fate fate = Fate::NotSaved;
+        QString error;
+        QVector<PropertyChange> changes; ///< from the first old value to the last new one
+        QHash<QPair<QString, QString>, int> changeIndex; ///< by path and key
+    };
+
+    QVector<PropertyChange> netChanges(const WrittenTree &tree) const;
+
+    const Project &m_project;
+    ProgressLine &m_progress;
+    QString m_configurationFolder;
+    QHash<QString, QString> m_scripts; ///< instance to its dependency script
+
+    QVector<ScriptRun> m_runs;
+    ScriptRun m_run; ///< the one in progress
+    bool m_isRunning = false;
+    bool m_isExceptionKnown = false;
+    Clock::time_point m_runBegin;
+    Clock::time_point m_begin = Clock::now();
+
+    QVector<const FileTree *> m_treeOrder;
+    QHash<const FileTree *, WrittenTree> m_trees;
+    int m_savedTrees = 0;
+    QStringList m_announced;
+    QStringList m_warnings;
+};

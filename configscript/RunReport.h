@@ -1,0 +1,87 @@
+#pragma once
+
+#include "JavaScript/JavaScriptApi.h"
+#include "filehost/FileTree.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QVector>
+#include <QtGlobal>
+
+#include <chrono>
+
+/// A property's value before and after.
+struct PropertyChange
+{
+    QString path; ///< relative URL of the node
+    QString key;
+    QVariant oldValue; ///< invalid when the property was added
+    QVariant newValue;
+};
+
+/// What a script wrote to its console.
+struct ConsoleMessage
+{
+    QtMsgType level;
+    int line; ///< 0 when the engine knows none
+    QString text;
+};
+
+/// An Error that a script threw, or that kept it from being compiled.
+struct ScriptException
+{
+    int line; ///< 0 when the engine knows none
+    QString text;
+};
+
+/// A script's text evaluated and one of its functions called.
+struct ScriptRun
+{
+    QString instance;
+    QString script; ///< file, relative to the project
+    QString function;
+    QString argument;
+    bool isEvaluated = false; ///< whether the text could be evaluated
+    bool succeeded = false;
+    std::chrono::nanoseconds duration{0};
+    QVector<ScriptException> exceptions;
+    QList<JavaScriptApi::ErrorMessage> errors;
+    QVector<ConsoleMessage> console;
+    QStringList warnings; ///< of the library and the host
+    QString ranInstead; ///< the script whose function ran because this one has none
+    QVector<PropertyChange> unsavedChanges; ///< by relative URL, in a tree that nobody saves
+};
+
+/// A tree that scripts changed.
+struct ChangedTree
+{
+    FileTree::Identity identity;
+    QString error; ///< why it could not be stored; empty when it could
+    QVector<PropertyChange> changes;
+};
+
+/// An instance that was to run and could not.
+struct OmittedRun
+{
+    QString instance;
+    QString reason;
+};
+
+/// What happened when scripts ran.
+struct RunReport
+{
+    QStringList projectWarnings; ///< what is odd in the project's own files
+    QVector<ScriptRun> runs;
+    QVector<ChangedTree> trees;
+    QVector<OmittedRun> notRun;
+    QStringList announced; ///< instances whose process data changed
+    QStringList warnings; ///< of the library and the host, outside the runs
+    std::chrono::nanoseconds duration{0};
+
+    int failedRuns() const;
+    int changedValues() const; ///< in the trees that could be stored
+    int storedTrees() const;
+    bool succeeded() const;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+/**
+ * What the library will find in a script: the result of evaluating its text, alone, in an engine
+ * of its own, and of looking its event functions up as the library does.
+ */
+struct ScriptProbe
+{
+    explicit ScriptProbe(const QString &text);
+
+    /// The event functions of scripts, in the order in which they occur.
+    static QStringList eventFunctions();
+
+    bool isEvaluated = false;
+    int errorLine = 0; ///< of the text's error; 0 when the engine knows none
+    QString error;
+    QSet<QString> functions; ///< event functions that the library will find
+    QSet<QString> hidden; ///< event functions that it will not: declared with const, let or class
+};

@@ -1,0 +1,259 @@
+#include "TextReport.h"
+
+#include "filehost/JsonValue.h"
+#include "filehost/Project.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace {
+
+using Style = Output::Style;
+
+QString valueText(const QVariant &value)
+{
+    return QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
+}
+
+QString milliseconds(std::chrono::nanoseconds duration)
+{
+    return QString::number(std::chrono::duration<double, std::milli>(duration).count(), 'f', 1)
+        + QStringLiteral(" ms");
+}
+
+QString counted(int count, const QString &noun)
+{
+    return QStringLiteral("%1 %2%3").arg(count).arg(noun,
+                                                    count == 1 ? QString() : QStringLiteral("s"));
+}
+
+QString place(const QString &file, int line)
+{
+    return Diagnostic{file, line, 0, QString()}.toString().trimmed();
+}
+
+QVector<PropertyChange> flattened(const PropertyChange &change);
+
+QVector<PropertyChange> flattenedMap(const PropertyChange &change)
+{
+    const QVariantMap oldMap = change.oldValue.toMap();
+    const QVariantMap newMap = change.newValue.toMap();
+    QStringList keys = oldMap.keys() + newMap.keys();
+    keys.sort();
+    keys.removeDuplicates();
+    QVector<PropertyChange> changes;
+    for (const QString &key : qAsConst(keys)) {
+        changes += flattened({change.path, change.key + QLatin1Char('.') + key, oldMap.value(key),
+                              newMap.value(key)});
+    }
+    return changes;
+}
+
+/// What differs between the elements that both lists begin with and those that both end with.
+QVector<PropertyChange> flattenedList(const PropertyChange &change)
+{
+    const QVariantList oldList = change.oldValue.toList();
+    const QVariantList newList = change.newValue.toList();
+    const int shorter = std::min(oldList.size(), newList.size());
+    int begin = 0;
+    while (begin < shorter && JsonValue::areEqual(oldList.at(begin), newList.at(begin))) {
+        ++begin;
+    }
+    int equalEnd = 0;
+    while (equalEnd < shorter - begin
+           && JsonValue::areEqual(oldList.at(oldList.size() - 1 - equalEnd),
+                                  newList.at(newList.size() - 1 - equalEnd))) {
+        ++equalEnd;
+    }
+    QVector<PropertyChange> changes;
+    const int end = std::max(oldList.size(), newList.size()) - equalEnd;
+    for (int i = begin; i < end; ++i) {
+        const QVariant oldValue = i < oldList.size() - equalEnd ? oldList.at(i) : QVariant();
+        const QVariant newValue = i < newList.size() - equalEnd ? newList.at(i) : QVariant();
+        changes += flattened({change.path, QStringLiteral("%1[%2]").arg(change.key).arg(i),
+                              oldValue, newValue});
+    }
+    return changes;
+}
+
+/// A change of a map or a list as the changes inside it.
+QVector<PropertyChange> flattened(const PropertyChange &change)
+{
+    const int type = change.oldValue.userType();
+    if (type == change.newValue.userType()) {
+        if (JsonValue::areEqual(change.oldValue, change.newValue)) {
+            return {};
+        }
+        if (type == QMetaType::QVariantMap) {
+            return flattenedMap(change);
+        }
+        if (type == QMetaType::QVariantList) {
+            return flattenedList(change);
+        }
+    }
+    return {change};
+}
+
+} // namespace
+
+TextReport::TextReport(const Project &project, Output &output, Detail detail)
+    : m_project(project)
+    , m_output(output)
+    , m_detail(detail)
+    , m_texts(project.texts())
+{
+}
+
+void TextReport::print(const RunReport &report, bool isDryRun)
+{
+    for (const QString &text : report.projectWarnings) {
+        m_output.line(m_output.styled(Style::Warning, QStringLiteral("warning: ")) + text);
+    }
+    int instanceWidth = 0;
+    int scriptWidth = 0;
+    for (const ScriptRun &run : report.runs) {
+        instanceWidth = std::max(instanceWidth, run.instance.size());
+        scriptWidth = std::max(scriptWidth, run.script.size());
+    }
+    for (const OmittedRun &omitted : report.notRun) {
+        instanceWidth = std::max(instanceWidth, omitted.instance.size());
+    }
+    for (const ScriptRun &run : report.runs) {
+        printRun(run, instanceWidth, scriptWidth);
+    }
+    for (const OmittedRun &omitted : report.notRun) {
+        m_output.line(m_output.styled(Style::Bad, QStringLiteral("NOT RUN")) + QStringLiteral("  ")
+                      + omitted.instance.leftJustified(instanceWidth) + QStringLiteral("  ")
+                      + omitted.reason);
+    }
+    for (const ChangedTree &tree : report.trees) {
+        printTree(tree, isDryRun);
+    }
+    if (m_detail == Detail::Everything) {
+        if (!report.announced.isEmpty()) {
+            m_output.line();
+            m_output.line(QStringLiteral("Process data changed: ")
+                          + report.announced.join(QStringLiteral(", ")));
+        }
+        m_output.line();
+        printSummary(report, isDryRun);
+    }
+}
+
+void TextReport::printRun(const ScriptRun &run, int instanceWidth, int scriptWidth)
+{
+    const bool isTrouble = !run.succeeded || !run.errors.isEmpty() || !run.warnings.isEmpty()
+        || !run.unsavedChanges.isEmpty() || !run.ranInstead.isEmpty();
+    if (!isTrouble && m_detail == Detail::OnlyTrouble) {
+        return;
+    }
+    const QString state = run.succeeded ? m_output.styled(Style::Good, QStringLiteral("ok     "))
+                                        : m_output.styled(Style::Bad, QStringLiteral("FAILED "));
+    m_output.line(state + QStringLiteral("  ") + run.instance.leftJustified(instanceWidth)
+                  + QStringLiteral("  ") + run.script.leftJustified(scriptWidth) + QStringLiteral("  ")
+                  + m_output.styled(Style::Dim, milliseconds(run.duration)));
+
+    const QString indentation(9, QLatin1Char(' '));
+    for (const ScriptException &exception : run.exceptions) {
+        m_output.line(indentation + place(run.script, exception.line) + QLatin1Char(' ')
+                      + m_output.styled(Style::Bad, exception.text));
+    }
+    if (!run.ranInstead.isEmpty()) {
+        m_output.line(indentation
+                      + m_output.styled(Style::Bad,
+                                        QStringLiteral("%1 of %2 ran instead: %3 defines none")
+                                            .arg(run.function, run.ranInstead, run.script)));
+    }
+    if (!run.succeeded && run.exceptions.isEmpty() && run.warnings.isEmpty()) {
+        m_output.line(indentation + run.function + QStringLiteral(" returned false"));
+    }
+    for (const QString &text : run.warnings) {
+        m_output.line(indentation + run.script + QStringLiteral(": ")
+                      + m_output.styled(Style::Warning, QStringLiteral("warning: ")) + text);
+    }
+    for (const ConsoleMessage &message : run.console) {
+        const QString level = message.level == QtWarningMsg
+            ? m_output.styled(Style::Warning, QStringLiteral("warn: "))
+            : message.level == QtCriticalMsg
+            ? m_output.styled(Style::Bad, QStringLiteral("error: "))
+            : QString();
+        m_output.line(indentation + place(run.script, message.line) + QLatin1Char(' ') + level
+                      + message.text);
+    }
+    for (const JavaScriptApi::ErrorMessage &error : run.errors) {
+        const QString text = m_texts.value(error.errorLabelTextId);
+        m_output.line(indentation + m_output.styled(Style::Warning, QStringLiteral("reported: "))
+                      + (error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
+                      + (text.isEmpty() ? QString() : text + QLatin1Char(' ')) + QLatin1Char('[')
+                      + error.errorLabelTextId + QLatin1Char(']')
+                      + (error.value.isValid() ? QStringLiteral(" value ")
+                                 + valueText(JsonValue::normalized(error.value))
+                                               : QString()));
+    }
+    if (!run.unsavedChanges.isEmpty()) {
+        m_output.line(indentation + m_output.styled(Style::Warning, QStringLiteral("not saved: "))
+                      + QStringLiteral("written by relative URL, which nobody saves; write to ")
+                      + run.argument + QStringLiteral(" instead"));
+        printChanges(run.unsavedChanges, indentation + QStringLiteral("  "));
+    }
+}
+
+void TextReport::printTree(const ChangedTree &tree, bool isDryRun)
+{
+    const bool isStored = tree.error.isEmpty();
+    if (isStored && m_detail == Detail::OnlyTrouble) {
+        return;
+    }
+    m_output.line();
+    const QString state = !isStored ? m_output.styled(Style::Bad, QStringLiteral("NOT WRITTEN "))
+        : isDryRun                  ? QStringLiteral("would change ")
+                                    : QStringLiteral("changed ");
+    m_output.line(state
+                  + m_output.styled(Style::Bold, m_project.relativePath(tree.identity.filePath)));
+    if (!isStored) {
+        m_output.line(QStringLiteral("  ") + tree.error);
+    }
+    printChanges(tree.changes, QStringLiteral("  "));
+}
+
+void TextReport::printChanges(const QVector<PropertyChange> &changes, const QString &indentation)
+{
+    QVector<PropertyChange> lines;
+    for (const PropertyChange &change : changes) {
+        lines += flattened(change);
+    }
+    std::sort(lines.begin(), lines.end(), [](const PropertyChange &a, const PropertyChange &b) {
+        return std::tie(a.path, a.key) < std::tie(b.path, b.key);
+    });
+    const auto name = [](const PropertyChange &change) {
+        return change.path.isEmpty() ? change.key : change.path + QLatin1Char(':') + change.key;
+    };
+    int width = 0;
+    for (const PropertyChange &change : qAsConst(lines)) {
+        width = std::max(width, name(change).size());
+    }
+    for (const PropertyChange &change : qAsConst(lines)) {
+        const QString oldText = change.oldValue.isValid()
+            ? valueText(change.oldValue) + QStringLiteral(" -> ")
+            : QStringLiteral("new ");
+        const QString newText =
+            change.newValue.isValid() ? valueText(change.newValue) : QStringLiteral("removed");
+        m_output.line(indentation + name(change).leftJustified(width) + QStringLiteral("  ")
+                      + m_output.styled(Style::Dim, oldText) + newText);
+    }
+}
+
+void TextReport::printSummary(const RunReport &report, bool isDryRun)
+{
+    const int failed = report.failedRuns();
+    const QString failedText = QStringLiteral("%1 failed").arg(failed);
+    const QString notRun = report.notRun.isEmpty()
+        ? QString()
+        : m_output.styled(Style::Bad, QStringLiteral(", %1 not run").arg(report.notRun.size()));
+    m_output.line(counted(report.runs.size(), QStringLiteral("script")) + QStringLiteral(" run, ")
+                  + (failed > 0 ? m_output.styled(Style::Bad, failedText) : failedText) + notRun
+                  + QStringLiteral("; ") + counted(report.storedTrees(), QStringLiteral("file"))
+                  + (isDryRun ? QStringLiteral(" would change, ") : QStringLiteral(" changed, "))
+                  + counted(report.changedValues(), QStringLiteral("value")) + QStringLiteral("; ")
+                  + milliseconds(report.duration));
+}

@@ -1,0 +1,38 @@
+#include "configscript/ExitCode.h"
+#include "configscript/ResolveCommand.h"
+
+#include <QCoreApplication>
+#include <QTextCodec>
+
+#include <memory>
+#include <vector>
+
+int main(int argc, char *argv[])
+{
+    // Arguments, file names and files are UTF-8, whatever the locale says.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+
+    CLI::App program("Runs the configuration scripts of a project.", "configscript");
+    program.set_version_flag("--version", CONFIGSCRIPT_VERSION);
+    program.set_help_all_flag("--help-all", "Print the help of all commands");
+    program.require_subcommand(1);
+    program.footer("Exit codes: 0 all ran; 1 a script failed or a file could not be written;\n"
+                   "2 wrong arguments or an unreadable project.");
+
+    std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(std::make_unique<ResolveCommand>(program));
+
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return program.exit(error) == 0 ? ExitCode::success : ExitCode::unusable;
+    }
+
+    const QCoreApplication application(argc, argv);
+    for (const auto &command : commands) {
+        if (command->isChosen()) {
+            return command->run();
+        }
+    }
+    return ExitCode::unusable;
+}

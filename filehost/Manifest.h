@@ -1,0 +1,63 @@
+#pragma once
+
+#include "filehost/Diagnostic.h"
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+class JsonText;
+class Project;
+
+/**
+ * The manifest of a project as a person should see it: which instances it lists, and where, and
+ * what is wrong with it. The library reads the same file in its own way.
+ */
+class Manifest
+{
+public:
+    struct Entry
+    {
+        QString instanceName;
+        Diagnostic place; ///< of the entry; without a message
+    };
+
+    explicit Manifest(const Project &project);
+
+    QString filePath() const
+    {
+        return m_filePath;
+    }
+
+    /// Why the manifest cannot be used; without a message when it can.
+    const Diagnostic &error() const
+    {
+        return m_error;
+    }
+    bool hasFailed() const
+    {
+        return !m_error.message.isEmpty();
+    }
+
+    /// What is wrong with single entries.
+    const QVector<Diagnostic> &warnings() const
+    {
+        return m_warnings;
+    }
+
+    /// The instances in the manifest's order, duplicates included.
+    const QVector<Entry> &entries() const
+    {
+        return m_entries;
+    }
+
+private:
+    void read();
+    void addEntries(const JsonText &json, int array);
+    Diagnostic placeOf(const JsonText &json, int element, const QString &message) const;
+
+    QString m_filePath;
+    Diagnostic m_error;
+    QVector<Diagnostic> m_warnings;
+    QVector<Entry> m_entries;
+};
