@@ -10,10 +10,7 @@ class Command
 public:
     virtual ~Command() = default;
 
-    bool isChosen() const
-    {
-        return m_arguments->parsed();
-    }
+    bool isChosen() const { return m_arguments->parsed(); }
 
     /// @return the program's exit code
     virtual int run() = 0;
@@ -24,10 +21,7 @@ protected:
     {
     }
 
-    CLI::App &arguments()
-    {
-        return *m_arguments;
-    }
+    CLI::App &arguments() { return *m_arguments; }
 
 private:
     CLI::App *m_arguments;

@@ -35,6 +35,12 @@ QJsonObject change(const PropertyChange &change)
     return object;
 }
 
+QString kindName(FileTree::Kind kind)
+{
+    return kind == FileTree::Kind::Process ? QStringLiteral("process")
+                                           : QStringLiteral("configuration");
+}
+
 QJsonObject exception(const ScriptException &exception)
 {
     return {{QStringLiteral("line"), exception.line}, {QStringLiteral("text"), exception.text}};
@@ -72,6 +78,12 @@ QJsonObject run(const ScriptRun &run, const QHash<QString, QString> &texts)
         }
         return object;
     };
+    const auto write = [](const TreeWrite &write) {
+        QJsonObject object = change(write.change);
+        object.insert(QStringLiteral("instance"), write.tree.instance);
+        object.insert(QStringLiteral("kind"), kindName(write.tree.kind));
+        return object;
+    };
     QJsonObject object{{QStringLiteral("instance"), run.instance},
                        {QStringLiteral("script"), run.script},
                        {QStringLiteral("function"), run.function},
@@ -82,6 +94,7 @@ QJsonObject run(const ScriptRun &run, const QHash<QString, QString> &texts)
                        {QStringLiteral("errors"), array(run.errors, error)},
                        {QStringLiteral("console"), array(run.console, consoleMessage)},
                        {QStringLiteral("warnings"), QJsonArray::fromStringList(run.warnings)},
+                       {QStringLiteral("writes"), array(run.writes, write)},
                        {QStringLiteral("unsaved"), array(run.unsavedChanges, change)}};
     if (!run.ranInstead.isEmpty()) {
         object.insert(QStringLiteral("ranInstead"), run.ranInstead);
@@ -100,10 +113,7 @@ QJsonObject make(const Project &project, const RunReport &report, bool isDryRun)
     const auto tree = [&project](const ChangedTree &tree) {
         QJsonObject object{{QStringLiteral("file"), project.relativePath(tree.identity.filePath)},
                            {QStringLiteral("instance"), tree.identity.instance},
-                           {QStringLiteral("kind"),
-                            tree.identity.kind == FileTree::Kind::Process
-                                ? QStringLiteral("process")
-                                : QStringLiteral("configuration")},
+                           {QStringLiteral("kind"), kindName(tree.identity.kind)},
                            {QStringLiteral("stored"), tree.error.isEmpty()},
                            {QStringLiteral("changes"), array(tree.changes, change)}};
         if (!tree.error.isEmpty()) {

@@ -12,8 +12,6 @@
 #include <QMap>
 #include <QSet>
 
-namespace {
-
 QString reasonOfOmission(const Project &project, const QString &instance)
 {
     const QString nameError = InstanceFile::nameError(instance);
@@ -46,10 +44,8 @@ QString reasonOfOmission(const Project &project, const QString &instance)
                                    : QStringLiteral(": the file is empty"));
 }
 
-} // namespace
-
-QVector<OmittedRun> omittedRuns(const Project &project, const QStringList &selected,
-                                const QVector<ScriptRun> &runs)
+QVector<OmittedRun> omittedRuns(const QStringList &selected, const QVector<ScriptRun> &runs,
+                                const std::function<QString(const QString &instance)> &reason)
 {
     QSet<QString> ran;
     for (const ScriptRun &run : runs) {
@@ -58,7 +54,7 @@ QVector<OmittedRun> omittedRuns(const Project &project, const QStringList &selec
     QVector<OmittedRun> omitted;
     for (const QString &instance : selected) {
         if (!ran.contains(instance)) {
-            omitted.append({instance, reasonOfOmission(project, instance)});
+            omitted.append({instance, reason(instance)});
         }
     }
     return omitted;
@@ -80,8 +76,9 @@ void noteForeignFunctions(const Project &project, QVector<ScriptRun> &runs)
         }
         if (*defines) {
             owner = run.script;
-        } else {
+        } else if (!owner.isEmpty()) {
             run.ranInstead = owner;
+            run.succeeded = false;
         }
     }
 }

@@ -1,5 +1,8 @@
 #include "Output.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -41,8 +44,24 @@ QString Output::styled(Style style, const QString &text) const
 
 void Output::line(const QString &text)
 {
-    const QByteArray bytes = text.toUtf8() + '\n';
+    this->text(text + QLatin1Char('\n'));
+}
+
+void Output::text(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+void Output::json(const QJsonObject &object)
+{
+    text(QString::fromUtf8(QJsonDocument(object).toJson()));
+}
+
+QString Output::counted(int count, const QString &noun)
+{
+    return QStringLiteral("%1 %2%3").arg(count).arg(noun,
+                                                    count == 1 ? QString() : QStringLiteral("s"));
 }
 
 void Output::error(const QString &text)

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class QJsonObject;
+
 /// Text for people, in UTF-8, coloured where a terminal shows it.
 class Output
 {
@@ -14,6 +16,11 @@ public:
 
     QString styled(Style style, const QString &text) const;
     void line(const QString &text = QString());
+    void text(const QString &text); ///< lines as they are
+    void json(const QJsonObject &object);
+
+    /// "1 file", "2 files"
+    static QString counted(int count, const QString &noun);
 
     /// A line on standard error, with the program's name in front.
     static void error(const QString &text);

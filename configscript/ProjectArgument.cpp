@@ -2,6 +2,9 @@
 
 #include "configscript/Output.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 std::optional<Project> openProject(const std::string &argument)
 {
     Diagnostic error;
@@ -10,4 +13,18 @@ std::optional<Project> openProject(const std::string &argument)
         Output::error(error.toString());
     }
     return project;
+}
+
+std::optional<Project> openProjectAround(const std::string &filePath)
+{
+    QDir folder = QFileInfo(QString::fromStdString(filePath)).absoluteDir();
+    while (!folder.exists(QStringLiteral("project.json"))) {
+        if (folder.isRoot() || !folder.cdUp()) {
+            Output::error(QString::fromStdString(filePath)
+                          + QStringLiteral(": no project.json in a folder above it; name the "
+                                           "project"));
+            return std::nullopt;
+        }
+    }
+    return openProject(folder.path().toStdString());
 }

@@ -3,92 +3,139 @@
 #include "JavaScript/JavaScriptDependencyManager.h"
 #include "JavaScript/JavaScriptDependencyResolver.h"
 #include "configscript/ExitCode.h"
+#include "configscript/Findings.h"
+#include "configscript/InplaceResolve.h"
 #include "configscript/JsonReport.h"
 #include "configscript/OmittedRuns.h"
 #include "configscript/Output.h"
 #include "configscript/ProgressLine.h"
 #include "configscript/ProjectArgument.h"
+#include "configscript/ProjectCheck.h"
 #include "configscript/RunRecorder.h"
+#include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
 #include "filehost/HostSession.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
 #include "host/TextManager.h"
 
-#include <QJsonDocument>
-
 #include <algorithm>
-
-namespace {
-
-/// Drops the messages about what the program has told its user already.
-class SilentLog : public MessageLog
-{
-public:
-    void consoleMessage(QtMsgType /*level*/, int /*line*/, const QString & /*text*/) override { }
-    void message(const QString & /*text*/) override { }
-};
-
-void sort(RunReport &report)
-{
-    std::sort(report.runs.begin(), report.runs.end(),
-              [](const ScriptRun &a, const ScriptRun &b) { return a.instance < b.instance; });
-    std::sort(report.trees.begin(), report.trees.end(),
-              [](const ChangedTree &a, const ChangedTree &b) {
-                  return a.identity.filePath < b.identity.filePath;
-              });
-    report.announced.sort();
-}
-
-} // namespace
 
 ResolveCommand::ResolveCommand(CLI::App &program)
     : Command(program, "resolve",
               "Run the dependency scripts of a project and save what they change")
 {
-    arguments().add_option("PROJECT", m_projectPath, "The project folder")->required();
+    auto *project = arguments().add_option("PROJECT", m_projectPath, "The project folder");
     arguments().add_option("INSTANCE", m_instance,
                            "Only this instance; or, if the manifest does not list it, the listed "
                            "instances whose names begin with it");
+    arguments().add_flag("--no-check", m_isUnchecked,
+                         "Run even if the check finds errors; a script that does not compile may "
+                         "then leave another one's function in its place");
     arguments().add_flag("-n,--dry-run", m_isDryRun, "Run everything, but write no file");
     arguments().add_flag("--json", m_isJson, "Print the report as JSON");
     arguments().add_flag("-q,--quiet", m_isQuiet, "Print only what went wrong");
     arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
+
+    auto *inplace = arguments().add_option("--in-place", m_treePath,
+                                           "Run inside this tree file alone, and print what would "
+                                           "change as a diff");
+    inplace->type_name("TREE");
+    arguments()
+        .add_option("--instance", m_inplaceInstance, "With --in-place: the instance to resolve")
+        ->type_name("NAME")
+        ->needs(inplace);
+    arguments()
+        .add_flag("--write", m_isWriting, "With --in-place: write the tree file")
+        ->needs(inplace);
+    arguments().callback([this, project, inplace] {
+        if (inplace->count() == 0 && project->count() == 0) {
+            throw CLI::RequiredError("PROJECT");
+        }
+        if (inplace->count() > 0 && m_inplaceInstance.empty()) {
+            throw CLI::RequiredError("--instance");
+        }
+    });
 }
 
 int ResolveCommand::run()
 {
-    const auto project = openProject(m_projectPath);
+    const bool isInplace = !m_treePath.empty();
+    const auto project = isInplace && m_projectPath.empty() ? openProjectAround(m_treePath)
+                                                            : openProject(m_projectPath);
     if (!project) {
         return ExitCode::unusable;
     }
-    const Manifest manifest(*project);
+    Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
+    if (isInplace) {
+        return InplaceResolve(*project, QString::fromStdString(m_treePath),
+                              QString::fromStdString(m_inplaceInstance))
+            .run(m_isWriting ? InplaceResolve::Writing::File : InplaceResolve::Writing::Nothing,
+                 m_isJson ? InplaceResolve::Format::Json : InplaceResolve::Format::Text, output);
+    }
+    return resolveProject(*project, output);
+}
+
+int ResolveCommand::resolveProject(const Project &project, Output &output) const
+{
+    const Manifest manifest(project);
     if (manifest.hasFailed()) {
         Output::error(manifest.error().toString());
         return ExitCode::unusable;
     }
-    const QStringList instances = selectedInstances(*project, manifest);
-    if (instances.isEmpty() && !m_instance.empty()) {
-        const QString instance = QString::fromStdString(m_instance);
-        const QStringList known = project->instances(FileTree::Kind::Configuration);
-        const bool isKnown = std::any_of(known.begin(), known.end(), [&](const QString &name) {
-            return name.startsWith(instance);
-        });
-        if (!isKnown) {
-            Output::error(QStringLiteral("no instance is \"%1\" or begins with it").arg(instance));
-            return ExitCode::unusable;
+    const QStringList instances = selectedInstances(project, manifest);
+    if (instances.isEmpty() && !m_instance.empty() && !isKnownInstance(project)) {
+        Output::error(QStringLiteral("no instance is \"%1\" or begins with it")
+                          .arg(QString::fromStdString(m_instance)));
+        return ExitCode::unusable;
+    }
+    if (!m_isUnchecked) {
+        const auto findings = ProjectCheck(project).checkInstances(manifest, instances);
+        if (Findings::hasErrors(findings)) {
+            refuse(project, findings, output);
+            return ExitCode::failure;
         }
     }
 
-    RunReport report = resolve(*project);
+    RunReport report = resolve(project);
     for (const Diagnostic &warning : manifest.warnings()) {
         report.projectWarnings.append(warning.toString());
     }
-    report.notRun = omittedRuns(*project, instances, report.runs);
-    noteForeignFunctions(*project, report.runs);
-    sort(report);
-    print(*project, report);
+    report.notRun = omittedRuns(instances, report.runs, [&project](const QString &instance) {
+        return reasonOfOmission(project, instance);
+    });
+    if (m_isUnchecked) {
+        noteForeignFunctions(project, report.runs);
+    }
+    report.sort();
+    if (m_isJson) {
+        output.json(JsonReport::make(project, report, m_isDryRun));
+    } else {
+        TextReport(project, output,
+                   m_isQuiet ? TextReport::Detail::OnlyTrouble : TextReport::Detail::Everything)
+            .print(report, m_isDryRun);
+    }
     return report.succeeded() ? ExitCode::success : ExitCode::failure;
+}
+
+void ResolveCommand::refuse(const Project &project, const QVector<Finding> &findings,
+                            Output &output) const
+{
+    if (m_isJson) {
+        output.json(Findings::toJson(project, findings));
+        return;
+    }
+    Findings::print(output, findings);
+    output.line(QStringLiteral("No script was run: %1. --no-check runs them all the same.")
+                    .arg(Findings::summary(findings)));
+}
+
+bool ResolveCommand::isKnownInstance(const Project &project) const
+{
+    const QStringList known = project.instances(FileTree::Kind::Configuration);
+    return std::any_of(known.begin(), known.end(), [this](const QString &name) {
+        return name.startsWith(QString::fromStdString(m_instance));
+    });
 }
 
 QStringList ResolveCommand::selectedInstances(const Project &project,
@@ -135,17 +182,4 @@ RunReport ResolveCommand::resolve(const Project &project) const
     }
     session.setObserver(nullptr);
     return recorder.report();
-}
-
-void ResolveCommand::print(const Project &project, const RunReport &report) const
-{
-    Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
-    if (m_isJson) {
-        output.line(QString::fromUtf8(
-            QJsonDocument(JsonReport::make(project, report, m_isDryRun)).toJson().trimmed()));
-        return;
-    }
-    TextReport(project, output,
-               m_isQuiet ? TextReport::Detail::OnlyTrouble : TextReport::Detail::Everything)
-        .print(report, m_isDryRun);
 }

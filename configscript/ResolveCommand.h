@@ -6,7 +6,9 @@
 #include <QStringList>
 
 class Manifest;
+class Output;
 class Project;
+struct Finding;
 
 /// configscript resolve: runs the dependency scripts of a project.
 class ResolveCommand : public Command
@@ -17,13 +19,19 @@ public:
     int run() override;
 
 private:
+    int resolveProject(const Project &project, Output &output) const;
     QStringList selectedInstances(const Project &project, const Manifest &manifest) const;
+    bool isKnownInstance(const Project &project) const;
+    void refuse(const Project &project, const QVector<Finding> &findings, Output &output) const;
     RunReport resolve(const Project &project) const;
-    void print(const Project &project, const RunReport &report) const;
 
     std::string m_projectPath;
     std::string m_instance;
+    std::string m_treePath;
+    std::string m_inplaceInstance;
+    bool m_isUnchecked = false;
     bool m_isDryRun = false;
+    bool m_isWriting = false;
     bool m_isJson = false;
     bool m_isQuiet = false;
     bool m_isColorless = false;

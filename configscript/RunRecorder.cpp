@@ -8,13 +8,22 @@
 #include "host/PropertyManagerConst.h"
 #include "host/SelectorUrlHandler.h"
 
-#include <utility>
-
 RunRecorder::RunRecorder(const Project &project, ProgressLine &progress)
     : m_project(project)
     , m_progress(progress)
     , m_configurationFolder(PropertyManagerConst::getConfigurationFolderPath(project.path()))
 {
+}
+
+void RunRecorder::setSubject(const QString &instance, const QString &script)
+{
+    m_subjectInstance = instance;
+    m_subjectScript = script;
+}
+
+void RunRecorder::setScript(const QString &instance, const QString &fileName)
+{
+    m_scripts.insert(instance, fileName);
 }
 
 void RunRecorder::instanceAnnounced(const QString &instance)
@@ -43,7 +52,8 @@ RunReport RunRecorder::report() const
             continue;
         }
         for (ScriptRun &run : report.runs) {
-            if (run.instance == identity.instance) {
+            // A subject's tree is its owner's to save.
+            if (m_subjectInstance.isEmpty() && run.instance == identity.instance) {
                 run.unsavedChanges += changes;
             }
         }
@@ -58,10 +68,14 @@ void RunRecorder::runBegins(const QString &functionName, const QString &argument
     if (functionName.isEmpty()) {
         m_run = ScriptRun();
     } else {
-        m_run.instance = SelectorUrlHandler(argument).getInstance();
-        m_run.script =
-            m_project.relativePath(PropertyManagerConst::getDependencyFolderPath(m_project.path())
-                                   + QLatin1Char('/') + m_scripts.value(m_run.instance));
+        m_run.instance = m_subjectInstance;
+        m_run.script = m_subjectScript;
+        if (m_subjectInstance.isEmpty()) {
+            m_run.instance = SelectorUrlHandler(argument).getInstance();
+            m_run.script = m_project.relativePath(
+                PropertyManagerConst::getDependencyFolderPath(m_project.path()) + QLatin1Char('/')
+                + m_scripts.value(m_run.instance));
+        }
         m_run.function = functionName;
         m_run.argument = argument;
     }
@@ -84,7 +98,11 @@ void RunRecorder::runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessa
     }
     m_run.succeeded = succeeded && m_run.isEvaluated;
     m_run.errors = errors;
-    m_runs.append(std::exchange(m_run, ScriptRun()));
+    m_runs.append(m_run);
+    // The text is evaluated once for any number of calls.
+    const bool isEvaluated = m_run.isEvaluated;
+    m_run = ScriptRun();
+    m_run.isEvaluated = isEvaluated;
     m_progress.show(QStringLiteral("Running script"), m_runs.size(), m_scripts.size());
 }
 
@@ -112,6 +130,10 @@ void RunRecorder::propertyWritten(const FileTreeNode &node, const QString &prope
         m_treeOrder.append(&node.tree());
     }
     const QPair<QString, QString> property(node.path(), propertyKey);
+    if (m_isRunning) {
+        m_run.writes.append(
+            {node.tree().identity(), {property.first, propertyKey, oldValue, newValue}});
+    }
     const auto known = tree.changeIndex.constFind(property);
     if (known != tree.changeIndex.constEnd()) {
         tree.changes[*known].newValue = newValue;

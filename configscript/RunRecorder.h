@@ -20,7 +20,17 @@ class RunRecorder : public JavaScriptRunObserver, public TreeObserver, public Me
 public:
     RunRecorder(const Project &project, ProgressLine &progress);
 
+    /// All runs to come are of this instance and script. Without it, runs are those of a resolver:
+    /// the argument is the instance's URL, and its tree names the script.
+    void setSubject(const QString &instance, const QString &script);
+
+    /// The dependency script of an instance whose tree is not read from a file of its own.
+    void setScript(const QString &instance, const QString &fileName);
+
     void instanceAnnounced(const QString &instance);
+
+    /// Whether anything was written to a node of the tree.
+    bool hasWritten(const FileTree &tree) const { return m_trees.contains(&tree); }
 
     /// What was seen so far; the runs in their order.
     RunReport report() const;
@@ -59,6 +69,8 @@ private:
     ProgressLine &m_progress;
     QString m_configurationFolder;
     QHash<QString, QString> m_scripts; ///< instance to its dependency script
+    QString m_subjectInstance;
+    QString m_subjectScript;
 
     QVector<ScriptRun> m_runs;
     ScriptRun m_run; ///< the one in progress

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 
 int RunReport::failedRuns() const
 {
@@ -25,4 +26,20 @@ int RunReport::storedTrees() const
 bool RunReport::succeeded() const
 {
     return failedRuns() == 0 && notRun.isEmpty() && storedTrees() == trees.size();
+}
+
+void RunReport::sort()
+{
+    std::sort(runs.begin(), runs.end(),
+              [](const ScriptRun &a, const ScriptRun &b) { return a.instance < b.instance; });
+    std::sort(trees.begin(), trees.end(), [](const ChangedTree &a, const ChangedTree &b) {
+        return a.identity.filePath < b.identity.filePath;
+    });
+    for (ChangedTree &tree : trees) {
+        std::sort(tree.changes.begin(), tree.changes.end(),
+                  [](const PropertyChange &a, const PropertyChange &b) {
+                      return std::tie(a.path, a.key) < std::tie(b.path, b.key);
+                  });
+    }
+    announced.sort();
 }

@@ -21,6 +21,13 @@ struct PropertyChange
     QVariant newValue;
 };
 
+/// A property that was written, and the tree that it is in.
+struct TreeWrite
+{
+    FileTree::Identity tree;
+    PropertyChange change;
+};
+
 /// What a script wrote to its console.
 struct ConsoleMessage
 {
@@ -50,6 +57,7 @@ struct ScriptRun
     QList<JavaScriptApi::ErrorMessage> errors;
     QVector<ConsoleMessage> console;
     QStringList warnings; ///< of the library and the host
+    QVector<TreeWrite> writes; ///< in their order
     QString ranInstead; ///< the script whose function ran because this one has none
     QVector<PropertyChange> unsavedChanges; ///< by relative URL, in a tree that nobody saves
 };
@@ -84,4 +92,8 @@ struct RunReport
     int changedValues() const; ///< in the trees that could be stored
     int storedTrees() const;
     bool succeeded() const;
+
+    /// Brings runs, trees, changes and announcements into an order that does not differ from run
+    /// to run.
+    void sort();
 };

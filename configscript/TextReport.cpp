@@ -4,7 +4,6 @@
 #include "filehost/Project.h"
 
 #include <algorithm>
-#include <tuple>
 
 namespace {
 
@@ -19,12 +18,6 @@ QString milliseconds(std::chrono::nanoseconds duration)
 {
     return QString::number(std::chrono::duration<double, std::milli>(duration).count(), 'f', 1)
         + QStringLiteral(" ms");
-}
-
-QString counted(int count, const QString &noun)
-{
-    return QStringLiteral("%1 %2%3").arg(count).arg(noun,
-                                                    count == 1 ? QString() : QStringLiteral("s"));
 }
 
 QString place(const QString &file, int line)
@@ -70,8 +63,8 @@ QVector<PropertyChange> flattenedList(const PropertyChange &change)
     for (int i = begin; i < end; ++i) {
         const QVariant oldValue = i < oldList.size() - equalEnd ? oldList.at(i) : QVariant();
         const QVariant newValue = i < newList.size() - equalEnd ? newList.at(i) : QVariant();
-        changes += flattened({change.path, QStringLiteral("%1[%2]").arg(change.key).arg(i),
-                              oldValue, newValue});
+        changes += flattened(
+            {change.path, QStringLiteral("%1[%2]").arg(change.key).arg(i), oldValue, newValue});
     }
     return changes;
 }
@@ -109,6 +102,17 @@ void TextReport::print(const RunReport &report, bool isDryRun)
     for (const QString &text : report.projectWarnings) {
         m_output.line(m_output.styled(Style::Warning, QStringLiteral("warning: ")) + text);
     }
+    printRuns(report);
+    printTrees(report, isDryRun);
+    if (m_detail == Detail::Everything) {
+        printAnnounced(report);
+        m_output.line();
+        printSummary(report, isDryRun);
+    }
+}
+
+void TextReport::printRuns(const RunReport &report)
+{
     int instanceWidth = 0;
     int scriptWidth = 0;
     for (const ScriptRun &run : report.runs) {
@@ -119,40 +123,61 @@ void TextReport::print(const RunReport &report, bool isDryRun)
         instanceWidth = std::max(instanceWidth, omitted.instance.size());
     }
     for (const ScriptRun &run : report.runs) {
-        printRun(run, instanceWidth, scriptWidth);
+        const bool isTrouble = !run.succeeded || !run.errors.isEmpty() || !run.warnings.isEmpty()
+            || !run.unsavedChanges.isEmpty() || !run.ranInstead.isEmpty();
+        if (isTrouble || m_detail == Detail::Everything) {
+            printHeading(run,
+                         run.instance.leftJustified(instanceWidth) + QStringLiteral("  ")
+                             + run.script.leftJustified(scriptWidth));
+            printDetails(run);
+        }
     }
     for (const OmittedRun &omitted : report.notRun) {
         m_output.line(m_output.styled(Style::Bad, QStringLiteral("NOT RUN")) + QStringLiteral("  ")
                       + omitted.instance.leftJustified(instanceWidth) + QStringLiteral("  ")
                       + omitted.reason);
     }
-    for (const ChangedTree &tree : report.trees) {
-        printTree(tree, isDryRun);
-    }
-    if (m_detail == Detail::Everything) {
-        if (!report.announced.isEmpty()) {
-            m_output.line();
-            m_output.line(QStringLiteral("Process data changed: ")
-                          + report.announced.join(QStringLiteral(", ")));
+}
+
+void TextReport::printEvents(const RunReport &report)
+{
+    for (const ScriptRun &run : report.runs) {
+        printHeading(
+            run,
+            (run.argument.isEmpty() ? run.function : run.function + QLatin1Char(' ') + run.argument)
+                + QStringLiteral("  ") + run.script);
+        printDetails(run);
+        QVector<PropertyChange> writes;
+        for (const TreeWrite &write : run.writes) {
+            PropertyChange change = write.change;
+            if (write.tree.instance != run.instance
+                || write.tree.kind != FileTree::Kind::Configuration) {
+                change.path =
+                    m_project.relativePath(write.tree.filePath) + QLatin1Char('#') + change.path;
+            }
+            writes.append(change);
         }
-        m_output.line();
-        printSummary(report, isDryRun);
+        printChanges(writes, QString(9, QLatin1Char(' ')));
     }
 }
 
-void TextReport::printRun(const ScriptRun &run, int instanceWidth, int scriptWidth)
+void TextReport::printTrees(const RunReport &report, bool isDryRun)
 {
-    const bool isTrouble = !run.succeeded || !run.errors.isEmpty() || !run.warnings.isEmpty()
-        || !run.unsavedChanges.isEmpty() || !run.ranInstead.isEmpty();
-    if (!isTrouble && m_detail == Detail::OnlyTrouble) {
-        return;
+    for (const ChangedTree &tree : report.trees) {
+        printTree(tree, isDryRun);
     }
+}
+
+void TextReport::printHeading(const ScriptRun &run, const QString &text)
+{
     const QString state = run.succeeded ? m_output.styled(Style::Good, QStringLiteral("ok     "))
                                         : m_output.styled(Style::Bad, QStringLiteral("FAILED "));
-    m_output.line(state + QStringLiteral("  ") + run.instance.leftJustified(instanceWidth)
-                  + QStringLiteral("  ") + run.script.leftJustified(scriptWidth) + QStringLiteral("  ")
+    m_output.line(state + QStringLiteral("  ") + text + QStringLiteral("  ")
                   + m_output.styled(Style::Dim, milliseconds(run.duration)));
+}
 
+void TextReport::printDetails(const ScriptRun &run)
+{
     const QString indentation(9, QLatin1Char(' '));
     for (const ScriptException &exception : run.exceptions) {
         m_output.line(indentation + place(run.script, exception.line) + QLatin1Char(' ')
@@ -222,9 +247,6 @@ void TextReport::printChanges(const QVector<PropertyChange> &changes, const QStr
     for (const PropertyChange &change : changes) {
         lines += flattened(change);
     }
-    std::sort(lines.begin(), lines.end(), [](const PropertyChange &a, const PropertyChange &b) {
-        return std::tie(a.path, a.key) < std::tie(b.path, b.key);
-    });
     const auto name = [](const PropertyChange &change) {
         return change.path.isEmpty() ? change.key : change.path + QLatin1Char(':') + change.key;
     };
@@ -243,6 +265,15 @@ void TextReport::printChanges(const QVector<PropertyChange> &changes, const QStr
     }
 }
 
+void TextReport::printAnnounced(const RunReport &report)
+{
+    if (!report.announced.isEmpty()) {
+        m_output.line();
+        m_output.line(QStringLiteral("Process data changed: ")
+                      + report.announced.join(QStringLiteral(", ")));
+    }
+}
+
 void TextReport::printSummary(const RunReport &report, bool isDryRun)
 {
     const int failed = report.failedRuns();
@@ -250,10 +281,11 @@ void TextReport::printSummary(const RunReport &report, bool isDryRun)
     const QString notRun = report.notRun.isEmpty()
         ? QString()
         : m_output.styled(Style::Bad, QStringLiteral(", %1 not run").arg(report.notRun.size()));
-    m_output.line(counted(report.runs.size(), QStringLiteral("script")) + QStringLiteral(" run, ")
-                  + (failed > 0 ? m_output.styled(Style::Bad, failedText) : failedText) + notRun
-                  + QStringLiteral("; ") + counted(report.storedTrees(), QStringLiteral("file"))
-                  + (isDryRun ? QStringLiteral(" would change, ") : QStringLiteral(" changed, "))
-                  + counted(report.changedValues(), QStringLiteral("value")) + QStringLiteral("; ")
-                  + milliseconds(report.duration));
+    m_output.line(
+        Output::counted(report.runs.size(), QStringLiteral("script")) + QStringLiteral(" run, ")
+        + (failed > 0 ? m_output.styled(Style::Bad, failedText) : failedText) + notRun
+        + QStringLiteral("; ") + Output::counted(report.storedTrees(), QStringLiteral("file"))
+        + (isDryRun ? QStringLiteral(" would change, ") : QStringLiteral(" changed, "))
+        + Output::counted(report.changedValues(), QStringLiteral("value")) + QStringLiteral("; ")
+        + milliseconds(report.duration));
 }

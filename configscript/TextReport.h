@@ -15,12 +15,22 @@ public:
 
     TextReport(const Project &project, Output &output, Detail detail);
 
+    /// All of it, as a resolver's run.
     void print(const RunReport &report, bool isDryRun);
 
+    void printRuns(const RunReport &report);
+
+    /// The runs as the events of one instance, each with what it wrote.
+    void printEvents(const RunReport &report);
+
+    void printTrees(const RunReport &report, bool isDryRun);
+
 private:
-    void printRun(const ScriptRun &run, int instanceWidth, int scriptWidth);
+    void printHeading(const ScriptRun &run, const QString &text);
+    void printDetails(const ScriptRun &run);
     void printTree(const ChangedTree &tree, bool isDryRun);
     void printChanges(const QVector<PropertyChange> &changes, const QString &indentation);
+    void printAnnounced(const RunReport &report);
     void printSummary(const RunReport &report, bool isDryRun);
 
     const Project &m_project;

@@ -1,5 +1,8 @@
+#include "configscript/CheckCommand.h"
 #include "configscript/ExitCode.h"
+#include "configscript/ListCommand.h"
 #include "configscript/ResolveCommand.h"
+#include "configscript/RunCommand.h"
 
 #include <QCoreApplication>
 #include <QTextCodec>
@@ -21,6 +24,9 @@ int main(int argc, char *argv[])
 
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<ResolveCommand>(program));
+    commands.push_back(std::make_unique<RunCommand>(program));
+    commands.push_back(std::make_unique<CheckCommand>(program));
+    commands.push_back(std::make_unique<ListCommand>(program));
 
     try {
         program.parse(argc, argv);

@@ -38,14 +38,8 @@ public:
     static QSharedPointer<FileTreeNode> parse(const QByteArray &text, const Identity &identity,
                                               Diagnostic &error);
 
-    const JsonText &json() const
-    {
-        return m_json;
-    }
-    const Identity &identity() const
-    {
-        return m_identity;
-    }
+    const JsonText &json() const { return m_json; }
+    const Identity &identity() const { return m_identity; }
 
 private:
     FileTree(const JsonText &json, const Identity &identity);

@@ -117,6 +117,28 @@ QString FileTreeNode::path() const
     return names.join(QLatin1Char('/'));
 }
 
+QVector<QSharedPointer<const FileTreeNode>> FileTreeNode::children() const
+{
+    QVector<QSharedPointer<const FileTreeNode>> children;
+    const QStringList names = childNames();
+    for (const QString &name : names) {
+        children.append(m_children.value(name));
+    }
+    return children;
+}
+
+Diagnostic FileTreeNode::placeOf(const QString &propertyKey, const QString &message) const
+{
+    const auto property = m_properties.constFind(propertyKey);
+    const int element = property != m_properties.constEnd() && property->element >= 0
+        ? property->element
+        : m_element;
+    const JsonText &json = m_tree->json();
+    Diagnostic place = json.placeOf(json.element(element).begin, message);
+    place.file = m_tree->identity().filePath;
+    return place;
+}
+
 QByteArray FileTreeNode::text() const
 {
     JsonEdit edit(m_tree->json());

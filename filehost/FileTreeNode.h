@@ -43,10 +43,14 @@ public:
     /// The relative URL of the node from its tree's root.
     QString path() const;
 
-    const FileTree &tree() const
-    {
-        return *m_tree;
-    }
+    /// The children in the file's order.
+    QVector<QSharedPointer<const FileTreeNode>> children() const;
+
+    /// Where a property stands in the tree's file, for messages; where the node stands for one that
+    /// the file does not hold.
+    Diagnostic placeOf(const QString &propertyKey, const QString &message) const;
+
+    const FileTree &tree() const { return *m_tree; }
 
     /// The JSON text of the node and all below it: the file's own, but for the values changed. Of
     /// the root, the whole file.

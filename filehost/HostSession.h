@@ -31,10 +31,7 @@ public:
     void setObserver(TreeObserver *observer);
 
     static QHash<QString, QVariantMap> units();
-    static TreeObserver *observer()
-    {
-        return s_current ? s_current->m_observer : nullptr;
-    }
+    static TreeObserver *observer() { return s_current ? s_current->m_observer : nullptr; }
     static bool writesFiles();
 
 private:

@@ -29,10 +29,7 @@ private:
     bool fail(int offset, const QString &message);
     bool failExpected(const QString &expected);
     QString found() const;
-    char current() const
-    {
-        return m_offset < m_size ? m_begin[m_offset] : '\0';
-    }
+    char current() const { return m_offset < m_size ? m_begin[m_offset] : '\0'; }
     bool insideObject() const;
 
     JsonText m_json;

@@ -41,32 +41,17 @@ public:
      */
     static JsonText parse(const QByteArray &text, Diagnostic &error);
 
-    bool isNull() const
-    {
-        return m_elements.isEmpty();
-    }
-    const QByteArray &text() const
-    {
-        return m_text;
-    }
-    const Element &element(int index) const
-    {
-        return m_elements.at(index);
-    }
+    bool isNull() const { return m_elements.isEmpty(); }
+    const QByteArray &text() const { return m_text; }
+    const Element &element(int index) const { return m_elements.at(index); }
     QByteArray rawText(int index) const;
 
     /**
      * The elements directly inside an array or object: for an object keys and values in turn.
      * Walk them with: for (int i = firstChild(e); i < element(e).next; i = element(i).next)
      */
-    int firstChild(int index) const
-    {
-        return index + 1;
-    }
-    bool isEmpty(int index) const
-    {
-        return m_elements.at(index).next == index + 1;
-    }
+    int firstChild(int index) const { return index + 1; }
+    bool isEmpty(int index) const { return m_elements.at(index).next == index + 1; }
 
     /// The value of the member @p key of the object @p index; -1 when there is none.
     int member(int index, const QString &key) const;

@@ -24,32 +24,17 @@ public:
 
     explicit Manifest(const Project &project);
 
-    QString filePath() const
-    {
-        return m_filePath;
-    }
+    QString filePath() const { return m_filePath; }
 
     /// Why the manifest cannot be used; without a message when it can.
-    const Diagnostic &error() const
-    {
-        return m_error;
-    }
-    bool hasFailed() const
-    {
-        return !m_error.message.isEmpty();
-    }
+    const Diagnostic &error() const { return m_error; }
+    bool hasFailed() const { return !m_error.message.isEmpty(); }
 
     /// What is wrong with single entries.
-    const QVector<Diagnostic> &warnings() const
-    {
-        return m_warnings;
-    }
+    const QVector<Diagnostic> &warnings() const { return m_warnings; }
 
     /// The instances in the manifest's order, duplicates included.
-    const QVector<Entry> &entries() const
-    {
-        return m_entries;
-    }
+    const QVector<Entry> &entries() const { return m_entries; }
 
 private:
     void read();

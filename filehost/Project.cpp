@@ -31,11 +31,57 @@ std::optional<Project> Project::open(const QString &folder, Diagnostic &error)
     }
     Project project;
     project.m_path = QDir::cleanPath(info.absoluteFilePath());
-    if (!project.readProjectFile(error) || !project.readTexts(error) || !project.readUnits(error)
+    if (!project.readProjectFile(error) || !project.readUnits(error)
         || !project.readProviders(error)) {
         return std::nullopt;
     }
+    project.m_texts = project.texts(project.m_language, error);
+    if (!error.message.isEmpty()) {
+        return std::nullopt;
+    }
     return project;
+}
+
+QHash<QString, QString> Project::reachableObjects() const
+{
+    QHash<QString, QString> objects = m_otherFiles;
+    const QStringList dataTypes = m_providers.getRegisteredDataTypes();
+    for (const QString &dataType : dataTypes) {
+        const auto items = m_providers.getProviderData(dataType).getItemList();
+        for (const auto &item : items) {
+            objects.insert(item.getObjectName(), m_path);
+        }
+    }
+    return objects;
+}
+
+QString Project::keyOfUserInterfaceScript()
+{
+    return QStringLiteral("scriptFile");
+}
+
+QString Project::userInterfaceScriptFolder() const
+{
+    return m_path + QStringLiteral("/scripts");
+}
+
+QHash<QString, QString> Project::texts(const QString &language, Diagnostic &error) const
+{
+    ProjectFile file(m_path + QStringLiteral("/texts/") + language + QStringLiteral(".json"));
+    const QHash<QString, QString> texts = file.stringMap();
+    error = file.error();
+    return file.hasFailed() ? QHash<QString, QString>() : texts;
+}
+
+QStringList Project::languages() const
+{
+    QStringList languages;
+    const QStringList files = QDir(m_path + QStringLiteral("/texts"))
+                                  .entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name);
+    for (const QString &file : files) {
+        languages.append(QFileInfo(file).completeBaseName());
+    }
+    return languages;
 }
 
 QStringList Project::instances(FileTree::Kind kind) const
@@ -101,14 +147,6 @@ bool Project::readProjectFile(Diagnostic &error)
         }
     }
     m_otherFiles.insert(m_objectName, m_path);
-    error = file.error();
-    return !file.hasFailed();
-}
-
-bool Project::readTexts(Diagnostic &error)
-{
-    ProjectFile file(m_path + QStringLiteral("/texts/") + m_language + QStringLiteral(".json"));
-    m_texts = file.stringMap();
     error = file.error();
     return !file.hasFailed();
 }

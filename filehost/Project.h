@@ -26,45 +26,36 @@ public:
     ///         malformed
     static std::optional<Project> open(const QString &folder, Diagnostic &error);
 
-    QString path() const
-    {
-        return m_path;
-    } ///< absolute
-    QString moduleName() const
-    {
-        return m_moduleName;
-    }
-    QString objectName() const
-    {
-        return m_objectName;
-    }
-    QString language() const
-    {
-        return m_language;
-    }
+    QString path() const { return m_path; } ///< absolute
+    QString moduleName() const { return m_moduleName; }
+    QString objectName() const { return m_objectName; }
+    QString language() const { return m_language; }
 
     /// Object names to absolute project folders. The project's own object maps to path().
-    QHash<QString, QString> otherFiles() const
-    {
-        return m_otherFiles;
-    }
+    QHash<QString, QString> otherFiles() const { return m_otherFiles; }
+
+    /// Object names to the project folders that scripts reach: otherFiles(), and the objects that
+    /// provide system information.
+    QHash<QString, QString> reachableObjects() const;
+
+    /// The property of a tree's root that names its user-interface script.
+    static QString keyOfUserInterfaceScript();
+
+    QString userInterfaceScriptFolder() const;
 
     /// Label texts of the project's language by identifier.
-    QHash<QString, QString> texts() const
-    {
-        return m_texts;
-    }
+    QHash<QString, QString> texts() const { return m_texts; }
+
+    /// Label texts of any language; none, with @p error set, when its file is malformed.
+    QHash<QString, QString> texts(const QString &language, Diagnostic &error) const;
+
+    /// The languages that have a file of texts, sorted.
+    QStringList languages() const;
 
     /// Unit to language to text.
-    QHash<QString, QVariantMap> units() const
-    {
-        return m_units;
-    }
+    QHash<QString, QVariantMap> units() const { return m_units; }
 
-    SystemInformationManagerDBusProviderDescriptionHandler providers() const
-    {
-        return m_providers;
-    }
+    SystemInformationManagerDBusProviderDescriptionHandler providers() const { return m_providers; }
 
     /// The instances with a tree of that kind, sorted.
     QStringList instances(FileTree::Kind kind) const;
@@ -83,7 +74,6 @@ private:
     Project() = default;
 
     bool readProjectFile(Diagnostic &error);
-    bool readTexts(Diagnostic &error);
     bool readUnits(Diagnostic &error);
     bool readProviders(Diagnostic &error);
 

@@ -21,18 +21,9 @@ public:
 
     explicit ProjectFile(const QString &filePath);
 
-    bool exists() const
-    {
-        return m_exists;
-    }
-    bool hasFailed() const
-    {
-        return !m_error.message.isEmpty();
-    }
-    const Diagnostic &error() const
-    {
-        return m_error;
-    }
+    bool exists() const { return m_exists; }
+    bool hasFailed() const { return !m_error.message.isEmpty(); }
+    const Diagnostic &error() const { return m_error; }
 
     /// The members of the object @p element, in the file's order; 0 is the outermost one.
     QVector<Member> members(int element = 0);

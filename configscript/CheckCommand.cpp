@@ -1,0 +1,33 @@
+#include "CheckCommand.h"
+
+#include "configscript/ExitCode.h"
+#include "configscript/Findings.h"
+#include "configscript/Output.h"
+#include "configscript/ProjectArgument.h"
+#include "configscript/ProjectCheck.h"
+#include "filehost/Manifest.h"
+
+CheckCommand::CheckCommand(CLI::App &program)
+    : Command(program, "check", "Look for mistakes in a project, without running its scripts")
+{
+    arguments().add_option("PROJECT", m_projectPath, "The project folder")->required();
+    arguments().add_flag("--json", m_isJson, "Print the findings as JSON");
+    arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
+}
+
+int CheckCommand::run()
+{
+    const auto project = openProject(m_projectPath);
+    if (!project) {
+        return ExitCode::unusable;
+    }
+    const auto findings = ProjectCheck(*project).checkAll(Manifest(*project));
+    Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
+    if (m_isJson) {
+        output.json(Findings::toJson(*project, findings));
+    } else {
+        Findings::print(output, findings);
+        output.line(Findings::summary(findings));
+    }
+    return Findings::hasErrors(findings) ? ExitCode::failure : ExitCode::success;
+}

@@ -1,0 +1,64 @@
+#include "Findings.h"
+
+#include "configscript/Output.h"
+#include "filehost/Project.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+
+namespace Findings {
+
+namespace {
+
+int count(const QVector<Finding> &findings, Finding::Severity severity)
+{
+    return int(std::count_if(findings.begin(), findings.end(), [severity](const Finding &finding) {
+        return finding.severity == severity;
+    }));
+}
+
+} // namespace
+
+bool hasErrors(const QVector<Finding> &findings)
+{
+    return count(findings, Finding::Severity::Error) > 0;
+}
+
+void print(Output &output, const QVector<Finding> &findings)
+{
+    for (const Finding &finding : findings) {
+        output.line(output.styled(finding.severity == Finding::Severity::Error
+                                      ? Output::Style::Bad
+                                      : Output::Style::Warning,
+                                  finding.toString()));
+    }
+}
+
+QString summary(const QVector<Finding> &findings)
+{
+    return Output::counted(count(findings, Finding::Severity::Error), QStringLiteral("error"))
+        + QStringLiteral(", ")
+        + Output::counted(count(findings, Finding::Severity::Warning), QStringLiteral("warning"));
+}
+
+QJsonObject toJson(const Project &project, const QVector<Finding> &findings)
+{
+    QJsonArray array;
+    for (const Finding &finding : findings) {
+        array.append(
+            QJsonObject{{QStringLiteral("severity"),
+                         finding.severity == Finding::Severity::Error ? QStringLiteral("error")
+                                                                      : QStringLiteral("warning")},
+                        {QStringLiteral("file"), finding.place.file},
+                        {QStringLiteral("line"), finding.place.line},
+                        {QStringLiteral("message"), finding.place.message},
+                        {QStringLiteral("name"), finding.name}});
+    }
+    return {{QStringLiteral("project"), project.path()},
+            {QStringLiteral("errors"), count(findings, Finding::Severity::Error)},
+            {QStringLiteral("warnings"), count(findings, Finding::Severity::Warning)},
+            {QStringLiteral("findings"), array}};
+}
+
+} // namespace Findings

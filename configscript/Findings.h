@@ -1,0 +1,25 @@
+#pragma once
+
+#include "configscript/Finding.h"
+
+#include <QJsonObject>
+#include <QVector>
+
+class Output;
+class Project;
+
+/// Lists of findings.
+namespace Findings {
+
+bool hasErrors(const QVector<Finding> &findings);
+
+/// A line for each.
+void print(Output &output, const QVector<Finding> &findings);
+
+/// How many there are of each severity.
+QString summary(const QVector<Finding> &findings);
+
+/// For programs; the format is described in docs/command.md.
+QJsonObject toJson(const Project &project, const QVector<Finding> &findings);
+
+} // namespace Findings

@@ -1,0 +1,146 @@
+#include "InplaceResolve.h"
+
+#include "JavaScript/JavaScriptDependencyManager.h"
+#include "JavaScript/JavaScriptInplaceDependencyResolver.h"
+#include "configscript/ExitCode.h"
+#include "configscript/JsonReport.h"
+#include "configscript/LineDiff.h"
+#include "configscript/OmittedRuns.h"
+#include "configscript/ProgressLine.h"
+#include "configscript/RunRecorder.h"
+#include "configscript/SilentLog.h"
+#include "configscript/TextReport.h"
+#include "filehost/FileTreeNode.h"
+#include "filehost/HostSession.h"
+#include "filehost/Project.h"
+#include "filehost/TextFile.h"
+#include "host/ConfigurationAndProcessDataDefinitions.h"
+#include "host/PropertyManagerConst.h"
+#include "host/TextManager.h"
+
+#include <QFileInfo>
+#include <QJsonObject>
+
+namespace {
+
+QString rootInstanceOf(const Project &project, const QString &treePath, const QString &instance)
+{
+    const QString folder =
+        PropertyManagerConst::getConfigurationFolderPath(project.path()) + QLatin1Char('/');
+    const QString suffix = QStringLiteral(".json");
+    return treePath.startsWith(folder) && treePath.endsWith(suffix)
+        ? treePath.mid(folder.size()).chopped(suffix.size())
+        : instance;
+}
+
+} // namespace
+
+InplaceResolve::InplaceResolve(const Project &project, const QString &treePath,
+                               const QString &instance)
+    : m_project(project)
+    , m_treePath(QFileInfo(treePath).absoluteFilePath())
+    , m_instance(instance)
+    , m_rootInstance(rootInstanceOf(project, m_treePath, instance))
+{
+}
+
+int InplaceResolve::run(Writing writing, Format format, Output &output) const
+{
+    Diagnostic error;
+    const auto root =
+        FileTree::read({m_treePath, m_rootInstance, FileTree::Kind::Configuration}, error);
+    if (root.isNull()) {
+        Output::error(error.message.isEmpty() ? m_treePath + QStringLiteral(": no such file")
+                                              : error.toString());
+        return ExitCode::unusable;
+    }
+    const QStringList instances = selectedInstances();
+    RunReport report = resolve(root, instances);
+    report.notRun = omittedRuns(instances, report.runs, [&](const QString &instance) {
+        return QStringLiteral("see the messages; the tree is that of \"%1\"").arg(m_rootInstance)
+            + (instance.startsWith(m_rootInstance) ? QString()
+                                                   : QStringLiteral(", which does not hold it"));
+    });
+
+    const QByteArray oldText = root->tree().json().text();
+    const QByteArray newText = root->text();
+    bool isWritten = false;
+    if (writing == Writing::File && report.succeeded() && newText != oldText) {
+        isWritten = TextFile::write(m_treePath, newText, error);
+        if (!isWritten) {
+            Output::error(error.toString());
+        }
+    }
+    const QString name = m_project.relativePath(m_treePath);
+    const QString diff = unifiedDiff(oldText, newText, name, name);
+    if (format == Format::Json) {
+        QJsonObject object = JsonReport::make(m_project, report, writing == Writing::Nothing);
+        object.insert(QStringLiteral("diff"), diff);
+        object.insert(QStringLiteral("written"), isWritten);
+        output.json(object);
+    } else {
+        TextReport(m_project, output, TextReport::Detail::Everything).printRuns(report);
+        for (const QString &warning : qAsConst(report.warnings)) {
+            output.line(output.styled(Output::Style::Warning, QStringLiteral("warning: "))
+                        + warning);
+        }
+        if (instances.isEmpty()) {
+            output.line(QStringLiteral("Nothing to do: the manifest lists no instance that \"%1\" "
+                                       "selects.")
+                            .arg(m_instance));
+        } else if (diff.isEmpty()) {
+            output.line(QStringLiteral("The scripts change nothing."));
+        } else {
+            output.text(diff);
+            output.line(isWritten ? QStringLiteral("Written.")
+                            : writing == Writing::File
+                            ? QStringLiteral("Nothing was written.")
+                            : QStringLiteral("Nothing was written; --write saves the changes."));
+        }
+    }
+    return report.succeeded() && error.message.isEmpty() ? ExitCode::success : ExitCode::failure;
+}
+
+QStringList InplaceResolve::selectedInstances() const
+{
+    const SilentLog log;
+    JavaScriptDependencyManager manager(m_project.path(), true);
+    QStringList instances = manager.getInstancesToResolve(m_instance);
+    instances.removeDuplicates();
+    return instances;
+}
+
+RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
+                                  const QStringList &instances) const
+{
+    HostSession session(m_project.units(), HostSession::Writing::Nothing);
+    const TextManager textManager(m_project.texts());
+    QObject acceptAllObjects; // a resolver with a parent serves URLs of every object
+    std::unique_ptr<JavaScriptInplaceDependencyResolver> resolver;
+    {
+        const SilentLog log;
+        resolver = std::make_unique<JavaScriptInplaceDependencyResolver>(
+            m_project.path(), m_project.moduleName(), m_project.objectName(), m_rootInstance,
+            textManager, &acceptAllObjects);
+    }
+    ProgressLine progress(ProgressLine::Visibility::Never);
+    RunRecorder recorder(m_project, progress);
+    const QString key =
+        ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
+    for (const QString &instance : instances) {
+        const auto node = root->getNode(instance.mid(m_rootInstance.size() + 1));
+        if (instance.startsWith(m_rootInstance) && !node.isNull()) {
+            recorder.setScript(instance, node->getProperty(key).toString());
+        }
+    }
+    session.setObserver(&recorder);
+    resolver->setRunObserver(&recorder);
+    resolver->resolveDependencies(m_instance, root);
+    recorder.treeSaved(*root, m_treePath); // what was written stays in the caller's tree
+    session.setObserver(nullptr);
+
+    RunReport report = recorder.report();
+    noteForeignFunctions(m_project, report.runs);
+    report.sort();
+    return report;
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "configscript/Output.h"
+#include "configscript/RunReport.h"
+
+#include <QString>
+#include <QStringList>
+
+class FileTreeNode;
+class Project;
+
+/// Resolves the dependencies of an instance inside one tree file.
+class InplaceResolve
+{
+public:
+    enum class Writing { File, Nothing };
+    enum class Format { Text, Json };
+
+    /**
+     * @param treePath the file. Below the project's configuration folder it is the tree of the
+     *        instance it is named after; anywhere else the tree of @p instance itself.
+     */
+    InplaceResolve(const Project &project, const QString &treePath, const QString &instance);
+
+    /// Runs the scripts, prints what they changed as a diff, and writes it if all succeeded.
+    /// @return the program's exit code
+    int run(Writing writing, Format format, Output &output) const;
+
+private:
+    QStringList selectedInstances() const;
+    RunReport resolve(const QSharedPointer<FileTreeNode> &root, const QStringList &instances) const;
+
+    const Project &m_project;
+    QString m_treePath;
+    QString m_instance;
+    QString m_rootInstance;
+};

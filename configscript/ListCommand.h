@@ -1,0 +1,16 @@
+#pragma once
+
+#include "configscript/Command.h"
+
+/// configscript list: the instances of a project.
+class ListCommand : public Command
+{
+public:
+    explicit ListCommand(CLI::App &program);
+
+    int run() override;
+
+private:
+    std::string m_projectPath;
+    bool m_isJson = false;
+};

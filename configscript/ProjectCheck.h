@@ -1,0 +1,68 @@
+#pragma once
+
+#include "configscript/Finding.h"
+#include "configscript/ScriptProbe.h"
+#include "filehost/FileTree.h"
+
+#include <QHash>
+#include <QSet>
+#include <QStringList>
+#include <QVector>
+
+class Manifest;
+class Project;
+
+/// Looks at a project before its scripts run, for what would go wrong, or has gone wrong already.
+class ProjectCheck
+{
+public:
+    explicit ProjectCheck(const Project &project);
+
+    /// What keeps the dependency scripts of @p instances from running as they should: errors only.
+    QVector<Finding> checkInstances(const Manifest &manifest, const QStringList &instances);
+
+    /// Everything, by file and line.
+    QVector<Finding> checkAll(const Manifest &manifest);
+
+private:
+    enum class ScriptKind { Dependency, UserInterface };
+
+    /// A script that trees name.
+    struct NamedScript
+    {
+        ScriptKind kind;
+        QString fileName;
+        Diagnostic place; ///< of the property that named it first
+    };
+
+    void checkTexts();
+    void checkManifest(const Manifest &manifest);
+    bool checkListedInstance(const QString &instance, const Diagnostic &entry);
+    QSharedPointer<FileTreeNode> checkTree(FileTree::Kind kind, const QString &instance);
+    void checkDependencyScript(const FileTreeNode &root, bool isListed);
+    void checkNode(const FileTreeNode &node);
+    QString checkScript(const NamedScript &script);
+    void checkFunctions(const NamedScript &script, const QString &filePath, const QString &text);
+    void checkTokens(ScriptKind kind, const QString &filePath, const QString &text);
+    void checkUrl(const QString &text, bool isWhole, Diagnostic place);
+    void checkUnusedScripts();
+    template <typename Place>
+    void checkText(const QString &textId, Place place);
+    template <typename Place>
+    void checkUnit(const QString &unit, Place place);
+
+    bool nameScript(const FileTreeNode &root, ScriptKind kind);
+    QString keyOf(ScriptKind kind) const;
+    QString folderOf(ScriptKind kind) const;
+    QString scriptPath(ScriptKind kind, const QString &fileName) const;
+    void add(Finding::Severity severity, const char *name, const Diagnostic &place);
+    QVector<Finding> sorted() const;
+
+    const Project &m_project;
+    QVector<NamedScript> m_scripts;
+    QSet<QString> m_scriptPaths; ///< of the scripts named
+    QHash<QString, QHash<QString, QString>> m_texts; ///< by language, then identifier
+    QSet<QString> m_knownTexts; ///< looked at already
+    QSet<QString> m_knownUnits;
+    QVector<Finding> m_findings;
+};
