@@ -80,9 +80,11 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
         output.json(object);
     } else {
         TextReport(m_project, output, TextReport::Detail::Everything).printRuns(report);
-        for (const QString &warning : qAsConst(report.warnings)) {
-            output.line(output.styled(Output::Style::Warning, QStringLiteral("warning: "))
-                        + warning);
+        if (!report.notRun.isEmpty()) {
+            for (const QString &warning : qAsConst(report.warnings)) {
+                output.line(output.styled(Output::Style::Warning, QStringLiteral("warning: "))
+                            + warning);
+            }
         }
         if (instances.isEmpty()) {
             output.line(QStringLiteral("Nothing to do: the manifest lists no instance that \"%1\" "

@@ -100,13 +100,15 @@ RunCommand::RunCommand(CLI::App &program)
         .add_option("--event", m_events,
                     "An event, once for each, in order: EVENT or EVENT=ARGUMENT")
         ->type_name("EVENT[=ARGUMENT]")
-        ->take_all();
+        ->take_all()
+        ->allow_extra_args(false);
     arguments()
         .add_option("--set", m_edits,
                     "Edit a property before the events, as a user would, and fire onValueChange "
                     "for its node; VALUE is JSON, or else text")
         ->type_name("URL:KEY=VALUE")
-        ->take_all();
+        ->take_all()
+        ->allow_extra_args(false);
     arguments().add_flag("--write", m_isWriting,
                          "Save the instance, and the others that the script changed, if every "
                          "event succeeded");

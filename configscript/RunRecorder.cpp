@@ -84,7 +84,7 @@ void RunRecorder::runBegins(const QString &functionName, const QString &argument
 
 void RunRecorder::exceptionThrown(int line, const QString &text)
 {
-    m_run.exceptions.append({line, text});
+    m_run.exceptions.append({line, text, !m_run.function.isEmpty()});
     m_isExceptionKnown = true;
 }
 
@@ -158,7 +158,7 @@ void RunRecorder::treeNotSaved(const FileTreeNode &root, const QString &reason)
 
 void RunRecorder::consoleMessage(QtMsgType level, int line, const QString &text)
 {
-    m_run.console.append({level, line, text});
+    m_run.console.append({level, line, text, !m_run.function.isEmpty()});
 }
 
 void RunRecorder::message(const QString &text)

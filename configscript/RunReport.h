@@ -34,6 +34,7 @@ struct ConsoleMessage
     QtMsgType level;
     int line; ///< 0 when the engine knows none
     QString text;
+    bool isOfFunction; ///< not of the evaluation of the script's text
 };
 
 /// An Error that a script threw, or that kept it from being compiled.
@@ -41,6 +42,7 @@ struct ScriptException
 {
     int line; ///< 0 when the engine knows none
     QString text;
+    bool isOfFunction; ///< not of the evaluation of the script's text
 };
 
 /// A script's text evaluated and one of its functions called.
@@ -60,6 +62,12 @@ struct ScriptRun
     QVector<TreeWrite> writes; ///< in their order
     QString ranInstead; ///< the script whose function ran because this one has none
     QVector<PropertyChange> unsavedChanges; ///< by relative URL, in a tree that nobody saves
+
+    /// The script whose text or function a message is of.
+    QString scriptOf(bool isOfFunction) const
+    {
+        return isOfFunction && !ranInstead.isEmpty() ? ranInstead : script;
+    }
 };
 
 /// A tree that scripts changed.

@@ -3,6 +3,20 @@
 #include <QJSEngine>
 #include <QJSValue>
 
+namespace {
+
+/// Whether the script knows a function of that name, wherever it is kept. What is declared with
+/// const, let or class is known only to the text that declares it.
+bool isDeclared(const QString &text, const QString &name)
+{
+    QJSEngine engine;
+    engine.installExtensions(QJSEngine::ConsoleExtension);
+    return engine.evaluate(text + QStringLiteral("\n;typeof ") + name).toString()
+        == QLatin1String("function");
+}
+
+} // namespace
+
 ScriptProbe::ScriptProbe(const QString &text)
 {
     QJSEngine engine;
@@ -17,8 +31,7 @@ ScriptProbe::ScriptProbe(const QString &text)
     for (const QString &name : names) {
         if (engine.globalObject().property(name).isCallable()) {
             functions.insert(name);
-        } else if (engine.evaluate(QStringLiteral("typeof ") + name).toString()
-                   == QLatin1String("function")) {
+        } else if (isEvaluated && isDeclared(text, name)) {
             hidden.insert(name);
         }
     }

@@ -180,8 +180,8 @@ void TextReport::printDetails(const ScriptRun &run)
 {
     const QString indentation(9, QLatin1Char(' '));
     for (const ScriptException &exception : run.exceptions) {
-        m_output.line(indentation + place(run.script, exception.line) + QLatin1Char(' ')
-                      + m_output.styled(Style::Bad, exception.text));
+        m_output.line(indentation + place(run.scriptOf(exception.isOfFunction), exception.line)
+                      + QLatin1Char(' ') + m_output.styled(Style::Bad, exception.text));
     }
     if (!run.ranInstead.isEmpty()) {
         m_output.line(indentation
@@ -192,9 +192,17 @@ void TextReport::printDetails(const ScriptRun &run)
     if (!run.succeeded && run.exceptions.isEmpty() && run.warnings.isEmpty()) {
         m_output.line(indentation + run.function + QStringLiteral(" returned false"));
     }
+    QHash<QString, int> times;
     for (const QString &text : run.warnings) {
-        m_output.line(indentation + run.script + QStringLiteral(": ")
-                      + m_output.styled(Style::Warning, QStringLiteral("warning: ")) + text);
+        ++times[text];
+    }
+    for (const QString &text : run.warnings) {
+        const int count = times.take(text);
+        if (count > 0) {
+            m_output.line(indentation + run.scriptOf(true) + QStringLiteral(": ")
+                          + m_output.styled(Style::Warning, QStringLiteral("warning: ")) + text
+                          + (count > 1 ? QStringLiteral(" (%1 times)").arg(count) : QString()));
+        }
     }
     for (const ConsoleMessage &message : run.console) {
         const QString level = message.level == QtWarningMsg
@@ -202,8 +210,8 @@ void TextReport::printDetails(const ScriptRun &run)
             : message.level == QtCriticalMsg
             ? m_output.styled(Style::Bad, QStringLiteral("error: "))
             : QString();
-        m_output.line(indentation + place(run.script, message.line) + QLatin1Char(' ') + level
-                      + message.text);
+        m_output.line(indentation + place(run.scriptOf(message.isOfFunction), message.line)
+                      + QLatin1Char(' ') + level + message.text);
     }
     for (const JavaScriptApi::ErrorMessage &error : run.errors) {
         const QString text = m_texts.value(error.errorLabelTextId);
