@@ -10,18 +10,32 @@
 
 namespace {
 
-/// A script's value without any tie to the engine.
+/// A script's value without any tie to the engine or to the API object.
 QVariant toHostValue(const QVariant &value)
 {
-    if (value.userType() == qMetaTypeId<QJSValue>()) {
-        return value.value<QJSValue>().toVariant();
+    switch (value.userType()) {
+    case QMetaType::QVariantMap: {
+        QVariantMap map = value.toMap();
+        for (QVariant &member : map) {
+            member = toHostValue(member);
+        }
+        return map;
     }
-    // The engine hands a string list that it got from the host back as one. An array stays an
-    // array: a list of one string would convert to a text.
-    if (value.userType() == QMetaType::QStringList) {
-        return value.value<QVariantList>();
+    case QMetaType::QStringList: // where a string list of the host comes back
+    case QMetaType::QVariantList: {
+        auto list = value.value<QVariantList>();
+        for (QVariant &element : list) {
+            element = toHostValue(element);
+        }
+        return list;
     }
-    return value;
+    case QMetaType::QObjectStar:
+        return QVariant();
+    default:
+        return value.userType() == qMetaTypeId<QJSValue>()
+            ? toHostValue(value.value<QJSValue>().toVariant())
+            : value;
+    }
 }
 
 /// A host's value in a form whose members a script can read.

@@ -8,6 +8,18 @@
 
 #include <QDebug>
 
+namespace {
+
+/// "Can not <verb> instance: <name> <reason>"
+QString refusal(const char *verb, const QString &instance, const QString &reason)
+{
+    QString text;
+    QDebug(&text) << "Can not" << verb << "instance:" << instance << qUtf8Printable(reason);
+    return text.trimmed();
+}
+
+} // namespace
+
 ConfigurationAndProcessDataBase::BaseClassSharedPointer
 ConfigurationDataAndProcessDescriptionAccess::getParsedConfigurationProcessDescription(
     const QDir &dir, const QString &instance, bool isProcess)
@@ -15,7 +27,7 @@ ConfigurationDataAndProcessDescriptionAccess::getParsedConfigurationProcessDescr
     QString nameError;
     const QString filePath = InstanceFile::path(dir, instance, nameError);
     if (filePath.isEmpty()) {
-        qWarning() << "Can not read instance:" << instance << nameError;
+        qWarning().noquote() << refusal("read", instance, nameError);
         return {};
     }
     Diagnostic error;
@@ -41,26 +53,30 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
 {
     const auto node = root.dynamicCast<FileTreeNode>();
     if (node.isNull()) {
-        qWarning() << "Can not write instance:" << instance << "the tree is not of this host";
+        qWarning().noquote() << refusal("write", instance,
+                                        root.isNull()
+                                            ? QStringLiteral("there is no tree")
+                                            : QStringLiteral("the tree is not of this host"));
         return false;
     }
-    QString nameError;
-    const QString filePath = InstanceFile::path(dir, instance, nameError);
     TreeObserver *observer = HostSession::observer();
-    if (filePath.isEmpty()) {
-        qWarning() << "Can not write instance:" << instance << nameError;
+    const auto fail = [&](const QString &reason) {
         if (observer) {
-            observer->treeNotSaved(*node, nameError);
+            observer->treeNotSaved(*node, reason);
         }
         return false;
+    };
+    QString nameError;
+    const QString filePath = InstanceFile::path(dir, instance, nameError);
+    if (filePath.isEmpty()) {
+        const QString reason = refusal("write", instance, nameError);
+        qWarning().noquote() << reason;
+        return fail(reason);
     }
     Diagnostic error;
     if (HostSession::writesFiles() && !TextFile::write(filePath, node->text(), error)) {
         qWarning().noquote() << error.toString();
-        if (observer) {
-            observer->treeNotSaved(*node, error.toString());
-        }
-        return false;
+        return fail(error.toString());
     }
     if (observer) {
         observer->treeSaved(*node, filePath);

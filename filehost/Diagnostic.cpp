@@ -1,13 +1,19 @@
 #include "Diagnostic.h"
 
+#include <QStringList>
+
 QString Diagnostic::toString() const
 {
-    QString place = file;
+    QStringList place;
+    if (!file.isEmpty()) {
+        place.append(file);
+    }
     if (line > 0) {
-        place += QLatin1Char(':') + QString::number(line);
+        place.append(QString::number(line));
         if (column > 0) {
-            place += QLatin1Char(':') + QString::number(column);
+            place.append(QString::number(column));
         }
     }
-    return place.isEmpty() ? message : place + QStringLiteral(": ") + message;
+    const QString text = place.join(QLatin1Char(':'));
+    return text.isEmpty() ? message : text + QStringLiteral(": ") + message;
 }

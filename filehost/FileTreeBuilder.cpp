@@ -17,10 +17,10 @@ QSharedPointer<FileTreeNode> FileTreeBuilder::build(int element)
     node->m_element = element;
     const int end = m_json.element(element).next;
     for (int i = m_json.firstChild(element); i < end; i = m_json.element(i + 1).next) {
-        const QByteArray key = m_json.rawText(i);
-        if ((key == "\"properties\"" && !addProperties(*node, i + 1))
-            || (key == "\"readOnly\"" && !addReadOnlyKeys(*node, i + 1))
-            || (key == "\"children\"" && !addChildren(*node, i + 1))) {
+        const QString key = m_json.string(i);
+        if ((key == QLatin1String("properties") && !addProperties(*node, i + 1))
+            || (key == QLatin1String("readOnly") && !addReadOnlyKeys(*node, i + 1))
+            || (key == QLatin1String("children") && !addChildren(*node, i + 1))) {
             return {};
         }
     }
@@ -76,8 +76,11 @@ bool FileTreeBuilder::addChildren(FileTreeNode &node, int object)
 
 bool FileTreeBuilder::expect(int element, JsonText::Type type, const char *expected)
 {
-    return m_json.element(element).type == type
-        || fail(element, QStringLiteral("expected %1").arg(QLatin1String(expected)));
+    if (m_json.element(element).type == type) {
+        return true;
+    }
+    m_error = m_json.unexpected(element, QLatin1String(expected));
+    return false;
 }
 
 bool FileTreeBuilder::fail(int element, const QString &message)

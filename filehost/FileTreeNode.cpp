@@ -7,6 +7,8 @@
 
 #include <QDebug>
 
+#include <utility>
+
 ConfigurationAndProcessDataBase::BaseClassSharedPointer FileTreeNode::getNode(
     const QString &relUrl) const
 {
@@ -43,13 +45,17 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
     if (!newValue.isValid()) {
         return 3;
     }
-    Property &property = m_properties[propertyKey];
-    const QVariant oldValue = property.value;
-    if (JsonValue::areEqual(oldValue, newValue)) {
+    QVariant oldValue;
+    const auto property = m_properties.find(propertyKey);
+    if (property == m_properties.end()) {
+        m_properties.insert(propertyKey, {newValue, -1, true});
+        m_addedKeys.append(propertyKey);
+    } else if (JsonValue::areEqual(property->value, newValue)) {
         return 1;
+    } else {
+        oldValue = std::exchange(property->value, newValue);
+        property->isChanged = true;
     }
-    property.value = newValue;
-    property.isChanged = true;
     if (TreeObserver *observer = HostSession::observer()) {
         observer->propertyWritten(*this, propertyKey, oldValue, newValue);
     }
@@ -58,20 +64,16 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
 
 void FileTreeNode::addProperty(const QString &propertyKey, const QVariant &value)
 {
-    const QVariant newValue = JsonValue::normalized(value);
-    if (m_readOnlyKeys.contains(propertyKey)) {
+    switch (setProperty(propertyKey, value)) {
+    case 2:
         qWarning() << "Can not add read-only property:" << propertyKey;
-        return;
-    }
-    if (!newValue.isValid()) {
+        break;
+    case 3:
         qWarning() << "Can not add property:" << propertyKey
                    << "because its value has no JSON form:" << value;
-        return;
-    }
-    m_properties.insert(propertyKey, {newValue, -1, true});
-    m_addedKeys.append(propertyKey);
-    if (TreeObserver *observer = HostSession::observer()) {
-        observer->propertyWritten(*this, propertyKey, QVariant(), newValue);
+        break;
+    default:
+        break;
     }
 }
 

@@ -27,6 +27,7 @@ public:
     QVariant getProperty(const QString &propertyKey) const override;
     bool hasProperty(const QString &propertyKey) const override;
 
+    /// Adds a property that the node does not have.
     /// @return 0: written; 1: equal already; 2: the property is read-only; 3: the value has no JSON
     ///         form
     int setProperty(const QString &propertyKey, const QVariant &value) override;

@@ -16,9 +16,10 @@ bool liesInside(const QString &projectPath, const QString &filePath)
     }
     const QString realPath = info.canonicalFilePath();
     const QString realProjectPath = QFileInfo(projectPath).canonicalFilePath();
-    // A link to nowhere has no canonical path, and may become one that leads out.
-    return !realPath.isEmpty()
-        && (realPath == realProjectPath || realPath.startsWith(realProjectPath + QLatin1Char('/')));
+    // A link to nowhere has no canonical path, and may become one that leads out. Where there is no
+    // project yet, there is no link.
+    return realProjectPath.isEmpty() || realPath == realProjectPath
+        || realPath.startsWith(realProjectPath + QLatin1Char('/'));
 }
 
 } // namespace
@@ -31,7 +32,7 @@ QString path(const QDir &folder, const QString &instance, QString &error)
     }
     const QString folderPath = QDir::cleanPath(folder.absolutePath());
     const QString filePath = folderPath + QLatin1Char('/') + instance + QStringLiteral(".json");
-    if (QFileInfo(folderPath).exists() && !liesInside(QFileInfo(folderPath).path(), filePath)) {
+    if (!liesInside(QFileInfo(folderPath).path(), filePath)) {
         error = QStringLiteral("a link leads out of the project folder: ") + filePath;
         return QString();
     }

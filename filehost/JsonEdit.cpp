@@ -40,12 +40,14 @@ void JsonEdit::appendMembers(int object, const QVector<Member> &members)
         m_replacements.append({old.begin, old.end, newObject(members, indentationAt(old.begin))});
         return;
     }
-    const Item last = itemsOf(object).constLast();
+    const Items items = itemsOf(object);
+    const Item &last = items.items.constLast();
     QByteArray text;
     for (const Member &member : members) {
-        text += ',' + newMember(last, member);
+        text += ',' + items.nextLead + JsonValue::toText(member.first) + last.colon
+            + JsonValue::toText(member.second, m_layout);
     }
-    const int end = m_json.element(last.value).end;
+    const int end = m_json.element(last.element).end;
     m_replacements.append({end, end, text});
 }
 
@@ -82,23 +84,55 @@ QByteArray JsonEdit::result(int element) const
     return text;
 }
 
-QVector<JsonEdit::Item> JsonEdit::itemsOf(int element) const
+JsonEdit::Items JsonEdit::itemsOf(int element) const
 {
     const auto &container = m_json.element(element);
     const bool isObject = container.type == JsonText::Type::Object;
-    QVector<Item> items;
+    Items result;
     int begin = container.begin + 1;
     for (int i = m_json.firstChild(element); i < container.next;) {
-        const int value = isObject ? i + 1 : i;
-        const int next = m_json.element(value).next;
-        const int valueEnd = m_json.element(value).end;
-        const int end =
-            next < container.next ? m_json.text().indexOf(',', valueEnd) : container.end - 1;
-        items.append({slice(begin, m_json.element(value).begin), value, slice(valueEnd, end)});
+        Item item;
+        item.element = isObject ? i + 1 : i;
+        const auto &value = m_json.element(item.element);
+        const bool isLast = value.next == container.next;
+        const int end = isLast ? container.end - 1 : m_json.text().indexOf(',', value.end);
+        item.value = m_json.rawText(item.element);
+        if (isObject) {
+            item.key = m_json.rawText(i);
+            item.colon = slice(m_json.element(i).end, value.begin);
+        }
+        const QByteArray lead = slice(begin, m_json.element(i).begin);
+        const QByteArray trail = slice(value.end, end);
+        (result.items.isEmpty() ? result.firstLead : item.lead) = lead;
+        (isLast ? result.closing : item.trail) = trail;
+        result.items.append(item);
         begin = end + 1;
-        i = next;
+        i = value.next;
     }
-    return items;
+    if (result.items.size() > 1) {
+        result.nextLead = result.items.constLast().lead;
+    } else if (result.firstLead.contains('\n')) {
+        result.nextLead = result.firstLead;
+    } else if (m_layout == JsonValue::Layout::Spaced) {
+        result.nextLead = " ";
+    }
+    return result;
+}
+
+QByteArray JsonEdit::joined(const Items &old, const QVector<Item> &items) const
+{
+    const int first = old.items.constFirst().element;
+    QByteArray text;
+    for (int i = 0; i < items.size(); ++i) {
+        const Item &item = items.at(i);
+        if (i > 0) {
+            text += items.at(i - 1).trail + ',';
+        }
+        const bool hasLead = item.element >= 0 && item.element != first;
+        text += i == 0 ? old.firstLead : hasLead ? item.lead : old.nextLead;
+        text += item.key + item.colon + item.value;
+    }
+    return text + old.closing;
 }
 
 QByteArray JsonEdit::merged(int element, const QVariant &value) const
@@ -123,51 +157,59 @@ QByteArray JsonEdit::mergedObject(int element, const QVariantMap &map) const
     if (map.isEmpty()) {
         return QByteArrayLiteral("{}");
     }
-    const QVector<Item> items = itemsOf(element);
+    const Items old = itemsOf(element);
+    QVector<Item> items;
     QVariantMap added = map;
-    QByteArray text("{");
-    const auto append = [&text](const QByteArray &member) {
-        text += text.size() > 1 ? ',' + member : member;
-    };
-    for (const Item &item : items) {
-        const auto value = added.find(m_json.string(item.value - 1));
+    for (Item item : old.items) {
+        const auto value = added.find(m_json.string(item.element - 1));
         if (value != added.end()) {
-            const bool isLast = item.value == items.constLast().value;
-            append(item.before + merged(item.value, *value) + (isLast ? QByteArray() : item.after));
+            item.value = merged(item.element, *value);
+            items.append(item);
             added.erase(value);
         }
     }
     for (auto it = added.cbegin(); it != added.cend(); ++it) {
-        append(newMember(items.constLast(), {it.key(), it.value()}));
+        Item item;
+        item.key = JsonValue::toText(it.key());
+        item.colon = old.items.constLast().colon;
+        item.value = JsonValue::toText(it.value(), m_layout);
+        items.append(item);
     }
-    return text + items.constLast().after + '}';
+    return '{' + joined(old, items) + '}';
 }
 
+/// What the lists begin and end with in common stays; what lies between changes one by one.
 QByteArray JsonEdit::mergedArray(int element, const QVariantList &list) const
 {
     if (list.isEmpty()) {
         return QByteArrayLiteral("[]");
     }
-    const QVector<Item> items = itemsOf(element);
-    QByteArray text("[");
-    for (int i = 0; i < list.size(); ++i) {
-        const bool isKept = i < items.size();
-        text += i > 0 ? "," : "";
-        text += isKept ? items.at(i).before : items.constLast().before;
-        text += isKept ? merged(items.at(i).value, list.at(i))
-                       : JsonValue::toText(list.at(i), m_layout);
-        text += i + 1 < items.size() ? items.at(i).after : QByteArray();
+    const Items old = itemsOf(element);
+    const QVariantList oldList = m_json.value(element).toList();
+    const int shorter = std::min(oldList.size(), list.size());
+    int begin = 0;
+    while (begin < shorter && JsonValue::areEqual(oldList.at(begin), list.at(begin))) {
+        ++begin;
     }
-    return text + items.constLast().after + ']';
-}
-
-QByteArray JsonEdit::newMember(const Item &model, const Member &member) const
-{
-    const auto &modelKey = m_json.element(model.value - 1);
-    const int keyLength = modelKey.end - modelKey.begin;
-    const int keyBegin = model.before.size() - (m_json.element(model.value).begin - modelKey.begin);
-    return model.before.left(keyBegin) + JsonValue::toText(member.first)
-        + model.before.mid(keyBegin + keyLength) + JsonValue::toText(member.second, m_layout);
+    int tail = 0;
+    while (tail < shorter - begin
+           && JsonValue::areEqual(oldList.at(oldList.size() - 1 - tail),
+                                  list.at(list.size() - 1 - tail))) {
+        ++tail;
+    }
+    QVector<Item> items = old.items.mid(0, begin);
+    for (int i = begin; i < list.size() - tail; ++i) {
+        Item item;
+        if (i < oldList.size() - tail) {
+            item = old.items.at(i);
+            item.value = merged(item.element, list.at(i));
+        } else {
+            item.value = JsonValue::toText(list.at(i), m_layout);
+        }
+        items.append(item);
+    }
+    items += old.items.mid(old.items.size() - tail);
+    return '[' + joined(old, items) + ']';
 }
 
 QByteArray JsonEdit::newObject(const QVector<Member> &members, const QByteArray &indentation) const

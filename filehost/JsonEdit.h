@@ -41,19 +41,31 @@ private:
         QByteArray text;
     };
 
-    /// A member or an array's element, and the text around it.
+    /// A member or an array's element, in its text or new.
     struct Item
     {
-        QByteArray before; ///< from the opening bracket or the comma to the value, key included
-        int value; ///< the value's element
-        QByteArray after; ///< from the value to the comma or the closing bracket
+        QByteArray key; ///< a member's, in quotes
+        QByteArray colon; ///< with the blanks around it
+        QByteArray value;
+        QByteArray trail; ///< blanks up to the comma; not of the last item
+        int element = -1; ///< the value's; -1 for a new item
+        QByteArray lead; ///< blanks behind the comma; not of the first item, nor of a new one
     };
 
-    QVector<Item> itemsOf(int element) const;
+    /// The items of a container that is not empty, and the blanks around all of them.
+    struct Items
+    {
+        QVector<Item> items;
+        QByteArray firstLead;
+        QByteArray nextLead; ///< of an item that is put behind others
+        QByteArray closing;
+    };
+
+    Items itemsOf(int element) const;
+    QByteArray joined(const Items &old, const QVector<Item> &items) const;
     QByteArray merged(int element, const QVariant &value) const;
     QByteArray mergedObject(int element, const QVariantMap &map) const;
     QByteArray mergedArray(int element, const QVariantList &list) const;
-    QByteArray newMember(const Item &model, const Member &member) const;
     QByteArray newObject(const QVector<Member> &members, const QByteArray &indentation) const;
     QByteArray slice(int begin, int end) const;
     QByteArray indentationAt(int offset) const;

@@ -1,5 +1,7 @@
 #include "JsonParser.h"
 
+#include "filehost/JsonValue.h"
+
 #include <QSet>
 #include <QTextCodec>
 
@@ -80,7 +82,7 @@ bool JsonParser::checkEncoding()
 
 bool JsonParser::parseElements()
 {
-    if (std::strncmp(m_begin, "\xef\xbb\xbf", 3) == 0) {
+    if (m_json.m_text.startsWith("\xef\xbb\xbf")) {
         m_offset = 3;
     }
     do {
@@ -232,7 +234,8 @@ bool JsonParser::parseNumber()
 bool JsonParser::parseLiteral(const char *literal, JsonText::Type type)
 {
     const int length = int(std::strlen(literal));
-    if (std::strncmp(m_begin + m_offset, literal, size_t(length)) != 0) {
+    if (m_size - m_offset < length
+        || std::memcmp(m_begin + m_offset, literal, size_t(length)) != 0) {
         return failExpected(QStringLiteral("a value"));
     }
     m_offset += length;
@@ -310,9 +313,9 @@ bool JsonParser::checkKeysDiffer(int objectIndex)
     for (int i = m_json.firstChild(objectIndex); i < end; i = m_json.element(i + 1).next) {
         const QString key = m_json.string(i);
         if (keys.contains(key)) {
-            return fail(
-                m_json.element(i).begin,
-                QStringLiteral("expected each member once, found a second \"%1\"").arg(key));
+            return fail(m_json.element(i).begin,
+                        QStringLiteral("expected each member once, found a second %1")
+                            .arg(QString::fromUtf8(JsonValue::toText(key))));
         }
         keys.insert(key);
     }
@@ -344,13 +347,16 @@ QString JsonParser::found() const
     if (m_offset >= m_size) {
         return QStringLiteral("the end of the file");
     }
-    const uchar byte = uchar(m_begin[m_offset]);
-    if (byte < 0x20 || byte == 0x7f) {
-        return QStringLiteral("the control character U+%1").arg(byte, 4, 16, QLatin1Char('0'));
-    }
     const int length =
         sequenceLength(reinterpret_cast<const uchar *>(m_begin) + m_offset, m_size - m_offset);
-    return QStringLiteral("'%1'").arg(QString::fromUtf8(m_begin + m_offset, length));
+    const uint character = QString::fromUtf8(m_begin + m_offset, length).toUcs4().value(0);
+    if (!QChar::isPrint(character) || QChar::isSpace(character)) {
+        const bool isControl = QChar::category(character) == QChar::Other_Control;
+        return (isControl ? QStringLiteral("the control character U+")
+                          : QStringLiteral("the character U+"))
+            + QString::number(character, 16).toUpper().rightJustified(4, QLatin1Char('0'));
+    }
+    return QStringLiteral("'%1'").arg(QString::fromUcs4(&character, 1));
 }
 
 bool JsonParser::insideObject() const

@@ -3,6 +3,7 @@
 #include "filehost/JsonParser.h"
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -13,6 +14,18 @@ QVariant integerValue(qlonglong number)
         return int(number);
     }
     return number;
+}
+
+/// QString::fromUtf8() drops a byte order mark; inside a text it is a character like others.
+QString fromUtf8(const char *begin, const char *end)
+{
+    static constexpr char mark[] = "\xef\xbb\xbf";
+    QString text;
+    while (end - begin >= 3 && std::memcmp(begin, mark, 3) == 0) {
+        text += QChar(QChar::ByteOrderMark);
+        begin += 3;
+    }
+    return text + QString::fromUtf8(begin, int(end - begin));
 }
 
 } // namespace
@@ -52,7 +65,7 @@ QString JsonText::string(int index) const
         while (character < end && *character != '\\') {
             ++character;
         }
-        result += QString::fromUtf8(plain, int(character - plain));
+        result += fromUtf8(plain, character);
         if (character == end) {
             break;
         }
@@ -133,10 +146,20 @@ QVariant JsonText::numberValue(double number)
     return number;
 }
 
+Diagnostic JsonText::unexpected(int index, const QString &expected) const
+{
+    static const char *const names[] = {"an object", "an array", "a string", "a number",
+                                        "true",      "false",    "null"};
+    const Element &element = m_elements.at(index);
+    return placeOf(element.begin,
+                   QStringLiteral("expected %1, found %2")
+                       .arg(expected, QLatin1String(names[int(element.type)])));
+}
+
 Diagnostic JsonText::placeOf(int offset, const QString &message) const
 {
     int line = 1;
-    int lineBegin = 0;
+    int lineBegin = m_text.startsWith("\xef\xbb\xbf") ? 3 : 0;
     for (int i = m_text.indexOf('\n'); i >= 0 && i < offset; i = m_text.indexOf('\n', i + 1)) {
         ++line;
         lineBegin = i + 1;

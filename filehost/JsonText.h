@@ -68,6 +68,9 @@ public:
     /// A number in the form that value() gives it.
     static QVariant numberValue(double number);
 
+    /// The message that something else is expected in an element's place.
+    Diagnostic unexpected(int index, const QString &expected) const;
+
     /// Where a byte stands, for messages.
     Diagnostic placeOf(int offset, const QString &message) const;
 

@@ -168,8 +168,12 @@ QByteArray toText(const QVariant &value, Layout layout)
     case QMetaType::Int:
     case QMetaType::LongLong:
         return QByteArray::number(value.toLongLong());
-    case QMetaType::Double:
-        return QByteArray::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
+    case QMetaType::Double: {
+        const double number = value.toDouble();
+        return number == 0 && std::signbit(number)
+            ? QByteArrayLiteral("-0")
+            : QByteArray::number(number, 'g', QLocale::FloatingPointShortest);
+    }
     case QMetaType::QVariantList: {
         const QVariantList list = value.toList();
         QByteArray text("[");

@@ -7,6 +7,7 @@
 #include "host/PropertyManagerConst.h"
 #include "host/SystemInformationManagerDataDefinitions.h"
 
+#include <QMap>
 #include <QSet>
 
 namespace {
@@ -25,13 +26,17 @@ int findMember(const JsonText &json, int element, const QString &key)
     } else if (container.type != JsonText::Type::Array) {
         return -1;
     }
+    QMap<QString, int> values; // in the order of the library's search: members by name
     for (int i = json.firstChild(element); i < container.next;) {
         const int value = isObject ? i + 1 : i;
+        values.insert(isObject ? json.string(i) : QString::number(i).rightJustified(10), value);
+        i = json.element(value).next;
+    }
+    for (const int value : qAsConst(values)) {
         const int found = findMember(json, value, key);
         if (found >= 0) {
             return found;
         }
-        i = json.element(value).next;
     }
     return -1;
 }
@@ -64,7 +69,8 @@ void Manifest::read()
         return;
     }
     if (json.element(0).type != JsonText::Type::Array) {
-        m_error = placeOf(json, 0, QStringLiteral("expected an array on top"));
+        m_error = json.unexpected(0, QStringLiteral("an array on top"));
+        m_error.file = m_filePath;
         return;
     }
     const QString key =
@@ -76,7 +82,8 @@ void Manifest::read()
     } else if (json.element(value).type == JsonText::Type::Array) {
         addEntries(json, value);
     } else if (json.element(value).type != JsonText::Type::Null) {
-        m_error = placeOf(json, value, QStringLiteral("expected an array as \"%1\"").arg(key));
+        m_error = json.unexpected(value, QStringLiteral("an array as \"%1\"").arg(key));
+        m_error.file = m_filePath;
     }
 }
 

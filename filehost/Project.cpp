@@ -96,8 +96,11 @@ QStringList Project::instances(FileTree::Kind kind) const
                        QDirIterator::Subdirectories);
     while (files.hasNext()) {
         const QString fileName = folder.relativeFilePath(files.next());
-        if (fileName != manifest) {
-            instances.append(fileName.chopped(suffix.size()));
+        const QString instance = fileName.chopped(suffix.size());
+        // Name filters take upper case for lower case.
+        if (fileName != manifest && fileName.endsWith(suffix)
+            && !treePath(kind, instance).isEmpty()) {
+            instances.append(instance);
         }
     }
     instances.sort();

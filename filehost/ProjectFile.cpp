@@ -11,7 +11,9 @@ ProjectFile::ProjectFile(const QString &filePath)
     m_exists = result != TextFile::ReadResult::Missing;
     if (result != TextFile::ReadResult::Unreadable) {
         m_json = JsonText::parse(text, m_error);
-        m_error.file = filePath;
+        if (hasFailed()) {
+            m_error.file = filePath;
+        }
     }
 }
 
@@ -72,10 +74,7 @@ QString ProjectFile::requiredString(const QString &key)
 
 void ProjectFile::fail(int element, const QString &message)
 {
-    if (!hasFailed()) {
-        m_error = m_json.placeOf(m_json.element(element).begin, message);
-        m_error.file = m_filePath;
-    }
+    setError(m_json.placeOf(m_json.element(element).begin, message));
 }
 
 bool ProjectFile::expect(int element, JsonText::Type type, const QString &expected)
@@ -84,8 +83,16 @@ bool ProjectFile::expect(int element, JsonText::Type type, const QString &expect
         return false;
     }
     if (m_json.element(element).type != type) {
-        fail(element, QStringLiteral("expected ") + expected);
+        setError(m_json.unexpected(element, expected));
         return false;
     }
     return true;
+}
+
+void ProjectFile::setError(const Diagnostic &error)
+{
+    if (!hasFailed()) {
+        m_error = error;
+        m_error.file = m_filePath;
+    }
 }

@@ -39,6 +39,7 @@ public:
 
 private:
     bool expect(int element, JsonText::Type type, const QString &expected);
+    void setError(const Diagnostic &error);
 
     JsonText m_json;
     Diagnostic m_error;
