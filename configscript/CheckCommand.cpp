@@ -8,7 +8,8 @@
 #include "filehost/Manifest.h"
 
 CheckCommand::CheckCommand(CLI::App &program)
-    : Command(program, "check", "Look for mistakes in a project, without running its scripts")
+    : Command(program, "check",
+              "Look for mistakes in a project, without calling its scripts' functions")
 {
     arguments().add_option("PROJECT", m_projectPath, "The project folder")->required();
     arguments().add_flag("--json", m_isJson, "Print the findings as JSON");

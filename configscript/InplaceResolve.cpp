@@ -13,7 +13,6 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "host/TextManager.h"
@@ -64,12 +63,15 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
 
     const QByteArray oldText = root->tree().json().text();
     const QByteArray newText = root->text();
+    const bool isToBeWritten = writing == Writing::File && newText != oldText;
     bool isWritten = false;
-    if (writing == Writing::File && report.succeeded() && newText != oldText) {
-        isWritten = TextFile::write(m_treePath, newText, error);
-        if (!isWritten) {
-            Output::error(error.toString());
-        }
+    if (isToBeWritten && !report.succeeded()) {
+        error.message = QStringLiteral("not written, because a script failed");
+    } else if (isToBeWritten) {
+        isWritten = root->tree().write(*root, m_treePath, error);
+    }
+    for (ChangedTree &tree : report.trees) {
+        tree.error = error.message;
     }
     const QString name = m_project.relativePath(m_treePath);
     const QString diff = unifiedDiff(oldText, newText, name, name);
@@ -96,11 +98,11 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
             output.text(diff);
             output.line(isWritten ? QStringLiteral("Written.")
                             : writing == Writing::File
-                            ? QStringLiteral("Nothing was written.")
+                            ? error.toString()
                             : QStringLiteral("Nothing was written; --write saves the changes."));
         }
     }
-    return report.succeeded() && error.message.isEmpty() ? ExitCode::success : ExitCode::failure;
+    return report.succeeded() ? ExitCode::success : ExitCode::failure;
 }
 
 QStringList InplaceResolve::selectedInstances() const

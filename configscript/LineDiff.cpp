@@ -16,6 +16,19 @@ struct DiffLine
     QByteArray text;
 };
 
+/// The lines with their ends.
+QList<QByteArray> linesOf(const QByteArray &text)
+{
+    QList<QByteArray> lines;
+    for (int begin = 0; begin < text.size();) {
+        const int newline = text.indexOf('\n', begin);
+        const int end = newline < 0 ? text.size() : newline + 1;
+        lines.append(text.mid(begin, end - begin));
+        begin = end;
+    }
+    return lines;
+}
+
 /// The furthest points reached with each number of edits, by diagonal (Myers, section 4).
 QVector<QVector<int>> furthestPoints(const QList<QByteArray> &a, const QList<QByteArray> &b)
 {
@@ -84,7 +97,10 @@ QString hunk(const QVector<DiffLine> &lines, int begin, int end, int oldLine, in
         const DiffLine &line = lines.at(i);
         oldCount += line.mark != '+' ? 1 : 0;
         newCount += line.mark != '-' ? 1 : 0;
-        text += QLatin1Char(line.mark) + QString::fromUtf8(line.text) + QLatin1Char('\n');
+        text += QLatin1Char(line.mark) + QString::fromUtf8(line.text);
+        if (!line.text.endsWith('\n')) {
+            text += QStringLiteral("\n\\ No newline at end of file\n");
+        }
     }
     return QStringLiteral("@@ -%1,%2 +%3,%4 @@\n")
                .arg(oldLine)
@@ -102,7 +118,7 @@ QString unifiedDiff(const QByteArray &oldText, const QByteArray &newText, const 
     if (oldText == newText) {
         return QString();
     }
-    const QVector<DiffLine> lines = diffLines(oldText.split('\n'), newText.split('\n'));
+    const QVector<DiffLine> lines = diffLines(linesOf(oldText), linesOf(newText));
     QString diff = QStringLiteral("--- %1\n+++ %2\n").arg(oldName, newName);
 
     int oldLine = 1;

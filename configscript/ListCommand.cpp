@@ -46,7 +46,7 @@ Row rowOf(const Project &project, const QString &instance)
     row.instance = instance;
     Diagnostic error;
     const auto root = project.readTree(FileTree::Kind::Configuration, instance, error);
-    row.error = error.toString();
+    row.error = project.relative(error).toString();
     row.bytes = QFileInfo(project.treePath(FileTree::Kind::Configuration, instance)).size();
     row.hasProcess = QFileInfo::exists(project.treePath(FileTree::Kind::Process, instance));
     if (!root.isNull()) {
@@ -123,6 +123,7 @@ ListCommand::ListCommand(CLI::App &program)
 {
     arguments().add_option("PROJECT", m_projectPath, "The project folder")->required();
     arguments().add_flag("--json", m_isJson, "Print the list as JSON");
+    arguments().add_flag("--no-color", "Accepted as everywhere; the list has no colours");
 }
 
 int ListCommand::run()

@@ -4,17 +4,28 @@
 
 MessageLog *MessageLog::s_current = nullptr;
 
-MessageLog::MessageLog()
+namespace {
+
+/// "int Class::name(const Type&) const" -> "name"
+QString functionName(const char *signature)
 {
-    Q_ASSERT(!s_current);
+    const QString text = QString::fromUtf8(signature).section(QLatin1Char('('), 0, 0);
+    return text.mid(text.lastIndexOf(QLatin1String("::")) + 2);
+}
+
+} // namespace
+
+MessageLog::MessageLog()
+    : m_previous(s_current)
+    , m_previousHandler(qInstallMessageHandler(handle))
+{
     s_current = this;
-    m_previousHandler = qInstallMessageHandler(handle);
 }
 
 MessageLog::~MessageLog()
 {
     qInstallMessageHandler(m_previousHandler);
-    s_current = nullptr;
+    s_current = m_previous;
 }
 
 void MessageLog::handle(QtMsgType level, const QMessageLogContext &context, const QString &text)
@@ -24,6 +35,6 @@ void MessageLog::handle(QtMsgType level, const QMessageLogContext &context, cons
     } else if (context.category && std::strcmp(context.category, "js") == 0) {
         s_current->consoleMessage(level, context.line, text);
     } else {
-        s_current->message(text);
+        s_current->message(functionName(context.function), text);
     }
 }

@@ -3,7 +3,7 @@
 #include <QMessageLogContext>
 #include <QString>
 
-/// Receives the messages of the Qt message logger while it exists. One at a time.
+/// Receives the messages of the Qt message logger while it exists; in place of the one before.
 class MessageLog
 {
 public:
@@ -14,7 +14,8 @@ public:
     virtual void consoleMessage(QtMsgType level, int line, const QString &text) = 0;
 
     /// The library, the host or Qt wrote a message.
-    virtual void message(const QString &text) = 0;
+    /// @param function the name of the function that wrote it, without its class
+    virtual void message(const QString &function, const QString &text) = 0;
 
 private:
     Q_DISABLE_COPY(MessageLog)
@@ -23,5 +24,6 @@ private:
 
     static MessageLog *s_current;
 
+    MessageLog *m_previous;
     QtMessageHandler m_previousHandler;
 };

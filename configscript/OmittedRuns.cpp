@@ -8,7 +8,6 @@
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 
-#include <QFileInfo>
 #include <QMap>
 #include <QSet>
 
@@ -22,7 +21,7 @@ QString reasonOfOmission(const Project &project, const QString &instance)
     Diagnostic error;
     const auto root = project.readTree(FileTree::Kind::Configuration, instance, error);
     if (!error.message.isEmpty()) {
-        return error.toString();
+        return project.relative(error).toString();
     }
     if (root.isNull()) {
         return treePath.isEmpty()
@@ -36,12 +35,21 @@ QString reasonOfOmission(const Project &project, const QString &instance)
         return QStringLiteral("%1: expected the property \"%2\", the name of a script")
             .arg(project.relativePath(treePath), key);
     }
-    const QFileInfo script(PropertyManagerConst::getDependencyFolderPath(project.path())
-                           + QLatin1Char('/') + fileName);
-    return project.relativePath(script.filePath())
-        + (!script.exists()        ? QStringLiteral(": no such file")
-               : script.size() > 0 ? QStringLiteral(": cannot be read")
-                                   : QStringLiteral(": the file is empty"));
+    if (!Project::scriptNameError(fileName).isEmpty()) {
+        return Project::scriptNameError(fileName);
+    }
+    const QString scriptPath =
+        PropertyManagerConst::getDependencyFolderPath(project.path()) + QLatin1Char('/') + fileName;
+    QByteArray text;
+    switch (TextFile::read(scriptPath, FileTree::maximumFileSize, text, error)) {
+    case TextFile::ReadResult::Missing:
+        return project.relativePath(scriptPath) + QStringLiteral(": no such file");
+    case TextFile::ReadResult::Unreadable:
+        return project.relative(error).toString();
+    case TextFile::ReadResult::Read:
+        break;
+    }
+    return project.relativePath(scriptPath) + QStringLiteral(": the file is empty");
 }
 
 QVector<OmittedRun> omittedRuns(const QStringList &selected, const QVector<ScriptRun> &runs,

@@ -3,14 +3,14 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 
 #include <unistd.h>
 
 Output::Output(Color color)
     : m_isColored(color == Color::Automatic && isatty(STDOUT_FILENO) != 0
-                  && std::getenv("NO_COLOR") == nullptr)
+                  && qEnvironmentVariableIsEmpty("NO_COLOR"))
 {
 }
 
@@ -62,6 +62,17 @@ QString Output::counted(int count, const QString &noun)
 {
     return QStringLiteral("%1 %2%3").arg(count).arg(noun,
                                                     count == 1 ? QString() : QStringLiteral("s"));
+}
+
+bool Output::finish()
+{
+    errno = 0;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+        return true;
+    }
+    const QString reason = errno != 0 ? QStringLiteral(": ") + qt_error_string(errno) : QString();
+    error(QStringLiteral("cannot write to standard output") + reason);
+    return false;
 }
 
 void Output::error(const QString &text)

@@ -22,6 +22,10 @@ public:
     /// "1 file", "2 files"
     static QString counted(int count, const QString &noun);
 
+    /// Writes out what is left. @return false, after a message, when standard output does not take
+    /// what was written to it
+    static bool finish();
+
     /// A line on standard error, with the program's name in front.
     static void error(const QString &text);
 

@@ -49,17 +49,6 @@ int secondArgument(const QVector<ScriptToken> &tokens, int open)
     return -1;
 }
 
-/// What is wrong with a script's name; empty for nothing.
-QString scriptNameError(const QString &fileName)
-{
-    // The library reads the file itself: only the name can keep it inside the folder.
-    const QString clean = QDir::cleanPath(fileName);
-    return clean.startsWith(QLatin1String("../")) || clean == QLatin1String("..")
-            || QDir::isAbsolutePath(fileName)
-        ? QStringLiteral("leads out of the scripts' folder")
-        : QString();
-}
-
 int lineOfName(const QString &script, const QString &name)
 {
     const QVector<ScriptToken> tokens = ScriptScanner(script).scan();
@@ -80,6 +69,7 @@ ProjectCheck::ProjectCheck(const Project &project)
 QVector<Finding> ProjectCheck::checkInstances(const Manifest &manifest,
                                               const QStringList &instances)
 {
+    checkManifestEntries(manifest);
     const auto selected = QSet<QString>(instances.begin(), instances.end());
     QSet<QString> known;
     for (const Manifest::Entry &entry : manifest.entries()) {
@@ -153,12 +143,20 @@ void ProjectCheck::checkManifest(const Manifest &manifest)
     for (const Diagnostic &warning : manifest.warnings()) {
         add(s_warning, "manifest-entry", warning);
     }
+    checkManifestEntries(manifest);
     QSet<QString> known;
     for (const Manifest::Entry &entry : manifest.entries()) {
         if (!known.contains(entry.instanceName)) {
             known.insert(entry.instanceName);
             checkListedInstance(entry.instanceName, entry.place);
         }
+    }
+}
+
+void ProjectCheck::checkManifestEntries(const Manifest &manifest)
+{
+    for (const Diagnostic &error : manifest.entryErrors()) {
+        add(s_error, "manifest-entry", error);
     }
 }
 
@@ -238,9 +236,8 @@ QString ProjectCheck::checkScript(const NamedScript &script)
     QByteArray content;
     Diagnostic error;
     Diagnostic place = script.place;
-    if (!scriptNameError(script.fileName).isEmpty()) {
-        place.message =
-            QStringLiteral("\"%1\" %2").arg(script.fileName, scriptNameError(script.fileName));
+    place.message = Project::scriptNameError(script.fileName);
+    if (!place.message.isEmpty()) {
         add(s_error, "missing-script", place);
         return QString();
     }
@@ -423,9 +420,10 @@ bool ProjectCheck::nameScript(const FileTreeNode &root, ScriptKind kind)
     if (fileName.isEmpty()) {
         return false;
     }
-    const QString filePath = scriptPath(kind, fileName);
-    if (!m_scriptPaths.contains(filePath)) {
-        m_scriptPaths.insert(filePath);
+    const QString script = key + QLatin1Char('=') + fileName;
+    if (!m_namedScripts.contains(script)) {
+        m_namedScripts.insert(script);
+        m_scriptPaths.insert(scriptPath(kind, fileName));
         m_scripts.append({kind, fileName, root.placeOf(key, QString())});
     }
     return true;

@@ -37,6 +37,7 @@ private:
 
     void checkTexts();
     void checkManifest(const Manifest &manifest);
+    void checkManifestEntries(const Manifest &manifest);
     bool checkListedInstance(const QString &instance, const Diagnostic &entry);
     QSharedPointer<FileTreeNode> checkTree(FileTree::Kind kind, const QString &instance);
     void checkDependencyScript(const FileTreeNode &root, bool isListed);
@@ -60,6 +61,7 @@ private:
 
     const Project &m_project;
     QVector<NamedScript> m_scripts;
+    QSet<QString> m_namedScripts; ///< property and value, as in the trees
     QSet<QString> m_scriptPaths; ///< of the scripts named
     QHash<QString, QHash<QString, QString>> m_texts; ///< by language, then identifier
     QSet<QString> m_knownTexts; ///< looked at already

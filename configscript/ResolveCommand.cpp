@@ -19,6 +19,8 @@
 #include "filehost/Project.h"
 #include "host/TextManager.h"
 
+#include <QJsonObject>
+
 #include <algorithm>
 
 ResolveCommand::ResolveCommand(CLI::App &program)
@@ -26,21 +28,27 @@ ResolveCommand::ResolveCommand(CLI::App &program)
               "Run the dependency scripts of a project and save what they change")
 {
     auto *project = arguments().add_option("PROJECT", m_projectPath, "The project folder");
-    arguments().add_option("INSTANCE", m_instance,
-                           "Only this instance; or, if the manifest does not list it, the listed "
-                           "instances whose names begin with it");
-    arguments().add_flag("--no-check", m_isUnchecked,
-                         "Run even if the check finds errors; a script that does not compile may "
-                         "then leave another one's function in its place");
-    arguments().add_flag("-n,--dry-run", m_isDryRun, "Run everything, but write no file");
+    auto *instance = arguments().add_option(
+        "INSTANCE", m_instance,
+        "Only this instance; or, if the manifest does not list it, the listed "
+        "instances whose names begin with it");
+    auto *unchecked = arguments().add_flag(
+        "--no-check", m_isUnchecked,
+        "Run even if the check finds errors; a script that does not compile may "
+        "then leave another one's function in its place");
+    auto *dryRun =
+        arguments().add_flag("-n,--dry-run", m_isDryRun, "Run everything, but write no file");
     arguments().add_flag("--json", m_isJson, "Print the report as JSON");
-    arguments().add_flag("-q,--quiet", m_isQuiet, "Print only what went wrong");
+    auto *quiet = arguments().add_flag("-q,--quiet", m_isQuiet, "Print only what went wrong");
     arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
 
     auto *inplace = arguments().add_option("--in-place", m_treePath,
                                            "Run inside this tree file alone, and print what would "
                                            "change as a diff");
     inplace->type_name("TREE");
+    for (auto *other : {instance, unchecked, dryRun, quiet}) {
+        inplace->excludes(other);
+    }
     arguments()
         .add_option("--instance", m_inplaceInstance, "With --in-place: the instance to resolve")
         ->type_name("NAME")
@@ -48,7 +56,10 @@ ResolveCommand::ResolveCommand(CLI::App &program)
     arguments()
         .add_flag("--write", m_isWriting, "With --in-place: write the tree file")
         ->needs(inplace);
-    arguments().callback([this, project, inplace] {
+    arguments().callback([this, project, instance, inplace] {
+        if (instance->count() > 0 && m_instance.empty()) {
+            throw CLI::ValidationError("INSTANCE", "expected an instance name, found an empty one");
+        }
         if (inplace->count() == 0 && project->count() == 0) {
             throw CLI::RequiredError("PROJECT");
         }
@@ -84,10 +95,16 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
         return ExitCode::unusable;
     }
     const QStringList instances = selectedInstances(project, manifest);
-    if (instances.isEmpty() && !m_instance.empty() && !isKnownInstance(project)) {
-        Output::error(QStringLiteral("no instance is \"%1\" or begins with it")
-                          .arg(QString::fromStdString(m_instance)));
-        return ExitCode::unusable;
+    if (instances.isEmpty() && !m_instance.empty()) {
+        const QString instance = QString::fromStdString(m_instance);
+        if (!isKnownInstance(project)) {
+            Output::error(QStringLiteral("no instance is \"%1\" or begins with it").arg(instance));
+            return ExitCode::unusable;
+        }
+        if (!m_isJson && !m_isQuiet) {
+            output.line(
+                QStringLiteral("no listed instance is \"%1\" or begins with it").arg(instance));
+        }
     }
     if (!m_isUnchecked) {
         const auto findings = ProjectCheck(project).checkInstances(manifest, instances);
@@ -98,8 +115,8 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
     }
 
     RunReport report = resolve(project);
-    for (const Diagnostic &warning : manifest.warnings()) {
-        report.projectWarnings.append(warning.toString());
+    for (const Diagnostic &warning : manifest.entryErrors() + manifest.warnings()) {
+        report.projectWarnings.append(project.relative(warning).toString());
     }
     report.notRun = omittedRuns(instances, report.runs, [&project](const QString &instance) {
         return reasonOfOmission(project, instance);
@@ -122,7 +139,9 @@ void ResolveCommand::refuse(const Project &project, const QVector<Finding> &find
                             Output &output) const
 {
     if (m_isJson) {
-        output.json(Findings::toJson(project, findings));
+        QJsonObject object = Findings::toJson(project, findings);
+        object.insert(QStringLiteral("succeeded"), false);
+        output.json(object);
         return;
     }
     Findings::print(output, findings);

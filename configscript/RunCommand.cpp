@@ -61,6 +61,11 @@ std::optional<Script> readScript(const Project &project, const FileTreeNode &roo
                           .toString());
         return std::nullopt;
     }
+    const QString nameError = Project::scriptNameError(fileName);
+    if (!nameError.isEmpty()) {
+        Output::error(root.placeOf(key, nameError).toString());
+        return std::nullopt;
+    }
     const QString filePath = project.userInterfaceScriptFolder() + QLatin1Char('/') + fileName;
     QByteArray text;
     Diagnostic error;
@@ -137,7 +142,8 @@ int RunCommand::run()
         return ExitCode::unusable;
     }
     print(*project, *report, *edits);
-    return report->succeeded() ? ExitCode::success : ExitCode::failure;
+    const bool isRefused = m_isWriting && !isToBeSaved(*report);
+    return report->succeeded() && !isRefused ? ExitCode::success : ExitCode::failure;
 }
 
 std::optional<QVector<RunCommand::Event>> RunCommand::parseEvents() const
@@ -248,8 +254,15 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
         handler.callFunction(event.function, needsUrl ? url : event.argument);
     }
 
+    const bool isChanged = recorder.hasWritten(root->tree());
+    if (isChanged && handler.getChangedExternalConfigAbsoluteUrls().contains(url)) {
+        Output::error(QStringLiteral("nothing is saved: the script wrote its own instance by "
+                                     "relative URL and, as another tree, by the absolute URL ")
+                      + url);
+        return std::nullopt;
+    }
     if (isToBeSaved(recorder.report())) {
-        if (recorder.hasWritten(root->tree())) {
+        if (isChanged) {
             ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(
                 PropertyManagerConst::getConfigurationFolderPath(project.path()),
                 project.moduleName(), project.objectName(), instance, root, false);

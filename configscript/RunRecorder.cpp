@@ -161,12 +161,14 @@ void RunRecorder::consoleMessage(QtMsgType level, int line, const QString &text)
     m_run.console.append({level, line, text, !m_run.function.isEmpty()});
 }
 
-void RunRecorder::message(const QString &text)
+void RunRecorder::message(const QString &function, const QString &text)
 {
     if (m_isRunning) {
         // What the library says of an exception is known better already.
         if (!m_isExceptionKnown) {
-            m_run.warnings.append(text);
+            // A value alone says nothing without the operation.
+            const bool isBare = text.startsWith(QLatin1Char('"'));
+            m_run.warnings.append(isBare ? function + QStringLiteral(": ") + text : text);
         }
     } else {
         m_warnings.append(text);

@@ -46,7 +46,7 @@ public:
     void treeNotSaved(const FileTreeNode &root, const QString &reason) override;
 
     void consoleMessage(QtMsgType level, int line, const QString &text) override;
-    void message(const QString &text) override;
+    void message(const QString &function, const QString &text) override;
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -1,7 +1,6 @@
 #include "RunReport.h"
 
 #include <algorithm>
-#include <numeric>
 #include <tuple>
 
 int RunReport::failedRuns() const
@@ -12,9 +11,15 @@ int RunReport::failedRuns() const
 
 int RunReport::changedValues() const
 {
-    return std::accumulate(trees.begin(), trees.end(), 0, [](int sum, const ChangedTree &tree) {
-        return tree.error.isEmpty() ? sum + tree.changes.size() : sum;
-    });
+    int count = 0;
+    for (const ChangedTree &tree : trees) {
+        if (tree.error.isEmpty()) {
+            for (const PropertyChange &change : tree.changes) {
+                count += change.flattened().size();
+            }
+        }
+    }
+    return count;
 }
 
 int RunReport::storedTrees() const

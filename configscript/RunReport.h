@@ -1,6 +1,7 @@
 #pragma once
 
 #include "JavaScript/JavaScriptApi.h"
+#include "configscript/PropertyChange.h"
 #include "filehost/FileTree.h"
 
 #include <QList>
@@ -11,15 +12,6 @@
 #include <QtGlobal>
 
 #include <chrono>
-
-/// A property's value before and after.
-struct PropertyChange
-{
-    QString path; ///< relative URL of the node
-    QString key;
-    QVariant oldValue; ///< invalid when the property was added
-    QVariant newValue;
-};
 
 /// A property that was written, and the tree that it is in.
 struct TreeWrite
@@ -97,7 +89,7 @@ struct RunReport
     std::chrono::nanoseconds duration{0};
 
     int failedRuns() const;
-    int changedValues() const; ///< in the trees that could be stored
+    int changedValues() const; ///< in the trees that could be stored; inside maps and lists, each
     int storedTrees() const;
     bool succeeded() const;
 

@@ -1,5 +1,7 @@
 #include "ScriptProbe.h"
 
+#include "configscript/SilentLog.h"
+
 #include <QJSEngine>
 #include <QJSValue>
 
@@ -19,6 +21,7 @@ bool isDeclared(const QString &text, const QString &name)
 
 ScriptProbe::ScriptProbe(const QString &text)
 {
+    const SilentLog log;
     QJSEngine engine;
     engine.installExtensions(QJSEngine::ConsoleExtension);
     const QJSValue result = engine.evaluate(text);

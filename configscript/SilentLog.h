@@ -7,5 +7,5 @@ class SilentLog : public MessageLog
 {
 public:
     void consoleMessage(QtMsgType /*level*/, int /*line*/, const QString & /*text*/) override { }
-    void message(const QString & /*text*/) override { }
+    void message(const QString & /*function*/, const QString & /*text*/) override { }
 };

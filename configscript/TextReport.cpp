@@ -25,66 +25,20 @@ QString place(const QString &file, int line)
     return Diagnostic{file, line, 0, QString()}.toString().trimmed();
 }
 
-QVector<PropertyChange> flattened(const PropertyChange &change);
-
-QVector<PropertyChange> flattenedMap(const PropertyChange &change)
+/// A text of a script with its lines indented, and without what would drive a terminal.
+QString printable(const QString &text)
 {
-    const QVariantMap oldMap = change.oldValue.toMap();
-    const QVariantMap newMap = change.newValue.toMap();
-    QStringList keys = oldMap.keys() + newMap.keys();
-    keys.sort();
-    keys.removeDuplicates();
-    QVector<PropertyChange> changes;
-    for (const QString &key : qAsConst(keys)) {
-        changes += flattened({change.path, change.key + QLatin1Char('.') + key, oldMap.value(key),
-                              newMap.value(key)});
-    }
-    return changes;
-}
-
-/// What differs between the elements that both lists begin with and those that both end with.
-QVector<PropertyChange> flattenedList(const PropertyChange &change)
-{
-    const QVariantList oldList = change.oldValue.toList();
-    const QVariantList newList = change.newValue.toList();
-    const int shorter = std::min(oldList.size(), newList.size());
-    int begin = 0;
-    while (begin < shorter && JsonValue::areEqual(oldList.at(begin), newList.at(begin))) {
-        ++begin;
-    }
-    int equalEnd = 0;
-    while (equalEnd < shorter - begin
-           && JsonValue::areEqual(oldList.at(oldList.size() - 1 - equalEnd),
-                                  newList.at(newList.size() - 1 - equalEnd))) {
-        ++equalEnd;
-    }
-    QVector<PropertyChange> changes;
-    const int end = std::max(oldList.size(), newList.size()) - equalEnd;
-    for (int i = begin; i < end; ++i) {
-        const QVariant oldValue = i < oldList.size() - equalEnd ? oldList.at(i) : QVariant();
-        const QVariant newValue = i < newList.size() - equalEnd ? newList.at(i) : QVariant();
-        changes += flattened(
-            {change.path, QStringLiteral("%1[%2]").arg(change.key).arg(i), oldValue, newValue});
-    }
-    return changes;
-}
-
-/// A change of a map or a list as the changes inside it.
-QVector<PropertyChange> flattened(const PropertyChange &change)
-{
-    const int type = change.oldValue.userType();
-    if (type == change.newValue.userType()) {
-        if (JsonValue::areEqual(change.oldValue, change.newValue)) {
-            return {};
-        }
-        if (type == QMetaType::QVariantMap) {
-            return flattenedMap(change);
-        }
-        if (type == QMetaType::QVariantList) {
-            return flattenedList(change);
+    QString result;
+    for (const QChar character : text) {
+        if (character == QLatin1Char('\n')) {
+            result += QStringLiteral("\n           ");
+        } else if (character.category() == QChar::Other_Control && character != QLatin1Char('\t')) {
+            result += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        } else {
+            result += character;
         }
     }
-    return {change};
+    return result;
 }
 
 } // namespace
@@ -181,7 +135,7 @@ void TextReport::printDetails(const ScriptRun &run)
     const QString indentation(9, QLatin1Char(' '));
     for (const ScriptException &exception : run.exceptions) {
         m_output.line(indentation + place(run.scriptOf(exception.isOfFunction), exception.line)
-                      + QLatin1Char(' ') + m_output.styled(Style::Bad, exception.text));
+                      + QLatin1Char(' ') + m_output.styled(Style::Bad, printable(exception.text)));
     }
     if (!run.ranInstead.isEmpty()) {
         m_output.line(indentation
@@ -189,7 +143,8 @@ void TextReport::printDetails(const ScriptRun &run)
                                         QStringLiteral("%1 of %2 ran instead: %3 defines none")
                                             .arg(run.function, run.ranInstead, run.script)));
     }
-    if (!run.succeeded && run.exceptions.isEmpty() && run.warnings.isEmpty()) {
+    if (!run.succeeded && run.exceptions.isEmpty() && run.warnings.isEmpty()
+        && run.ranInstead.isEmpty()) {
         m_output.line(indentation + run.function + QStringLiteral(" returned false"));
     }
     QHash<QString, int> times;
@@ -200,7 +155,8 @@ void TextReport::printDetails(const ScriptRun &run)
         const int count = times.take(text);
         if (count > 0) {
             m_output.line(indentation + run.scriptOf(true) + QStringLiteral(": ")
-                          + m_output.styled(Style::Warning, QStringLiteral("warning: ")) + text
+                          + m_output.styled(Style::Warning, QStringLiteral("warning: "))
+                          + printable(text)
                           + (count > 1 ? QStringLiteral(" (%1 times)").arg(count) : QString()));
         }
     }
@@ -253,7 +209,7 @@ void TextReport::printChanges(const QVector<PropertyChange> &changes, const QStr
 {
     QVector<PropertyChange> lines;
     for (const PropertyChange &change : changes) {
-        lines += flattened(change);
+        lines += change.flattened();
     }
     const auto name = [](const PropertyChange &change) {
         return change.path.isEmpty() ? change.key : change.path + QLatin1Char(':') + change.key;

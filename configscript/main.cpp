@@ -1,6 +1,7 @@
 #include "configscript/CheckCommand.h"
 #include "configscript/ExitCode.h"
 #include "configscript/ListCommand.h"
+#include "configscript/Output.h"
 #include "configscript/ResolveCommand.h"
 #include "configscript/RunCommand.h"
 
@@ -10,15 +11,33 @@
 #include <memory>
 #include <vector>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+/// Opens the standard streams that are closed, so that no file of a project takes their place.
+void openStandardStreams()
+{
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) == -1) {
+            open("/dev/null", O_RDWR); // takes the lowest free descriptor: this one
+        }
+    }
+}
+
+} // namespace
+
 int main(int argc, char *argv[])
 {
+    openStandardStreams();
     // Arguments, file names and files are UTF-8, whatever the locale says.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 
     CLI::App program("Runs the configuration scripts of a project.", "configscript");
     program.set_version_flag("--version", CONFIGSCRIPT_VERSION);
     program.set_help_all_flag("--help-all", "Print the help of all commands");
-    program.require_subcommand(1);
+    program.require_subcommand(0, 1);
     program.footer("Exit codes: 0 all ran; 1 a script failed or a file could not be written;\n"
                    "2 wrong arguments or an unreadable project.");
 
@@ -37,8 +56,11 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     for (const auto &command : commands) {
         if (command->isChosen()) {
-            return command->run();
+            const int exitCode = command->run();
+            const bool isWritten = Output::finish();
+            return isWritten || exitCode != ExitCode::success ? exitCode : ExitCode::failure;
         }
     }
+    Output::error(QStringLiteral("a command is missing; configscript --help lists them"));
     return ExitCode::unusable;
 }

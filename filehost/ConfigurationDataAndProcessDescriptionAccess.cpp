@@ -3,7 +3,6 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/InstanceFile.h"
-#include "filehost/TextFile.h"
 #include "filehost/TreeObserver.h"
 
 #include <QDebug>
@@ -74,7 +73,8 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
         return fail(reason);
     }
     Diagnostic error;
-    if (HostSession::writesFiles() && !TextFile::write(filePath, node->text(), error)) {
+    if (!HostSession::admits(node->tree(), filePath, error)
+        || (HostSession::writesFiles() && !node->tree().write(*node, filePath, error))) {
         qWarning().noquote() << error.toString();
         return fail(error.toString());
     }

@@ -6,6 +6,7 @@
 FileTree::FileTree(const JsonText &json, const Identity &identity)
     : m_json(json)
     , m_identity(identity)
+    , m_storedText(json.text())
 {
 }
 
@@ -32,4 +33,29 @@ QSharedPointer<FileTreeNode> FileTree::parse(const QByteArray &text, const Ident
     }
     const QSharedPointer<const FileTree> tree(new FileTree(json, identity));
     return FileTreeBuilder(tree, error).build(0);
+}
+
+bool FileTree::write(const FileTreeNode &root, const QString &filePath, Diagnostic &error) const
+{
+    const bool isOwnFile = filePath == m_identity.filePath;
+    if (isOwnFile) {
+        QByteArray text;
+        const auto result = TextFile::read(filePath, maximumFileSize, text, error);
+        if (result == TextFile::ReadResult::Unreadable) {
+            return false;
+        }
+        if (result == TextFile::ReadResult::Read && text != m_storedText) {
+            error = {filePath, 0, 0,
+                     QStringLiteral("cannot be written: the file has changed since it was read")};
+            return false;
+        }
+    }
+    const QByteArray text = root.text();
+    if (!TextFile::write(filePath, text, error)) {
+        return false;
+    }
+    if (isOwnFile) {
+        m_storedText = text;
+    }
+    return true;
 }

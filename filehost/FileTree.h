@@ -38,6 +38,13 @@ public:
     static QSharedPointer<FileTreeNode> parse(const QByteArray &text, const Identity &identity,
                                               Diagnostic &error);
 
+    /**
+     * Writes the tree below @p root, the tree's root, to @p filePath.
+     * @return false, with @p error set, when it could not be written, or when the tree's own file
+     *         has changed since it was read: what was written there would be lost
+     */
+    bool write(const FileTreeNode &root, const QString &filePath, Diagnostic &error) const;
+
     const JsonText &json() const { return m_json; }
     const Identity &identity() const { return m_identity; }
 
@@ -46,4 +53,5 @@ private:
 
     JsonText m_json;
     Identity m_identity;
+    mutable QByteArray m_storedText; ///< what the tree's file holds, as far as is known
 };

@@ -29,3 +29,18 @@ bool HostSession::writesFiles()
 {
     return !s_current || s_current->m_writing == Writing::Files;
 }
+
+bool HostSession::admits(const FileTree &tree, const QString &filePath, Diagnostic &error)
+{
+    if (writesFiles()) {
+        return true;
+    }
+    const FileTree *&stored = s_current->m_storedTrees[filePath];
+    if (stored && stored != &tree) {
+        error = {filePath, 0, 0,
+                 QStringLiteral("cannot be written: the file has changed since it was read")};
+        return false;
+    }
+    stored = &tree;
+    return true;
+}

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "filehost/Diagnostic.h"
+
 #include <QHash>
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
 
+class FileTree;
 class TreeObserver;
 
 /**
@@ -34,6 +37,13 @@ public:
     static TreeObserver *observer() { return s_current ? s_current->m_observer : nullptr; }
     static bool writesFiles();
 
+    /**
+     * Whether @p tree may be stored in @p filePath. A session that writes nothing remembers the
+     * trees, and refuses, with @p error set, a second one for the same file: it was read without
+     * what the first one would have written.
+     */
+    static bool admits(const FileTree &tree, const QString &filePath, Diagnostic &error);
+
 private:
     Q_DISABLE_COPY(HostSession)
 
@@ -42,4 +52,5 @@ private:
     QHash<QString, QVariantMap> m_units;
     Writing m_writing;
     TreeObserver *m_observer = nullptr;
+    QHash<QString, const FileTree *> m_storedTrees; ///< by file; only compared
 };

@@ -1,5 +1,7 @@
 #include "InstanceFile.h"
 
+#include "host/PropertyManagerConst.h"
+
 #include <QFileInfo>
 #include <QVector>
 
@@ -32,7 +34,14 @@ QString path(const QDir &folder, const QString &instance, QString &error)
     }
     const QString folderPath = QDir::cleanPath(folder.absolutePath());
     const QString filePath = folderPath + QLatin1Char('/') + instance + QStringLiteral(".json");
-    if (!liesInside(QFileInfo(folderPath).path(), filePath)) {
+    const QString projectPath = QFileInfo(folderPath).path();
+    if (filePath
+        == PropertyManagerConst::getConfigurationFolderPath(projectPath) + QLatin1Char('/')
+            + PropertyManagerConst::getConfigurationManifestFilename()) {
+        error = QStringLiteral("this is the name of the manifest");
+        return QString();
+    }
+    if (!liesInside(projectPath, filePath)) {
         error = QStringLiteral("a link leads out of the project folder: ") + filePath;
         return QString();
     }

@@ -10,8 +10,8 @@ namespace InstanceFile {
  * The path of an instance's tree in a project's configuration or process folder: <instance>.json.
  *
  * @return empty, with @p error set, when the name is none ("", ".", "..", empty segments, a
- *         backslash, NUL), or when a link on the way leads out of the project folder, the folder
- *         that holds @p folder. The file need not exist.
+ *         backslash, NUL, the manifest's), or when a link on the way leads out of the project
+ * folder, the folder that holds @p folder. The file need not exist.
  */
 QString path(const QDir &folder, const QString &instance, QString &error);
 

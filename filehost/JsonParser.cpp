@@ -349,7 +349,9 @@ QString JsonParser::found() const
     }
     const int length =
         sequenceLength(reinterpret_cast<const uchar *>(m_begin) + m_offset, m_size - m_offset);
-    const uint character = QString::fromUtf8(m_begin + m_offset, length).toUcs4().value(0);
+    // Behind another character, a byte order mark is one like others.
+    const QByteArray bytes = ' ' + QByteArray(m_begin + m_offset, length);
+    const uint character = QString::fromUtf8(bytes.constData(), bytes.size()).toUcs4().constLast();
     if (!QChar::isPrint(character) || QChar::isSpace(character)) {
         const bool isControl = QChar::category(character) == QChar::Other_Control;
         return (isControl ? QStringLiteral("the control character U+")

@@ -94,7 +94,7 @@ void Manifest::addEntries(const JsonText &json, int array)
     for (int i = json.firstChild(array); i < json.element(array).next; i = json.element(i).next) {
         const int name = json.element(i).type == JsonText::Type::Object ? json.member(i, key) : -1;
         if (name < 0 || json.element(name).type != JsonText::Type::String) {
-            m_warnings.append(placeOf(
+            m_entryErrors.append(placeOf(
                 json, i, QStringLiteral("expected an object with the string \"%1\"").arg(key)));
             continue;
         }

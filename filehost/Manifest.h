@@ -30,7 +30,10 @@ public:
     const Diagnostic &error() const { return m_error; }
     bool hasFailed() const { return !m_error.message.isEmpty(); }
 
-    /// What is wrong with single entries.
+    /// Entries that name no instance.
+    const QVector<Diagnostic> &entryErrors() const { return m_entryErrors; }
+
+    /// What is odd, but does no harm.
     const QVector<Diagnostic> &warnings() const { return m_warnings; }
 
     /// The instances in the manifest's order, duplicates included.
@@ -43,6 +46,7 @@ private:
 
     QString m_filePath;
     Diagnostic m_error;
+    QVector<Diagnostic> m_entryErrors;
     QVector<Diagnostic> m_warnings;
     QVector<Entry> m_entries;
 };

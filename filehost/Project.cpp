@@ -60,6 +60,15 @@ QString Project::keyOfUserInterfaceScript()
     return QStringLiteral("scriptFile");
 }
 
+QString Project::scriptNameError(const QString &fileName)
+{
+    const QString clean = QDir::cleanPath(fileName);
+    return clean == QLatin1String("..") || clean.startsWith(QLatin1String("../"))
+            || QDir::isAbsolutePath(clean)
+        ? QStringLiteral("\"%1\" leads out of the scripts' folder").arg(fileName)
+        : QString();
+}
+
 QString Project::userInterfaceScriptFolder() const
 {
     return m_path + QStringLiteral("/scripts");
@@ -79,7 +88,9 @@ QStringList Project::languages() const
     const QStringList files = QDir(m_path + QStringLiteral("/texts"))
                                   .entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name);
     for (const QString &file : files) {
-        languages.append(QFileInfo(file).completeBaseName());
+        if (file.endsWith(QLatin1String(".json"))) { // name filters take upper case for lower case
+            languages.append(file.chopped(5));
+        }
     }
     return languages;
 }
@@ -121,6 +132,12 @@ QSharedPointer<FileTreeNode> Project::readTree(FileTree::Kind kind, const QStrin
                               : FileTree::read({filePath, instance, kind}, error);
 }
 
+Diagnostic Project::relative(Diagnostic diagnostic) const
+{
+    diagnostic.file = relativePath(diagnostic.file);
+    return diagnostic;
+}
+
 QString Project::relativePath(const QString &filePath) const
 {
     return QDir(m_path).relativeFilePath(filePath);
@@ -139,6 +156,10 @@ bool Project::readProjectFile(Diagnostic &error)
     for (const auto &member : members) {
         if (member.first == QLatin1String("language")) {
             m_language = file.string(member.second);
+            if (m_language.contains(QLatin1Char('/'))) {
+                file.fail(member.second,
+                          QStringLiteral("expected a language such as \"en\", found a path"));
+            }
         } else if (member.first == QLatin1String("objectName") && m_objectName.isEmpty()) {
             file.fail(member.second, QStringLiteral("expected an object name, found an empty one"));
         } else if (member.first == QLatin1String("otherFiles")) {

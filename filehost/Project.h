@@ -67,6 +67,12 @@ public:
     QSharedPointer<FileTreeNode> readTree(FileTree::Kind kind, const QString &instance,
                                           Diagnostic &error) const;
 
+    /// What is wrong with the name of a script; empty for nothing.
+    static QString scriptNameError(const QString &fileName);
+
+    /// @p diagnostic with its file as seen from the project folder.
+    Diagnostic relative(Diagnostic diagnostic) const;
+
     /// @p filePath as seen from the project folder.
     QString relativePath(const QString &filePath) const;
 

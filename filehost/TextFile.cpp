@@ -9,9 +9,14 @@ namespace TextFile {
 
 ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error)
 {
+    const QFileInfo info(filePath);
+    if (info.exists() && !info.isFile()) { // a pipe would block
+        error = {filePath, 0, 0, QStringLiteral("cannot be read: it is no file")};
+        return ReadResult::Unreadable;
+    }
     QFile file(filePath);
     if (!file.open(QIODevice::ReadOnly)) {
-        if (!QFileInfo::exists(filePath)) {
+        if (file.error() != QFileDevice::PermissionsError && !info.exists()) {
             return ReadResult::Missing;
         }
         error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + file.errorString()};
@@ -37,6 +42,10 @@ bool write(const QString &filePath, const QByteArray &content, Diagnostic &error
     const QString folder = QFileInfo(filePath).path();
     if (!QDir().mkpath(folder)) {
         error = {filePath, 0, 0, QStringLiteral("cannot be written: no folder ") + folder};
+        return false;
+    }
+    if (QFileInfo::exists(filePath) && !QFileInfo(filePath).isWritable()) {
+        error = {filePath, 0, 0, QStringLiteral("cannot be written: the file is read-only")};
         return false;
     }
     QSaveFile file(filePath);

@@ -1,0 +1,72 @@
+#include "PropertyChange.h"
+
+#include "filehost/JsonValue.h"
+
+#include <QStringList>
+
+#include <algorithm>
+
+namespace {
+
+QVector<PropertyChange> flattenedMap(const PropertyChange &change)
+{
+    const QVariantMap oldMap = change.oldValue.toMap();
+    const QVariantMap newMap = change.newValue.toMap();
+    QStringList keys = oldMap.keys() + newMap.keys();
+    keys.sort();
+    keys.removeDuplicates();
+    QVector<PropertyChange> changes;
+    for (const QString &key : qAsConst(keys)) {
+        changes += PropertyChange{change.path, change.key + QLatin1Char('.') + key,
+                                  oldMap.value(key), newMap.value(key)}
+                       .flattened();
+    }
+    return changes;
+}
+
+/// What differs between the elements that both lists begin with and those that both end with.
+QVector<PropertyChange> flattenedList(const PropertyChange &change)
+{
+    const QVariantList oldList = change.oldValue.toList();
+    const QVariantList newList = change.newValue.toList();
+    const int shorter = std::min(oldList.size(), newList.size());
+    int begin = 0;
+    while (begin < shorter && JsonValue::areEqual(oldList.at(begin), newList.at(begin))) {
+        ++begin;
+    }
+    int equalEnd = 0;
+    while (equalEnd < shorter - begin
+           && JsonValue::areEqual(oldList.at(oldList.size() - 1 - equalEnd),
+                                  newList.at(newList.size() - 1 - equalEnd))) {
+        ++equalEnd;
+    }
+    QVector<PropertyChange> changes;
+    const int end = std::max(oldList.size(), newList.size()) - equalEnd;
+    for (int i = begin; i < end; ++i) {
+        const QVariant oldValue = i < oldList.size() - equalEnd ? oldList.at(i) : QVariant();
+        const QVariant newValue = i < newList.size() - equalEnd ? newList.at(i) : QVariant();
+        changes += PropertyChange{change.path, QStringLiteral("%1[%2]").arg(change.key).arg(i),
+                                  oldValue, newValue}
+                       .flattened();
+    }
+    return changes;
+}
+
+} // namespace
+
+QVector<PropertyChange> PropertyChange::flattened() const
+{
+    const int type = oldValue.userType();
+    if (type == newValue.userType()) {
+        if (JsonValue::areEqual(oldValue, newValue)) {
+            return {};
+        }
+        if (type == QMetaType::QVariantMap) {
+            return flattenedMap(*this);
+        }
+        if (type == QMetaType::QVariantList) {
+            return flattenedList(*this);
+        }
+    }
+    return {*this};
+}
