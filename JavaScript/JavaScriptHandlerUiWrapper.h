@@ -15,7 +15,8 @@
  *
  * The host binds a tree and a script with initializeHandler(), fires the events as the user works,
  * refreshes the fields that parametersChanged() names, and reads the errors after each event. The
- * tree stays the host's: nothing is saved here. Absolute URLs reach only the nameless module.
+ * tree stays the host's: nothing is saved here. Absolute URLs reach nothing: the wrapper knows no
+ * projects. A host that needs them makes a JavaScriptHandler of its own.
  *
  * The two stores must outlive the wrapper. It is used on the thread that created it.
  */

@@ -12,6 +12,8 @@
  * A run is one evaluation of a script's text or one call of an event function. Runs do not nest.
  * All operations are called on the handler's thread, in the middle of its work: they must not call
  * the handler, nor destroy it. An observer changes nothing that the handler does.
+ *
+ * It is the only one to learn which errors the scripts of a dependency resolver report.
  */
 class JavaScriptRunObserver
 {

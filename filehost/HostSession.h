@@ -13,7 +13,8 @@ class TreeObserver;
 /**
  * What the host's static operations and the objects that the library makes for itself work with,
  * beside the files. At most one at a time; it is in use from its construction to its destruction.
- * Without one, there are no units, nobody watches, and files are written.
+ * Without one, there are no units, nobody watches, and files are written. Resolvers and
+ * UnitManagerWrapper objects take the units when they are constructed: the session comes first.
  *
  * Made and used on the thread that uses the library.
  */

@@ -38,7 +38,8 @@ public:
      */
     virtual int setProperty(const QString &propertyKey, const QVariant &value) = 0;
 
-    /// Gives the node a property that it does not have.
+    /// Gives the node a property that it does not have. The caller takes it as done: a host that
+    /// cannot do it should warn.
     virtual void addProperty(const QString &propertyKey, const QVariant &value) = 0;
 
     /// The direct children by name.

@@ -8,7 +8,7 @@
 class UnitManagerWrapper
 {
 public:
-    /// Serves the units of the project in use. The switches belong to a product's unit store; the
+    /// Serves the units of the project in use, as they are now. The switches belong to a product's unit store; the
     /// library passes false for both.
     UnitManagerWrapper(bool withSystemUnits, bool withUserUnits);
 

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QString>
+
+class ConfigurationAndProcessDataDefinitions
+{
+public:
+    static QString getKeyDataPropertyDependencyFileExtern();
+    static QString getSelectorUrlSchemeConfiguration();
+};

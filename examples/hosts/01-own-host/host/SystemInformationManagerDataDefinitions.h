@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QString>
+
+class SystemInformationManagerDataDefinitions
+{
+public:
+    static QString getKeyInstanceName();
+};

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QString>
+
+struct SystemInformationManagerDBusProviderDescriptionItem
+{
+    QString getObjectName() const { return name; }
+
+    QString name;
+};
