@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Installs a build to a scratch folder, and builds and runs consumers against it:
+# install.sh BUILD_FOLDER
+set -euo pipefail
+
+build=$1
+source=$(cd "$(dirname "$0")/../.." && pwd)
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+prefix=$scratch/prefix
+export LC_ALL=C.UTF-8 QT_FORCE_STDERR_LOGGING=1
+
+quietly() {
+    if ! "$@" >"$scratch/log" 2>&1; then
+        cat "$scratch/log" >&2
+        echo "failed: $*" >&2
+        exit 1
+    fi
+}
+
+# Runs an example program and compares with what the same program does inside the build.
+run_example() {
+    "$source/tests/examples/run-example.sh" "$source/tests/examples/$1.txt" \
+        "$source/examples/$2" "${@:3}"
+}
+
+quietly cmake --install "$build" --prefix "$prefix"
+
+echo "The command"
+cp -r "$source/examples" "$scratch/examples"
+"$prefix/bin/configscript" resolve "$scratch/examples/pump-station" | tail -n 1 \
+    | grep '^21 scripts run, 0 failed; 12 files changed, 30 values; '
+
+for example in 01-own-host 02-embedded-host; do
+    echo "A consumer through CMake: $example"
+    quietly cmake -S "$source/examples/hosts/$example" -B "$scratch/$example" -G Ninja \
+        -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug
+    quietly cmake --build "$scratch/$example"
+done
+run_example OwnHostSavesAndResolves hosts/01-own-host/plant "$scratch/01-own-host/own-host"
+run_example EmbeddedHostSavesAndResolves pump-station \
+    "$scratch/02-embedded-host/embedded-host" line2/pump1 motor/ratedPower 15
+
+echo "A consumer through pkg-config"
+package=$(find "$prefix" -name configscript.pc)
+flags=$(PKG_CONFIG_PATH=$(dirname "$package") pkg-config --cflags --libs configscript)
+library=$(find "$prefix" -name libConfigScript.so)
+# shellcheck disable=SC2086 # several flags
+quietly c++ -std=c++17 -fPIC "$source/examples/hosts/02-embedded-host/main.cpp" \
+    -o "$scratch/pkg-config-consumer" $flags "-Wl,-rpath,$(dirname "$library")"
+run_example EmbeddedHostSavesAndResolves pump-station \
+    "$scratch/pkg-config-consumer" line2/pump1 motor/ratedPower 15
