@@ -1,0 +1,94 @@
+#include "ProgramRun.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <unistd.h>
+
+namespace {
+
+QString withoutDurations(QString text)
+{
+    static const QRegularExpression textDuration(QStringLiteral("\\d+\\.\\d ms"));
+    static const QRegularExpression jsonDuration(QStringLiteral("\"milliseconds\": [-+.e\\d]+"));
+    return text.replace(textDuration, QStringLiteral("# ms"))
+        .replace(jsonDuration, QStringLiteral("\"milliseconds\": \"#\""));
+}
+
+} // namespace
+
+Files ProgramRun::files() const
+{
+    return {{QStringLiteral("exit code"), QByteArray::number(exitCode) + '\n'},
+            {QStringLiteral("standard output"), output.toUtf8()},
+            {QStringLiteral("standard error"), errors.toUtf8()}};
+}
+
+Program::Program(const QString &folder)
+    : m_folder(QFileInfo(folder).canonicalFilePath())
+    , m_environment(QProcessEnvironment::systemEnvironment())
+{
+    const QStringList names = m_environment.keys();
+    for (const QString &name : names) {
+        if (name == QLatin1String("LANG") || name == QLatin1String("LANGUAGE")
+            || name == QLatin1String("TZ") || name == QLatin1String("NO_COLOR")
+            || name.startsWith(QLatin1String("LC_")) || name.startsWith(QLatin1String("QT_"))) {
+            m_environment.remove(name);
+        }
+    }
+    setVariable(QStringLiteral("LANG"), QStringLiteral("C.UTF-8"));
+}
+
+void Program::setVariable(const QString &name, const QString &value)
+{
+    m_environment.insert(name, value);
+}
+
+void Program::setLauncher(const QStringList &launcher)
+{
+    m_launcher = launcher;
+}
+
+void Program::setShellCommand(const QString &command)
+{
+    setLauncher({QStringLiteral("bash"), QStringLiteral("-c"), command, QStringLiteral("bash")});
+}
+
+void Program::runInTerminal()
+{
+    setShellCommand(QStringLiteral("script --quiet --return --command \"$(printf '%q ' \"$@\")\""
+                                   " /dev/null"));
+}
+
+void Program::runWithoutPrivilege()
+{
+    if (geteuid() == 0) {
+        setLauncher({QStringLiteral("setpriv"),
+                     QStringLiteral("--bounding-set=-dac_override,-dac_read_search"),
+                     QStringLiteral("--inh-caps=-dac_override,-dac_read_search")});
+    }
+}
+
+ProgramRun Program::run(const QStringList &arguments) const
+{
+    const QStringList command =
+        m_launcher + QStringList(QStringLiteral(CONFIGSCRIPT_PROGRAM)) + arguments;
+    QProcess process;
+    process.setWorkingDirectory(m_folder);
+    process.setProcessEnvironment(m_environment);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(command.first(), command.mid(1));
+    if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit) {
+        const QString text = process.errorString();
+        process.kill();
+        process.waitForFinished();
+        return {-1, QString(), QStringLiteral("did not run to its end: %1\n").arg(text)};
+    }
+    const auto text = [this](const QByteArray &bytes) {
+        return QString::fromUtf8(bytes).replace(m_folder, QLatin1String("<folder>"));
+    };
+    return {process.exitCode(), withoutDurations(text(process.readAllStandardOutput())),
+            text(process.readAllStandardError())};
+}
