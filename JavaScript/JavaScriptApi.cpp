@@ -10,6 +10,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <utility>
+
 namespace {
 
 const QString s_hostTypeName = QStringLiteral("sorbAVEN");
@@ -146,7 +148,7 @@ void JavaScriptApi::initializeJavaScriptApi(
     if (rootPointer.isNull()) {
         qWarning() << "New root is null.";
     } else {
-        m_rootPointer = rootPointer;
+        m_rootPointer = std::move(rootPointer);
     }
     m_instanceUrl = instanceUrl;
 }
@@ -164,7 +166,7 @@ QVariant JavaScriptApi::getPropertyInternal(
         qWarning() << "Leaf for url" << relUrl << "is null.";
         return QVariant();
     }
-    const QVariant value = node->getProperty(propertyKey);
+    QVariant value = node->getProperty(propertyKey);
     if (value.userType() == QMetaType::QVariantMap) {
         return QJsonDocument::fromVariant(value);
     }

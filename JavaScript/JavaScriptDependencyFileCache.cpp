@@ -32,7 +32,7 @@ QString JavaScriptDependencyFileCache::readContentOfFile(const QString &filePath
         return QString();
     }
     QTextStream stream(&file);
-    const QString content = stream.readAll();
+    QString content = stream.readAll();
     file.close();
     return content;
 }

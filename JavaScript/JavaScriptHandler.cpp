@@ -6,6 +6,8 @@
 #include <QJSValue>
 #include <QQmlEngine>
 
+#include <utility>
+
 JavaScriptHandler::JavaScriptHandler(JavaScriptApi &javaScriptApi, QObject *parent)
     : QObject(parent)
     , m_isEvaluated(false)
@@ -28,7 +30,7 @@ void JavaScriptHandler::initializeHandler(
     const QString &instanceUrl)
 {
     initializeJavaScriptEngine(javaScript);
-    m_javaScriptApi.initializeJavaScriptApi(rootPointer, instanceUrl);
+    m_javaScriptApi.initializeJavaScriptApi(std::move(rootPointer), instanceUrl);
 }
 
 void JavaScriptHandler::initializeJavaScriptEngine(const QString &javaScript)

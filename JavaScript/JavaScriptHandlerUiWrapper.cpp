@@ -1,5 +1,7 @@
 #include "JavaScriptHandlerUiWrapper.h"
 
+#include <utility>
+
 JavaScriptHandlerUiWrapper::JavaScriptHandlerUiWrapper(const UnitManagerWrapper &unitManagerWrapper,
                                                        const TextManager &textManager,
                                                        QObject *parent)
@@ -19,7 +21,7 @@ void JavaScriptHandlerUiWrapper::initializeHandler(
     ConfigurationAndProcessDataBase::BaseClassSharedPointer rootPointer, const QString &javaScript,
     const QString &instanceUrl)
 {
-    m_javaScriptHandler.initializeHandler(rootPointer, javaScript, instanceUrl);
+    m_javaScriptHandler.initializeHandler(std::move(rootPointer), javaScript, instanceUrl);
 }
 
 bool JavaScriptHandlerUiWrapper::callFunctionOnOpen()

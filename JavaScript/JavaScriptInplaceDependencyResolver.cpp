@@ -1,5 +1,7 @@
 #include "JavaScriptInplaceDependencyResolver.h"
 
+#include <utility>
+
 JavaScriptInplaceDependencyResolver::JavaScriptInplaceDependencyResolver(
     const QString &projectPath, const QString &moduleName, const QString &objectName,
     const QString &rootInstancePath, const TextManager &textManager, QObject *parent)
@@ -16,7 +18,7 @@ JavaScriptInplaceDependencyResolver::~JavaScriptInplaceDependencyResolver() = de
 void JavaScriptInplaceDependencyResolver::resolveDependencies(
     const QString &instanceName, ConfigurationAndProcessDataBase::BaseClassSharedPointer root)
 {
-    m_javaScriptRootPointerHandler.setRootPointer(root);
+    m_javaScriptRootPointerHandler.setRootPointer(std::move(root));
     m_dependenciesToResolve.clear();
     const QStringList instanceNames =
         m_javaScriptDependencyManager.getInstancesToResolve(instanceName);

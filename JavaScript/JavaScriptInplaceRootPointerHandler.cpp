@@ -4,6 +4,8 @@
 
 #include <QDebug>
 
+#include <utility>
+
 JavaScriptInplaceRootPointerHandler::JavaScriptInplaceRootPointerHandler(
     const QString &rootInstancePath)
     : JavaScriptRootPointerHandler(QString(), QHash<QString, QString>())
@@ -16,7 +18,7 @@ JavaScriptInplaceRootPointerHandler::~JavaScriptInplaceRootPointerHandler() = de
 void JavaScriptInplaceRootPointerHandler::setRootPointer(
     ConfigurationAndProcessDataBase::BaseClassSharedPointer rootPointer)
 {
-    m_rootPointer = rootPointer;
+    m_rootPointer = std::move(rootPointer);
 }
 
 ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptInplaceRootPointerHandler::
@@ -26,7 +28,7 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptInplaceRootPoi
         qWarning() << "m_rootPointer invalid!";
         return {};
     }
-    const auto node = findInstance(SelectorUrlHandler(url).getInstance());
+    auto node = findInstance(SelectorUrlHandler(url).getInstance());
     if (node.isNull()) {
         qWarning() << "Couldn't find" << url << "in" << m_rootInstancePath;
     }
@@ -40,7 +42,7 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptInplaceRootPoi
         qWarning() << "m_rootPointer invalid!";
         return {};
     }
-    const auto node = findInstance(instance);
+    auto node = findInstance(instance);
     if (node.isNull()) {
         qWarning() << "Couldn't find" << instance << "in" << m_rootInstancePath;
     }

@@ -80,7 +80,7 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptRootPointerHan
     }
 
     const QDir directory = getDirectoryInstance(*folderName, isProcess);
-    const auto root =
+    auto root =
         ConfigurationDataAndProcessDescriptionAccess::getParsedConfigurationProcessDescription(
             directory, urlHandler.getInstance(), isProcess);
     if (root.isNull()) {

@@ -31,7 +31,7 @@ void print(Output &output, const QVector<Finding> &findings)
         output.line(output.styled(finding.severity == Finding::Severity::Error
                                       ? Output::Style::Bad
                                       : Output::Style::Warning,
-                                  finding.toString()));
+                                  Output::printable(finding.toString())));
     }
 }
 

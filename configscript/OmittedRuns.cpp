@@ -2,7 +2,6 @@
 
 #include "configscript/ScriptProbe.h"
 #include "filehost/FileTreeNode.h"
-#include "filehost/InstanceFile.h"
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
@@ -13,20 +12,18 @@
 
 QString reasonOfOmission(const Project &project, const QString &instance)
 {
-    const QString nameError = InstanceFile::nameError(instance);
-    if (!nameError.isEmpty()) {
-        return nameError;
+    QString pathError;
+    const QString treePath = project.treePath(FileTree::Kind::Configuration, instance, pathError);
+    if (treePath.isEmpty()) {
+        return pathError.remove(project.path() + QLatin1Char('/'));
     }
-    const QString treePath = project.treePath(FileTree::Kind::Configuration, instance);
     Diagnostic error;
     const auto root = project.readTree(FileTree::Kind::Configuration, instance, error);
     if (!error.message.isEmpty()) {
         return project.relative(error).toString();
     }
     if (root.isNull()) {
-        return treePath.isEmpty()
-            ? QStringLiteral("a link leads out of the project folder")
-            : project.relativePath(treePath) + QStringLiteral(": no such file");
+        return project.relativePath(treePath) + QStringLiteral(": no such file");
     }
     const QString key =
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();

@@ -58,6 +58,21 @@ void Output::json(const QJsonObject &object)
     text(QString::fromUtf8(QJsonDocument(object).toJson()));
 }
 
+QString Output::printable(const QString &text)
+{
+    QString result;
+    for (const QChar character : text) {
+        if (character == QLatin1Char('\n')) {
+            result += QStringLiteral("\n           ");
+        } else if (character.category() == QChar::Other_Control && character != QLatin1Char('\t')) {
+            result += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        } else {
+            result += character;
+        }
+    }
+    return result;
+}
+
 QString Output::counted(int count, const QString &noun)
 {
     return QStringLiteral("%1 %2%3").arg(count).arg(noun,

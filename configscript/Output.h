@@ -19,6 +19,10 @@ public:
     void text(const QString &text); ///< lines as they are
     void json(const QJsonObject &object);
 
+    /// A text from outside, without what would drive a terminal: control characters as \xNN, lines
+    /// indented.
+    static QString printable(const QString &text);
+
     /// "1 file", "2 files"
     static QString counted(int count, const QString &noun);
 

@@ -8,7 +8,7 @@
 std::optional<Project> openProject(const std::string &argument)
 {
     Diagnostic error;
-    const auto project = Project::open(QString::fromStdString(argument), error);
+    auto project = Project::open(QString::fromStdString(argument), error);
     if (!project) {
         Output::error(error.toString());
     }

@@ -146,9 +146,13 @@ void ProjectCheck::checkManifest(const Manifest &manifest)
     checkManifestEntries(manifest);
     QSet<QString> known;
     for (const Manifest::Entry &entry : manifest.entries()) {
-        if (!known.contains(entry.instanceName)) {
-            known.insert(entry.instanceName);
-            checkListedInstance(entry.instanceName, entry.place);
+        const QString &instance = entry.instanceName;
+        if (known.contains(instance)) {
+            continue;
+        }
+        known.insert(instance);
+        if (checkListedInstance(instance, entry.place) && !isFile(instance)) {
+            checkTree(FileTree::Kind::Configuration, instance); // finds out what it is
         }
     }
 }
@@ -160,16 +164,19 @@ void ProjectCheck::checkManifestEntries(const Manifest &manifest)
     }
 }
 
+bool ProjectCheck::isFile(const QString &instance) const
+{
+    return QFileInfo(m_project.treePath(FileTree::Kind::Configuration, instance)).isFile();
+}
+
 bool ProjectCheck::checkListedInstance(const QString &instance, const Diagnostic &entry)
 {
     Diagnostic place = entry;
-    const QString nameError = InstanceFile::nameError(instance);
-    const QString filePath = m_project.treePath(FileTree::Kind::Configuration, instance);
-    if (!nameError.isEmpty()) {
-        place.message = QStringLiteral("\"%1\": %2").arg(instance, nameError);
-    } else if (filePath.isEmpty()) {
-        place.message =
-            QStringLiteral("\"%1\": a link leads out of the project folder").arg(instance);
+    QString error;
+    const QString filePath = m_project.treePath(FileTree::Kind::Configuration, instance, error);
+    if (filePath.isEmpty()) {
+        place.message = QStringLiteral("\"%1\": %2")
+                            .arg(instance, error.remove(m_project.path() + QLatin1Char('/')));
     } else if (!QFileInfo::exists(filePath)) {
         place.message = QStringLiteral("\"%1\" is listed, but there is no %2")
                             .arg(instance, m_project.relativePath(filePath));
@@ -183,7 +190,7 @@ bool ProjectCheck::checkListedInstance(const QString &instance, const Diagnostic
 QSharedPointer<FileTreeNode> ProjectCheck::checkTree(FileTree::Kind kind, const QString &instance)
 {
     Diagnostic error;
-    const auto root = m_project.readTree(kind, instance, error);
+    auto root = m_project.readTree(kind, instance, error);
     if (!error.message.isEmpty()) {
         add(s_error, "malformed-tree", error);
     }
@@ -258,7 +265,7 @@ QString ProjectCheck::checkScript(const NamedScript &script)
             {filePath, 0, 0, QStringLiteral("the script is empty")});
         return QString();
     }
-    const QString text = QString::fromUtf8(content);
+    QString text = QString::fromUtf8(content);
     checkFunctions(script, filePath, text);
     return text;
 }

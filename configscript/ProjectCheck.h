@@ -38,6 +38,7 @@ private:
     void checkTexts();
     void checkManifest(const Manifest &manifest);
     void checkManifestEntries(const Manifest &manifest);
+    bool isFile(const QString &instance) const;
     bool checkListedInstance(const QString &instance, const Diagnostic &entry);
     QSharedPointer<FileTreeNode> checkTree(FileTree::Kind kind, const QString &instance);
     void checkDependencyScript(const FileTreeNode &root, bool isListed);

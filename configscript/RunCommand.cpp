@@ -39,7 +39,7 @@ struct Script
 QSharedPointer<FileTreeNode> readInstance(const Project &project, const QString &instance)
 {
     Diagnostic error;
-    const auto root = project.readTree(FileTree::Kind::Configuration, instance, error);
+    auto root = project.readTree(FileTree::Kind::Configuration, instance, error);
     if (!error.message.isEmpty()) {
         Output::error(error.toString());
     } else if (root.isNull()) {

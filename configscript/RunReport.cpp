@@ -38,7 +38,7 @@ void RunReport::sort()
     std::sort(runs.begin(), runs.end(),
               [](const ScriptRun &a, const ScriptRun &b) { return a.instance < b.instance; });
     std::sort(trees.begin(), trees.end(), [](const ChangedTree &a, const ChangedTree &b) {
-        return a.identity.filePath < b.identity.filePath;
+        return std::tie(a.identity.filePath, a.error) < std::tie(b.identity.filePath, b.error);
     });
     for (ChangedTree &tree : trees) {
         std::sort(tree.changes.begin(), tree.changes.end(),

@@ -11,7 +11,8 @@ using Style = Output::Style;
 
 QString valueText(const QVariant &value)
 {
-    return QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
+    return Output::printable(
+        QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced)));
 }
 
 QString milliseconds(std::chrono::nanoseconds duration)
@@ -23,22 +24,6 @@ QString milliseconds(std::chrono::nanoseconds duration)
 QString place(const QString &file, int line)
 {
     return Diagnostic{file, line, 0, QString()}.toString().trimmed();
-}
-
-/// A text of a script with its lines indented, and without what would drive a terminal.
-QString printable(const QString &text)
-{
-    QString result;
-    for (const QChar character : text) {
-        if (character == QLatin1Char('\n')) {
-            result += QStringLiteral("\n           ");
-        } else if (character.category() == QChar::Other_Control && character != QLatin1Char('\t')) {
-            result += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
-        } else {
-            result += character;
-        }
-    }
-    return result;
 }
 
 } // namespace
@@ -135,7 +120,8 @@ void TextReport::printDetails(const ScriptRun &run)
     const QString indentation(9, QLatin1Char(' '));
     for (const ScriptException &exception : run.exceptions) {
         m_output.line(indentation + place(run.scriptOf(exception.isOfFunction), exception.line)
-                      + QLatin1Char(' ') + m_output.styled(Style::Bad, printable(exception.text)));
+                      + QLatin1Char(' ')
+                      + m_output.styled(Style::Bad, Output::printable(exception.text)));
     }
     if (!run.ranInstead.isEmpty()) {
         m_output.line(indentation
@@ -156,7 +142,7 @@ void TextReport::printDetails(const ScriptRun &run)
         if (count > 0) {
             m_output.line(indentation + run.scriptOf(true) + QStringLiteral(": ")
                           + m_output.styled(Style::Warning, QStringLiteral("warning: "))
-                          + printable(text)
+                          + Output::printable(text)
                           + (count > 1 ? QStringLiteral(" (%1 times)").arg(count) : QString()));
         }
     }
@@ -167,14 +153,15 @@ void TextReport::printDetails(const ScriptRun &run)
             ? m_output.styled(Style::Bad, QStringLiteral("error: "))
             : QString();
         m_output.line(indentation + place(run.scriptOf(message.isOfFunction), message.line)
-                      + QLatin1Char(' ') + level + message.text);
+                      + QLatin1Char(' ') + level + Output::printable(message.text));
     }
     for (const JavaScriptApi::ErrorMessage &error : run.errors) {
         const QString text = m_texts.value(error.errorLabelTextId);
         m_output.line(indentation + m_output.styled(Style::Warning, QStringLiteral("reported: "))
-                      + (error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
-                      + (text.isEmpty() ? QString() : text + QLatin1Char(' ')) + QLatin1Char('[')
-                      + error.errorLabelTextId + QLatin1Char(']')
+                      + Output::printable(
+                          (error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
+                          + (text.isEmpty() ? QString() : text + QLatin1Char(' '))
+                          + QLatin1Char('[') + error.errorLabelTextId + QLatin1Char(']'))
                       + (error.value.isValid() ? QStringLiteral(" value ")
                                  + valueText(JsonValue::normalized(error.value))
                                                : QString()));
@@ -212,7 +199,8 @@ void TextReport::printChanges(const QVector<PropertyChange> &changes, const QStr
         lines += change.flattened();
     }
     const auto name = [](const PropertyChange &change) {
-        return change.path.isEmpty() ? change.key : change.path + QLatin1Char(':') + change.key;
+        return Output::printable(
+            change.path.isEmpty() ? change.key : change.path + QLatin1Char(':') + change.key);
     };
     int width = 0;
     for (const PropertyChange &change : qAsConst(lines)) {

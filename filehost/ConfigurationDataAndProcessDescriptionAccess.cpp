@@ -73,7 +73,7 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
         return fail(reason);
     }
     Diagnostic error;
-    if (!HostSession::admits(node->tree(), filePath, error)
+    if (!HostSession::admits(node->sharedTree(), filePath, error)
         || (HostSession::writesFiles() && !node->tree().write(*node, filePath, error))) {
         qWarning().noquote() << error.toString();
         return fail(error.toString());

@@ -17,7 +17,7 @@ QSharedPointer<FileTreeNode> FileTree::read(const Identity &identity, Diagnostic
         != TextFile::ReadResult::Read) {
         return {};
     }
-    const auto root = parse(text, identity, error);
+    auto root = parse(text, identity, error);
     if (root.isNull()) {
         error.file = identity.filePath;
     }

@@ -18,7 +18,7 @@ class FileTree
 {
 public:
     /// Larger files are refused, in bytes.
-    static constexpr qint64 maximumFileSize = 32 * 1024 * 1024;
+    static constexpr qint64 maximumFileSize = qint64(32) * 1024 * 1024;
 
     enum class Kind { Configuration, Process };
 

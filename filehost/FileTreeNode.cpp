@@ -24,7 +24,7 @@ bool FileTreeNode::isUrlValid(const QString &relUrl) const
 
 QVariant FileTreeNode::getProperty(const QString &propertyKey) const
 {
-    const QVariant value = m_properties.value(propertyKey).value;
+    QVariant value = m_properties.value(propertyKey).value;
     if (TreeObserver *observer = HostSession::observer()) {
         observer->propertyRead(*this, propertyKey, value);
     }

@@ -52,6 +52,7 @@ public:
     Diagnostic placeOf(const QString &propertyKey, const QString &message) const;
 
     const FileTree &tree() const { return *m_tree; }
+    QSharedPointer<const FileTree> sharedTree() const { return m_tree; }
 
     /// The JSON text of the node and all below it: the file's own, but for the values changed. Of
     /// the root, the whole file.

@@ -1,5 +1,9 @@
 #include "HostSession.h"
 
+#include "filehost/FileTree.h"
+
+#include <QFileInfo>
+
 HostSession *HostSession::s_current = nullptr;
 
 HostSession::HostSession(const QHash<QString, QVariantMap> &units, Writing writing)
@@ -30,17 +34,19 @@ bool HostSession::writesFiles()
     return !s_current || s_current->m_writing == Writing::Files;
 }
 
-bool HostSession::admits(const FileTree &tree, const QString &filePath, Diagnostic &error)
+bool HostSession::admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
+                         Diagnostic &error)
 {
-    if (writesFiles()) {
+    if (writesFiles() || filePath != tree->identity().filePath) {
         return true;
     }
-    const FileTree *&stored = s_current->m_storedTrees[filePath];
-    if (stored && stored != &tree) {
+    const QString realPath = QFileInfo(filePath).canonicalFilePath();
+    auto &stored = s_current->m_storedTrees[realPath.isEmpty() ? filePath : realPath];
+    if (stored && stored != tree) {
         error = {filePath, 0, 0,
                  QStringLiteral("cannot be written: the file has changed since it was read")};
         return false;
     }
-    stored = &tree;
+    stored = tree;
     return true;
 }

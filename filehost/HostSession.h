@@ -3,6 +3,7 @@
 #include "filehost/Diagnostic.h"
 
 #include <QHash>
+#include <QSharedPointer>
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
@@ -43,7 +44,8 @@ public:
      * trees, and refuses, with @p error set, a second one for the same file: it was read without
      * what the first one would have written.
      */
-    static bool admits(const FileTree &tree, const QString &filePath, Diagnostic &error);
+    static bool admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
+                       Diagnostic &error);
 
 private:
     Q_DISABLE_COPY(HostSession)
@@ -53,5 +55,5 @@ private:
     QHash<QString, QVariantMap> m_units;
     Writing m_writing;
     TreeObserver *m_observer = nullptr;
-    QHash<QString, const FileTree *> m_storedTrees; ///< by file; only compared
+    QHash<QString, QSharedPointer<const FileTree>> m_storedTrees; ///< by file
 };

@@ -33,7 +33,7 @@ QString path(const QDir &folder, const QString &instance, QString &error)
         return QString();
     }
     const QString folderPath = QDir::cleanPath(folder.absolutePath());
-    const QString filePath = folderPath + QLatin1Char('/') + instance + QStringLiteral(".json");
+    QString filePath = folderPath + QLatin1Char('/') + instance + QStringLiteral(".json");
     const QString projectPath = QFileInfo(folderPath).path();
     if (filePath
         == PropertyManagerConst::getConfigurationFolderPath(projectPath) + QLatin1Char('/')

@@ -118,10 +118,15 @@ QStringList Project::instances(FileTree::Kind kind) const
     return instances;
 }
 
+QString Project::treePath(FileTree::Kind kind, const QString &instance, QString &error) const
+{
+    return InstanceFile::path(treeFolder(*this, kind), instance, error);
+}
+
 QString Project::treePath(FileTree::Kind kind, const QString &instance) const
 {
     QString error;
-    return InstanceFile::path(treeFolder(*this, kind), instance, error);
+    return treePath(kind, instance, error);
 }
 
 QSharedPointer<FileTreeNode> Project::readTree(FileTree::Kind kind, const QString &instance,

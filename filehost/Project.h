@@ -60,7 +60,9 @@ public:
     /// The instances with a tree of that kind, sorted.
     QStringList instances(FileTree::Kind kind) const;
 
-    /// Where the tree of an instance lies; empty for a name that no instance can have.
+    /// Where the tree of an instance lies; empty, with @p error set, for a name that no instance
+    /// can have, and where a link leads out of the project.
+    QString treePath(FileTree::Kind kind, const QString &instance, QString &error) const;
     QString treePath(FileTree::Kind kind, const QString &instance) const;
 
     /// A tree as it is now; null without such a file, and with @p error set when it is malformed.

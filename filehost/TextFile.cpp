@@ -5,20 +5,28 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <cerrno>
+
+#include <sys/stat.h>
+
 namespace TextFile {
 
 ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error)
 {
-    const QFileInfo info(filePath);
-    if (info.exists() && !info.isFile()) { // a pipe would block
+    struct stat status;
+    if (::stat(QFile::encodeName(filePath).constData(), &status) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) {
+            return ReadResult::Missing;
+        }
+        error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + qt_error_string(errno)};
+        return ReadResult::Unreadable;
+    }
+    if (!S_ISREG(status.st_mode)) { // a pipe would block
         error = {filePath, 0, 0, QStringLiteral("cannot be read: it is no file")};
         return ReadResult::Unreadable;
     }
     QFile file(filePath);
     if (!file.open(QIODevice::ReadOnly)) {
-        if (file.error() != QFileDevice::PermissionsError && !info.exists()) {
-            return ReadResult::Missing;
-        }
         error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + file.errorString()};
         return ReadResult::Unreadable;
     }

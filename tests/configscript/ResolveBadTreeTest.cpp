@@ -207,10 +207,13 @@ void ResolveBadTreeTest::followsNoLinkOutOfTheProject()
     const Program program(folder.path());
     COMPARE_RUN(program.run(s_resolvePlant),
                 refusal(QStringLiteral("configuration/manifest.json:3: error: \"%1\": a link leads "
-                                       "out of the project folder [missing-tree]")
+                                       "out of the project folder: configuration/%1.json "
+                                       "[missing-tree]")
                             .arg(instance)));
     COMPARE_RUN(program.run(s_resolvePlant + s_noCheck),
-                notRun(QStringLiteral("%1  a link leads out of the project folder").arg(instance)));
+                notRun(QStringLiteral("%1  a link leads out of the project folder: "
+                                      "configuration/%1.json")
+                           .arg(instance)));
     COMPARE_FILES(readFiles(folder.path(QStringLiteral("outside"))), before);
 }
 

@@ -334,7 +334,7 @@ private Q_SLOTS:
         const auto second = read(project).dynamicCast<FileTreeNode>();
         Diagnostic error;
         const auto isAdmitted = [&](const QSharedPointer<FileTreeNode> &root) {
-            return HostSession::admits(root->tree(), project.path(s_pumpFile), error);
+            return HostSession::admits(root->sharedTree(), project.path(s_pumpFile), error);
         };
         QVERIFY(isAdmitted(first) && isAdmitted(second));
         const HostSession session({});
