@@ -134,7 +134,7 @@ QString unifiedDiff(const QByteArray &oldText, const QByteArray &newText, const 
             break;
         }
         int last = change;
-        for (int i = change; i < lines.size() && i - last <= 2 * s_context; ++i) {
+        for (int i = change; i < lines.size() && i - last <= 2 * s_context + 1; ++i) {
             if (lines.at(i).mark != ' ') {
                 last = i;
             }

@@ -30,6 +30,8 @@
 
 namespace {
 
+const QString s_refusal = QStringLiteral("an event failed, or onOk reported an error");
+
 struct Script
 {
     QString path; ///< relative to the project
@@ -78,6 +80,10 @@ std::optional<Script> readScript(const Project &project, const FileTreeNode &roo
         return std::nullopt;
     case TextFile::ReadResult::Read:
         break;
+    }
+    if (text.isEmpty()) {
+        Output::error(filePath + QStringLiteral(": the file is empty"));
+        return std::nullopt;
     }
     return Script{project.relativePath(filePath), QString::fromUtf8(text)};
 }
@@ -142,8 +148,7 @@ int RunCommand::run()
         return ExitCode::unusable;
     }
     print(*project, *report, *edits);
-    const bool isRefused = m_isWriting && !isToBeSaved(*report);
-    return report->succeeded() && !isRefused ? ExitCode::success : ExitCode::failure;
+    return report->succeeded() ? ExitCode::success : ExitCode::failure;
 }
 
 std::optional<QVector<RunCommand::Event>> RunCommand::parseEvents() const
@@ -255,13 +260,15 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
     }
 
     const bool isChanged = recorder.hasWritten(root->tree());
+    QString refusal;
     if (isChanged && handler.getChangedExternalConfigAbsoluteUrls().contains(url)) {
-        Output::error(QStringLiteral("nothing is saved: the script wrote its own instance by "
-                                     "relative URL and, as another tree, by the absolute URL ")
-                      + url);
-        return std::nullopt;
-    }
-    if (isToBeSaved(recorder.report())) {
+        refusal = QStringLiteral("the script wrote its own instance by relative URL and, as "
+                                 "another tree, by the absolute URL ")
+            + url;
+        Output::error(QStringLiteral("nothing is saved: ") + refusal);
+    } else if (!isToBeSaved(recorder.report())) {
+        refusal = m_isWriting ? s_refusal : QString();
+    } else {
         if (isChanged) {
             ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(
                 PropertyManagerConst::getConfigurationFolderPath(project.path()),
@@ -270,7 +277,9 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
         handler.saveChangedFiles();
     }
     session.setObserver(nullptr);
-    return recorder.report();
+    RunReport report = recorder.report();
+    report.refusal = refusal;
+    return report;
 }
 
 void RunCommand::print(const Project &project, const RunReport &report,
@@ -295,8 +304,7 @@ void RunCommand::print(const Project &project, const RunReport &report,
     text.printTrees(report, !m_isWriting);
     if (!isToBeSaved(report)) {
         output.line();
-        output.line(
-            QStringLiteral("Nothing is saved: an event failed, or onOk reported an error."));
+        output.line(QStringLiteral("Nothing is saved: ") + s_refusal + QLatin1Char('.'));
     } else if (!m_isWriting && !report.trees.isEmpty()) {
         output.line();
         output.line(QStringLiteral("Nothing was written; --write saves the changes."));

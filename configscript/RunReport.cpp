@@ -30,7 +30,8 @@ int RunReport::storedTrees() const
 
 bool RunReport::succeeded() const
 {
-    return failedRuns() == 0 && notRun.isEmpty() && storedTrees() == trees.size();
+    return failedRuns() == 0 && notRun.isEmpty() && storedTrees() == trees.size()
+        && refusal.isEmpty();
 }
 
 void RunReport::sort()

@@ -86,6 +86,7 @@ struct RunReport
     QVector<OmittedRun> notRun;
     QStringList announced; ///< instances whose process data changed
     QStringList warnings; ///< of the library and the host, outside the runs
+    QString refusal; ///< why nothing was saved, when it was to be
     std::chrono::nanoseconds duration{0};
 
     int failedRuns() const;

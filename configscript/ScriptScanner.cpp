@@ -10,6 +10,12 @@ bool isWordCharacter(QChar character)
         || character == QLatin1Char('$');
 }
 
+bool isQuote(QChar character)
+{
+    return character == QLatin1Char('"') || character == QLatin1Char('\'')
+        || character == QLatin1Char('`');
+}
+
 } // namespace
 
 ScriptScanner::ScriptScanner(const QString &text)
@@ -90,9 +96,24 @@ void ScriptScanner::skipSubstitution()
             ++depth;
         } else if (next() == QLatin1Char('}')) {
             --depth;
+        } else if (isQuote(next())) {
+            skipQuoted();
         }
         advance();
     } while (m_offset < m_text.size() && depth > 0);
+}
+
+/// Stops at the closing quote.
+void ScriptScanner::skipQuoted()
+{
+    const QChar quote = next();
+    advance();
+    while (m_offset < m_text.size() && next() != quote) {
+        if (next() == QLatin1Char('\\')) {
+            advance();
+        }
+        advance();
+    }
 }
 
 void ScriptScanner::scanString(QChar quote)

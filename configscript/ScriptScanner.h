@@ -31,6 +31,7 @@ private:
     void skipBlockComment();
     void skipRegularExpression();
     void skipSubstitution();
+    void skipQuoted();
     void scanString(QChar quote);
     void scanTemplate();
     void scanWord(ScriptToken::Kind kind);
