@@ -154,6 +154,7 @@ void JavaScriptApi::initializeJavaScriptApi(
 }
 
 QVariant JavaScriptApi::getPropertyInternal(
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
     ConfigurationAndProcessDataBase::BaseClassSharedPointer rootPointer, const QString &relUrl,
     const QString &propertyKey) const
 {
@@ -174,6 +175,7 @@ QVariant JavaScriptApi::getPropertyInternal(
 }
 
 bool JavaScriptApi::setPropertyInternal(
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
     ConfigurationAndProcessDataBase::BaseClassSharedPointer rootPointer, const QString &relUrl,
     const QString &propertyKey, const QVariant &value)
 {
@@ -202,6 +204,7 @@ bool JavaScriptApi::setPropertyInternal(
 }
 
 QJsonArray JavaScriptApi::getListOfNodeInstancesWithTextInternal(
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
     ConfigurationAndProcessDataBase::BaseClassSharedPointer root, bool withDynTexts) const
 {
     if (root.isNull()) {

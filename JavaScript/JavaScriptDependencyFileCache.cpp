@@ -15,13 +15,12 @@ JavaScriptDependencyFileCache::~JavaScriptDependencyFileCache() = default;
 
 QString JavaScriptDependencyFileCache::getJavaScriptContent(const QString &fileName)
 {
-    auto content = m_fileContentCache.constFind(fileName);
-    if (content == m_fileContentCache.constEnd()) {
+    if (!m_fileContentCache.contains(fileName)) {
         const QString filePath = PropertyManagerConst::getDependencyFolderPath(m_projectPath)
             + QLatin1Char('/') + fileName;
-        content = m_fileContentCache.insert(fileName, readContentOfFile(filePath));
+        m_fileContentCache.insert(fileName, readContentOfFile(filePath));
     }
-    return *content;
+    return m_fileContentCache.value(fileName);
 }
 
 QString JavaScriptDependencyFileCache::readContentOfFile(const QString &filePath) const

@@ -78,7 +78,8 @@ QStringList JavaScriptDependencyManager::getExternalDependencySourceInstanceList
 
 QStringList &JavaScriptDependencyManager::queryCache(const QString &instanceName)
 {
-    const auto known = m_instanceQueryCache.find(instanceName);
+    // The caller gets a reference, and the hash is never shared.
+    const auto known = m_instanceQueryCache.find(instanceName); // clazy:exclude=detaching-member
     if (known != m_instanceQueryCache.end()) {
         return *known;
     }

@@ -11,8 +11,9 @@
  *
  * The manifest is read by the constructor, each script on its first use: a resolver does not see
  * later changes of these files. Trees are read anew by each run. Those that scripts reach by
- * absolute URL are dropped at its end, those of the instances that ran when the next one begins. The
- * text store must outlive the resolver; the provider descriptions are used by the constructor only.
+ * absolute URL are dropped at its end, those of the instances that ran when the next one begins.
+ * The text store must outlive the resolver; the provider descriptions are used by the constructor
+ * only.
  */
 class JAVASCRIPT_EXPORT JavaScriptDependencyResolver : public JavaScriptDependencyResolverBase
 {

@@ -24,8 +24,8 @@ class JavaScriptRunObserver;
  * is warned of; nothing is thrown.
  *
  * The API object is referred to, not owned, and must outlive the handler. A QCoreApplication must
- * exist. The handler is used on the thread that created it. A new handler costs about a millisecond (the engine), the evaluation
- * of a script about 0.14 ms for each KB of its text.
+ * exist. The handler is used on the thread that created it. A new handler costs about a millisecond
+ * (the engine), the evaluation of a script about 0.14 ms for each KB of its text.
  */
 class JAVASCRIPT_EXPORT JavaScriptHandler : public QObject
 {

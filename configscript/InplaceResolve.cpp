@@ -12,11 +12,13 @@
 #include "configscript/TextReport.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
+#include "filehost/Manifest.h"
 #include "filehost/Project.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "host/TextManager.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonObject>
 
@@ -25,7 +27,9 @@ namespace {
 QString rootInstanceOf(const Project &project, const QString &treePath, const QString &instance)
 {
     const QString folder =
-        PropertyManagerConst::getConfigurationFolderPath(project.path()) + QLatin1Char('/');
+        QFileInfo(PropertyManagerConst::getConfigurationFolderPath(project.path()))
+            .canonicalFilePath()
+        + QLatin1Char('/');
     const QString suffix = QStringLiteral(".json");
     return treePath.startsWith(folder) && treePath.endsWith(suffix)
         ? treePath.mid(folder.size()).chopped(suffix.size())
@@ -37,7 +41,8 @@ QString rootInstanceOf(const Project &project, const QString &treePath, const QS
 InplaceResolve::InplaceResolve(const Project &project, const QString &treePath,
                                const QString &instance)
     : m_project(project)
-    , m_treePath(QFileInfo(treePath).absoluteFilePath())
+    , m_treePath(QFileInfo::exists(treePath) ? QFileInfo(treePath).canonicalFilePath()
+                                             : QFileInfo(treePath).absoluteFilePath())
     , m_instance(instance)
     , m_rootInstance(rootInstanceOf(project, m_treePath, instance))
 {
@@ -45,6 +50,11 @@ InplaceResolve::InplaceResolve(const Project &project, const QString &treePath,
 
 int InplaceResolve::run(Writing writing, Format format, Output &output) const
 {
+    const Manifest manifest(m_project);
+    if (manifest.hasFailed()) {
+        Output::error(manifest.error().toString());
+        return ExitCode::unusable;
+    }
     Diagnostic error;
     const auto root =
         FileTree::read({m_treePath, m_rootInstance, FileTree::Kind::Configuration}, error);
@@ -63,17 +73,19 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
 
     const QByteArray oldText = root->tree().json().text();
     const QByteArray newText = root->text();
-    const bool isToBeWritten = writing == Writing::File && newText != oldText;
     bool isWritten = false;
-    if (isToBeWritten && !report.succeeded()) {
-        error.message = QStringLiteral("not written, because a script failed");
-    } else if (isToBeWritten) {
+    if (newText != oldText && !report.succeeded()) {
+        error.message = QStringLiteral("Nothing was written: a script failed.");
+    } else if (newText != oldText && writing == Writing::File) {
         isWritten = root->tree().write(*root, m_treePath, error);
     }
-    for (ChangedTree &tree : report.trees) {
-        tree.error = error.message;
+    if (writing == Writing::File) {
+        for (ChangedTree &tree : report.trees) {
+            tree.error = error.message;
+        }
     }
-    const QString name = m_project.relativePath(m_treePath);
+    const QString name =
+        QDir(QFileInfo(m_project.path()).canonicalFilePath()).relativeFilePath(m_treePath);
     const QString diff = unifiedDiff(oldText, newText, name, name);
     if (format == Format::Json) {
         QJsonObject object = JsonReport::make(m_project, report, writing == Writing::Nothing);
@@ -97,7 +109,7 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
         } else {
             output.text(diff);
             output.line(isWritten ? QStringLiteral("Written.")
-                            : writing == Writing::File
+                            : !error.message.isEmpty()
                             ? error.toString()
                             : QStringLiteral("Nothing was written; --write saves the changes."));
         }

@@ -160,6 +160,7 @@ int ListCommand::run()
     }
     if (manifest.hasFailed()) {
         Output::error(manifest.error().toString());
+        return ExitCode::unusable;
     }
     return ExitCode::success;
 }

@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <tuple>
@@ -21,6 +22,9 @@ namespace {
 
 constexpr auto s_error = Finding::Severity::Error;
 constexpr auto s_warning = Finding::Severity::Warning;
+
+const QRegularExpression s_urlFunctions(
+    QStringLiteral("^(getPropertyExtern|setPropertyExtern|getListOfNodeInstancesWithText)$"));
 
 bool isPunctuation(const ScriptToken &token, char character)
 {
@@ -47,6 +51,13 @@ int secondArgument(const QVector<ScriptToken> &tokens, int open)
         }
     }
     return -1;
+}
+
+/// Whether the argument that begins with a token is a string, and nothing else.
+bool isWholeArgument(const QVector<ScriptToken> &tokens, int index)
+{
+    return tokens.at(index).kind == ScriptToken::Kind::String && index + 1 < tokens.size()
+        && (isPunctuation(tokens.at(index + 1), ',') || isPunctuation(tokens.at(index + 1), ')'));
 }
 
 int lineOfName(const QString &script, const QString &name)
@@ -119,7 +130,9 @@ QVector<Finding> ProjectCheck::checkAll(const Manifest &manifest)
         const QString text = checkScript(script);
         checkTokens(script.kind, scriptPath(script.kind, script.fileName), text);
     }
-    checkUnusedScripts();
+    if (!m_hasUnreadableTree) { // it might name any of them
+        checkUnusedScripts();
+    }
     return sorted();
 }
 
@@ -193,6 +206,7 @@ QSharedPointer<FileTreeNode> ProjectCheck::checkTree(FileTree::Kind kind, const 
     auto root = m_project.readTree(kind, instance, error);
     if (!error.message.isEmpty()) {
         add(s_error, "malformed-tree", error);
+        m_hasUnreadableTree = true;
     }
     return root;
 }
@@ -250,8 +264,8 @@ QString ProjectCheck::checkScript(const NamedScript &script)
     }
     switch (TextFile::read(filePath, FileTree::maximumFileSize, content, error)) {
     case TextFile::ReadResult::Missing:
-        place.message =
-            QStringLiteral("there is no script %1").arg(m_project.relativePath(filePath));
+        place.message = QStringLiteral("there is no script %1/%2")
+                            .arg(m_project.relativePath(folderOf(script.kind)), script.fileName);
         add(s_error, "missing-script", place);
         return QString();
     case TextFile::ReadResult::Unreadable:
@@ -306,8 +320,8 @@ void ProjectCheck::checkTokens(ScriptKind kind, const QString &filePath, const Q
             return Diagnostic{filePath, token.line, 0, QString()};
         };
         if (token.kind == ScriptToken::Kind::String || token.kind == ScriptToken::Kind::Template) {
-            const bool isWhole = token.kind == ScriptToken::Kind::String
-                && !(i + 1 < tokens.size() && isPunctuation(tokens.at(i + 1), '+'));
+            const bool isWhole = i >= 2 && isPunctuation(tokens.at(i - 1), '(')
+                && tokens.at(i - 2).text.contains(s_urlFunctions) && isWholeArgument(tokens, i);
             checkUrl(token.text, isWhole, place());
             continue;
         }
@@ -324,11 +338,11 @@ void ProjectCheck::checkTokens(ScriptKind kind, const QString &filePath, const Q
             add(s_warning, "unsaved-write", finding);
         } else if (token.text == QLatin1String("setError")) {
             const int argument = secondArgument(tokens, i + 1);
-            if (argument >= 0 && tokens.at(argument).kind == ScriptToken::Kind::String) {
+            if (argument >= 0 && isWholeArgument(tokens, argument)) {
                 checkText(tokens.at(argument).text, place);
             }
         } else if (token.text == QLatin1String("getAllUnitTexts")
-                   && tokens.at(i + 2).kind == ScriptToken::Kind::String) {
+                   && isWholeArgument(tokens, i + 2)) {
             checkUnit(tokens.at(i + 2).text, place);
         }
     }
@@ -430,7 +444,7 @@ bool ProjectCheck::nameScript(const FileTreeNode &root, ScriptKind kind)
     const QString script = key + QLatin1Char('=') + fileName;
     if (!m_namedScripts.contains(script)) {
         m_namedScripts.insert(script);
-        m_scriptPaths.insert(scriptPath(kind, fileName));
+        m_scriptPaths.insert(QDir::cleanPath(scriptPath(kind, fileName)));
         m_scripts.append({kind, fileName, root.placeOf(key, QString())});
     }
     return true;
@@ -452,7 +466,8 @@ QString ProjectCheck::folderOf(ScriptKind kind) const
 
 QString ProjectCheck::scriptPath(ScriptKind kind, const QString &fileName) const
 {
-    return QDir::cleanPath(folderOf(kind) + QLatin1Char('/') + fileName);
+    // Not cleaned: the library opens the path as it stands.
+    return folderOf(kind) + QLatin1Char('/') + fileName;
 }
 
 void ProjectCheck::add(Finding::Severity severity, const char *name, const Diagnostic &place)

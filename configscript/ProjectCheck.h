@@ -67,5 +67,6 @@ private:
     QHash<QString, QHash<QString, QString>> m_texts; ///< by language, then identifier
     QSet<QString> m_knownTexts; ///< looked at already
     QSet<QString> m_knownUnits;
+    bool m_hasUnreadableTree = false;
     QVector<Finding> m_findings;
 };

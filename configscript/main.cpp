@@ -28,6 +28,7 @@ void openStandardStreams()
 
 } // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): running out of memory may end the program
 int main(int argc, char *argv[])
 {
     openStandardStreams();

@@ -47,6 +47,7 @@ ConfigurationDataAndProcessDescriptionAccess::getParsedConfigurationProcessDescr
 
 bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(
     const QDir &dir, const QString & /*moduleName*/, const QString & /*objectName*/,
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
     const QString &instance, ConfigurationAndProcessDataBase::BaseClassSharedPointer root,
     bool /*isProcess*/)
 {
