@@ -69,15 +69,15 @@ void ListCommandTest::listsTheInstancesAsJson()
         QStringLiteral("plant/configuration/valve.json"),
         "{ \"properties\": { \"scriptFile\": \"valve.js\" }, \"children\": { \"a\": {} } }");
     folder.write(QStringLiteral("plant/process/valve.json"), "{}");
-    folder.write(QStringLiteral("plant/configuration/bad.json"), "5\n");
+    folder.write(QStringLiteral("plant/configuration/b.json"), "5\n");
     COMPARE_RUN(Program(folder.path()).run(s_listPlant + s_json), 0,
                 QString::fromUtf8(QJsonDocument::fromJson(R"({
                     "project": "<folder>/plant",
                     "instances": [
-                        { "instance": "bad", "listed": false, "dependencyScript": "",
+                        { "instance": "b", "listed": false, "dependencyScript": "",
                           "userInterfaceScript": "", "process": false, "nodes": 0, "properties": 0,
                           "bytes": 2, "error":
-                          "configuration/bad.json:1:1: expected a node: an object, found a number" },
+                          "configuration/b.json:1:1: expected a node: an object, found a number" },
                         { "instance": "pump", "listed": true, "dependencyScript": "pump.js",
                           "userInterfaceScript": "", "process": false, "nodes": 1, "properties": 2,
                           "bytes": 71 },

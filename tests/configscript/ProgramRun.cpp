@@ -73,8 +73,10 @@ void Program::runWithoutPrivilege()
 
 ProgramRun Program::run(const QStringList &arguments) const
 {
-    const QStringList command =
-        m_launcher + QStringList(QStringLiteral(CONFIGSCRIPT_PROGRAM)) + arguments;
+    // An emulator stands in front of the program where the machine is not the one it is built for.
+    const QStringList command = m_launcher
+        + QStringLiteral(CONFIGSCRIPT_COMMAND).split(QLatin1Char('|'), Qt::SkipEmptyParts)
+        + arguments;
     QProcess process;
     process.setWorkingDirectory(m_folder);
     process.setProcessEnvironment(m_environment);

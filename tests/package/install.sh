@@ -21,7 +21,7 @@ quietly() {
 # Runs an example program and compares with what the same program does inside the build.
 run_example() {
     "$source/tests/examples/run-example.sh" "$source/tests/examples/$1.txt" \
-        "$source/examples/$2" "${@:3}"
+        "$source/examples/$2" "" "${@:3}"
 }
 
 quietly cmake --install "$build" --prefix "$prefix"
