@@ -298,7 +298,7 @@ void ProjectCheck::checkFunctions(const NamedScript &script, const QString &file
         : QStringList{QStringLiteral("onOpen"), QStringLiteral("onValueChange"),
                       QStringLiteral("onOk")};
     for (const QString &function : needed) {
-        if (probe.hidden.contains(function)) {
+        if (probe.isHidden(function)) {
             add(s_error, "hidden-function",
                 {filePath, lineOfName(text, function), 0,
                  QStringLiteral("%1 is invisible to the host: declare it with \"function %1\", "

@@ -5,21 +5,8 @@
 #include <QJSEngine>
 #include <QJSValue>
 
-namespace {
-
-/// Whether the script knows a function of that name, wherever it is kept. What is declared with
-/// const, let or class is known only to the text that declares it.
-bool isDeclared(const QString &text, const QString &name)
-{
-    QJSEngine engine;
-    engine.installExtensions(QJSEngine::ConsoleExtension);
-    return engine.evaluate(text + QStringLiteral("\n;typeof ") + name).toString()
-        == QLatin1String("function");
-}
-
-} // namespace
-
 ScriptProbe::ScriptProbe(const QString &text)
+    : m_text(text)
 {
     const SilentLog log;
     QJSEngine engine;
@@ -34,10 +21,21 @@ ScriptProbe::ScriptProbe(const QString &text)
     for (const QString &name : names) {
         if (engine.globalObject().property(name).isCallable()) {
             functions.insert(name);
-        } else if (isEvaluated && isDeclared(text, name)) {
-            hidden.insert(name);
         }
     }
+}
+
+bool ScriptProbe::isHidden(const QString &name) const
+{
+    if (!isEvaluated || functions.contains(name)) {
+        return false;
+    }
+    // What is declared with const, let or class is known only to the text that declares it.
+    const SilentLog log;
+    QJSEngine engine;
+    engine.installExtensions(QJSEngine::ConsoleExtension);
+    return engine.evaluate(m_text + QStringLiteral("\n;typeof ") + name).toString()
+        == QLatin1String("function");
 }
 
 QStringList ScriptProbe::eventFunctions()

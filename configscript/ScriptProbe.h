@@ -8,9 +8,14 @@
  * What the library will find in a script: the result of evaluating its text, alone, in an engine
  * of its own, and of looking its event functions up as the library does.
  */
-struct ScriptProbe
+class ScriptProbe
 {
+public:
     explicit ScriptProbe(const QString &text);
+
+    /// Whether the library will not find an event function, because it is declared with const, let
+    /// or class. Evaluates the text once more.
+    bool isHidden(const QString &name) const;
 
     /// The event functions of scripts, in the order in which they occur.
     static QStringList eventFunctions();
@@ -19,5 +24,7 @@ struct ScriptProbe
     int errorLine = 0; ///< of the text's error; 0 when the engine knows none
     QString error;
     QSet<QString> functions; ///< event functions that the library will find
-    QSet<QString> hidden; ///< event functions that it will not: declared with const, let or class
+
+private:
+    QString m_text;
 };

@@ -1,4 +1,5 @@
 #include "configscript/CommandTest.h"
+#include "configscript/Permissions.h"
 #include "configscript/ProgramRun.h"
 #include "configscript/ScratchFolder.h"
 
@@ -14,25 +15,6 @@ namespace {
 
 const QStringList s_resolvePlant{QStringLiteral("resolve"), QStringLiteral("plant")};
 const QStringList s_noCheck{QStringLiteral("--no-check")};
-
-/// Permissions of a file or folder, for a scope.
-class Permissions
-{
-public:
-    Permissions(const QString &path, QFile::Permissions permissions)
-        : m_path(path)
-        , m_previous(QFile::permissions(path))
-    {
-        QFile::setPermissions(path, permissions);
-    }
-    ~Permissions() { QFile::setPermissions(m_path, m_previous); }
-
-private:
-    Q_DISABLE_COPY(Permissions)
-
-    QString m_path;
-    QFile::Permissions m_previous;
-};
 
 const QFile::Permissions s_readOnly = QFile::ReadOwner | QFile::ExeOwner;
 
@@ -247,10 +229,10 @@ void ResolveBadTreeTest::keepsALinkInsideTheProject()
     const ScratchFolder folder;
     folder.makePlant();
     const QString linkName = QStringLiteral("plant/configuration/pump.json");
-    const QString targetName = QStringLiteral("plant/shared/pump.json");
+    const QString targetName = QStringLiteral("plant/common/pump.json");
     folder.write(targetName, folder.files().value(linkName));
     folder.remove(linkName);
-    folder.link(linkName, QStringLiteral("../shared/pump.json"));
+    folder.link(linkName, QStringLiteral("../common/pump.json"));
     QCOMPARE(Program(folder.path()).run(s_resolvePlant).exitCode, 0);
     QVERIFY(QFileInfo(folder.path(linkName)).isSymLink());
     QVERIFY(folder.files().value(targetName).contains("\"speed\": 1500"));

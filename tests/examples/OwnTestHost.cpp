@@ -3,7 +3,6 @@
 #include "IniFile.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 #include "host/PropertyManagerConst.h"
-#include "host/SelectorUrlHandler.h"
 #include "host/UnitManagerWrapper.h"
 
 #include <QDir>
@@ -39,18 +38,6 @@ void fill(IniNode &node, const QJsonObject &json)
 }
 
 } // namespace
-
-QString TestHost::url(const QString &scheme, const QString &moduleName, const QString &objectName,
-                      const QString &instance, const QString &relUrl)
-{
-    return SelectorUrlHandler(QString())
-        .setScheme(scheme)
-        .setModuleName(moduleName)
-        .setObjectName(objectName)
-        .setInstance(instance)
-        .setUrl(relUrl)
-        .toString();
-}
 
 QString TestHost::configUrl(const QString &moduleName, const QString &objectName,
                             const QString &instance, const QString &relUrl)

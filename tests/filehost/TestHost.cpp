@@ -3,7 +3,6 @@
 #include "filehost/HostSession.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 #include "host/PropertyManagerConst.h"
-#include "host/SelectorUrlHandler.h"
 
 #include <QDir>
 #include <QFile>
@@ -33,18 +32,6 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer read(const QString &proj
 }
 
 } // namespace
-
-QString TestHost::url(const QString &scheme, const QString &moduleName, const QString &objectName,
-                      const QString &instance, const QString &relUrl)
-{
-    return SelectorUrlHandler(QString())
-        .setScheme(scheme)
-        .setModuleName(moduleName)
-        .setObjectName(objectName)
-        .setInstance(instance)
-        .setUrl(relUrl)
-        .toString();
-}
 
 QString TestHost::configUrl(const QString &moduleName, const QString &objectName,
                             const QString &instance, const QString &relUrl)

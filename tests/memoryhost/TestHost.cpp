@@ -2,7 +2,6 @@
 
 #include "MemoryHost.h"
 #include "host/PropertyManagerConst.h"
-#include "host/SelectorUrlHandler.h"
 
 #include <QJsonDocument>
 
@@ -25,18 +24,6 @@ QSharedPointer<MemoryNode> parse(const QByteArray &json)
 }
 
 } // namespace
-
-QString TestHost::url(const QString &scheme, const QString &moduleName, const QString &objectName,
-                      const QString &instance, const QString &relUrl)
-{
-    return SelectorUrlHandler(QString())
-        .setScheme(scheme)
-        .setModuleName(moduleName)
-        .setObjectName(objectName)
-        .setInstance(instance)
-        .setUrl(relUrl)
-        .toString();
-}
 
 QString TestHost::configUrl(const QString &moduleName, const QString &objectName,
                             const QString &instance, const QString &relUrl)

@@ -67,8 +67,8 @@ void TestProject::listInstances(const QStringList &instances)
         entries.append(
             QJsonObject{{SystemInformationManagerDataDefinitions::getKeyInstanceName(), instance}});
     }
-    const QString key
-        = ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
+    const QString key =
+        ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
     writeManifest(QJsonDocument(QJsonArray{QJsonObject{{key, entries}}}).toJson());
 }
 
