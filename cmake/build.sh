@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Builds a preset, after installing what it needs: build.sh PRESET
+# Builds a preset, after installing what it needs: build.sh PRESET [PACKAGE...]
 set -euo pipefail
 
 preset=$1
+shift
 cd "$(dirname "$0")/.."
 
-cmake/install-packages.sh ccache cmake g++ libcli11-dev ninja-build qtbase5-dev qtdeclarative5-dev
+cmake/install-packages.sh ccache cmake g++ libcli11-dev ninja-build patch pkg-config \
+    qtbase5-dev qtdeclarative5-dev "$@"
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT

@@ -39,8 +39,9 @@ int main(int argc, char *argv[])
     program.set_version_flag("--version", CONFIGSCRIPT_VERSION);
     program.set_help_all_flag("--help-all", "Print the help of all commands");
     program.require_subcommand(0, 1);
-    program.footer("Exit codes: 0 all ran; 1 a script failed or a file could not be written;\n"
-                   "2 wrong arguments or an unreadable project.");
+    program.footer(
+        "Exit codes: 0 all went well; 1 a script failed, the check found errors, or a file\n"
+        "was not written; 2 wrong arguments or an unreadable project.");
 
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<ResolveCommand>(program));
