@@ -288,8 +288,7 @@ void ProjectCheck::checkFunctions(const NamedScript &script, const QString &file
                                   const QString &text)
 {
     const ScriptProbe probe(text);
-    if (!probe.isEvaluated) {
-        add(s_error, "script-error", {filePath, probe.errorLine, 0, probe.error});
+    if (!isEvaluated(probe, filePath)) {
         return;
     }
     const bool isDependency = script.kind == ScriptKind::Dependency;
@@ -309,6 +308,14 @@ void ProjectCheck::checkFunctions(const NamedScript &script, const QString &file
                 {filePath, 0, 0, QStringLiteral("the script has no function %1").arg(function)});
         }
     }
+}
+
+bool ProjectCheck::isEvaluated(const ScriptProbe &probe, const QString &filePath)
+{
+    if (!probe.isEvaluated) {
+        add(s_error, "script-error", {filePath, probe.errorLine, 0, probe.error});
+    }
+    return probe.isEvaluated;
 }
 
 void ProjectCheck::checkTokens(ScriptKind kind, const QString &filePath, const QString &text)
@@ -395,6 +402,12 @@ void ProjectCheck::checkUnusedScripts()
             if (!m_scriptPaths.contains(filePath)) {
                 add(s_warning, "unused-script",
                     {filePath, 0, 0, QStringLiteral("no tree names this script")});
+                QByteArray text;
+                Diagnostic error;
+                if (TextFile::read(filePath, FileTree::maximumFileSize, text, error)
+                    == TextFile::ReadResult::Read) {
+                    isEvaluated(ScriptProbe(QString::fromUtf8(text)), filePath);
+                }
             }
         }
     }

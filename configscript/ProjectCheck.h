@@ -45,6 +45,7 @@ private:
     void checkNode(const FileTreeNode &node);
     QString checkScript(const NamedScript &script);
     void checkFunctions(const NamedScript &script, const QString &filePath, const QString &text);
+    bool isEvaluated(const ScriptProbe &probe, const QString &filePath);
     void checkTokens(ScriptKind kind, const QString &filePath, const QString &text);
     void checkUrl(const QString &text, bool isWhole, Diagnostic place);
     void checkUnusedScripts();

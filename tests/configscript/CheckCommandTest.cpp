@@ -71,6 +71,7 @@ private Q_SLOTS:
     void findsMissingUnits();
     void findsMalformedTexts();
     void findsScriptsThatNobodyUses();
+    void compilesScriptsThatNobodyUses();
     void saysOfAScriptOnlyOnceWhatIsWrong();
     void findsNothingWrong_data();
     void findsNothingWrong();
@@ -507,6 +508,15 @@ void CheckCommandTest::findsScriptsThatNobodyUses()
                                     "[unused-script]"),
                      QStringLiteral("scripts/pump.js: warning: no tree names this script "
                                     "[unused-script]")});
+}
+
+void CheckCommandTest::compilesScriptsThatNobodyUses()
+{
+    compareFindings({{QStringLiteral("dependency/old.js"), "function onSave() {}\nvar 1;"}}, 1, 1,
+                    {QStringLiteral("dependency/old.js: warning: no tree names this script "
+                                    "[unused-script]"),
+                     QStringLiteral("dependency/old.js:2: error: SyntaxError: Expected token "
+                                    "`identifier' [script-error]")});
 }
 
 void CheckCommandTest::saysOfAScriptOnlyOnceWhatIsWrong()
