@@ -29,17 +29,7 @@ QVector<PropertyChange> flattenedList(const PropertyChange &change)
 {
     const QVariantList oldList = change.oldValue.toList();
     const QVariantList newList = change.newValue.toList();
-    const int shorter = std::min(oldList.size(), newList.size());
-    int begin = 0;
-    while (begin < shorter && JsonValue::areEqual(oldList.at(begin), newList.at(begin))) {
-        ++begin;
-    }
-    int equalEnd = 0;
-    while (equalEnd < shorter - begin
-           && JsonValue::areEqual(oldList.at(oldList.size() - 1 - equalEnd),
-                                  newList.at(newList.size() - 1 - equalEnd))) {
-        ++equalEnd;
-    }
+    const auto [begin, equalEnd] = JsonValue::commonEnds(oldList, newList);
     QVector<PropertyChange> changes;
     const int end = std::max(oldList.size(), newList.size()) - equalEnd;
     for (int i = begin; i < end; ++i) {

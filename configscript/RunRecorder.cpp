@@ -40,6 +40,7 @@ RunReport RunRecorder::report() const
     report.announced = m_announced;
     report.warnings = m_warnings;
     report.duration = Clock::now() - m_begin;
+    QHash<QString, QVector<PropertyChange>> unsaved; // by instance
     for (const FileTree *key : m_treeOrder) {
         const WrittenTree tree = m_trees.value(key);
         const QVector<PropertyChange> changes = netChanges(tree);
@@ -49,14 +50,12 @@ RunReport RunRecorder::report() const
         const FileTree::Identity identity = key->identity();
         if (tree.fate != Fate::NotSaved) {
             report.trees.append({identity, tree.error, changes});
-            continue;
+        } else if (m_subjectInstance.isEmpty()) { // a subject's tree is its owner's to save
+            unsaved[identity.instance] += changes;
         }
-        for (ScriptRun &run : report.runs) {
-            // A subject's tree is its owner's to save.
-            if (m_subjectInstance.isEmpty() && run.instance == identity.instance) {
-                run.unsavedChanges += changes;
-            }
-        }
+    }
+    for (ScriptRun &run : report.runs) {
+        run.unsavedChanges = unsaved.value(run.instance);
     }
     return report;
 }

@@ -186,17 +186,7 @@ QByteArray JsonEdit::mergedArray(int element, const QVariantList &list) const
     }
     const Items old = itemsOf(element);
     const QVariantList oldList = m_json.value(element).toList();
-    const int shorter = std::min(oldList.size(), list.size());
-    int begin = 0;
-    while (begin < shorter && JsonValue::areEqual(oldList.at(begin), list.at(begin))) {
-        ++begin;
-    }
-    int tail = 0;
-    while (tail < shorter - begin
-           && JsonValue::areEqual(oldList.at(oldList.size() - 1 - tail),
-                                  list.at(list.size() - 1 - tail))) {
-        ++tail;
-    }
+    const auto [begin, tail] = JsonValue::commonEnds(oldList, list);
     QVector<Item> items = old.items.mid(0, begin);
     for (int i = begin; i < list.size() - tail; ++i) {
         Item item;

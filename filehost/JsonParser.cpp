@@ -3,7 +3,6 @@
 #include "filehost/JsonValue.h"
 
 #include <QSet>
-#include <QTextCodec>
 
 #include <cmath>
 #include <cstring>

@@ -157,6 +157,21 @@ bool areEqual(const QVariant &left, const QVariant &right)
     }
 }
 
+CommonEnds commonEnds(const QVariantList &left, const QVariantList &right)
+{
+    const int shorter = std::min(left.size(), right.size());
+    CommonEnds common{0, 0};
+    while (common.begin < shorter && areEqual(left.at(common.begin), right.at(common.begin))) {
+        ++common.begin;
+    }
+    while (common.end < shorter - common.begin
+           && areEqual(left.at(left.size() - 1 - common.end),
+                       right.at(right.size() - 1 - common.end))) {
+        ++common.end;
+    }
+    return common;
+}
+
 QByteArray toText(const QVariant &value, Layout layout)
 {
     const bool isSpaced = layout == Layout::Spaced;

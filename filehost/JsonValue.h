@@ -17,6 +17,14 @@ QVariant normalized(const QVariant &value);
 /// Whether two normalized values are the same JSON value; numbers by value, whatever their type.
 bool areEqual(const QVariant &left, const QVariant &right);
 
+/// How many elements two lists have in common at their beginnings, and of the rest at their ends.
+struct CommonEnds
+{
+    int begin;
+    int end;
+};
+CommonEnds commonEnds(const QVariantList &left, const QVariantList &right);
+
 /// Layout of a text that is made anew: on one line, "{ "a": 1 }" or without any blanks "{"a":1}".
 enum class Layout { Spaced, Compact };
 
