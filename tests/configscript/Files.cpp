@@ -1,10 +1,11 @@
 #include "Files.h"
 
+#include "ChildProcess.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 #include <QTemporaryDir>
 
 Files readFiles(const QString &folder)
@@ -52,15 +53,13 @@ QString difference(const Files &expected, const Files &actual)
     const QTemporaryDir folder;
     writeFiles(folder.filePath(QStringLiteral("expected")), expected);
     writeFiles(folder.filePath(QStringLiteral("actual")), actual);
-    QProcess diff;
-    diff.setWorkingDirectory(folder.path());
-    diff.start(QStringLiteral("diff"),
-               {QStringLiteral("-urN"), QStringLiteral("expected"), QStringLiteral("actual")});
-    diff.waitForFinished();
-    const QByteArray text = diff.readAllStandardOutput();
-    return text.isEmpty() ? QStringLiteral("the files differ, and diff shows nothing: ")
-            + QString::fromUtf8(diff.readAllStandardError())
-                          : QString::fromUtf8(text);
+    const ChildProcess diff =
+        runChildProcess({QStringLiteral("diff"), QStringLiteral("-urN"), QStringLiteral("expected"),
+                         QStringLiteral("actual")},
+                        folder.path());
+    return diff.output.isEmpty() ? QStringLiteral("the files differ, and diff shows nothing: ")
+            + QString::fromUtf8(diff.errors)
+                                 : QString::fromUtf8(diff.output);
 }
 
 QString differenceFromGolden(const QString &name, const Files &actual)

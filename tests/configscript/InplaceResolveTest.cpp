@@ -1,3 +1,4 @@
+#include "configscript/ChildProcess.h"
 #include "configscript/CommandTest.h"
 #include "configscript/Permissions.h"
 #include "configscript/ProgramRun.h"
@@ -5,7 +6,6 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTest>
 
 namespace {
@@ -352,16 +352,13 @@ void InplaceResolveTest::printsADiffThatApplies()
                              .toString();
     QVERIFY(!diff.isEmpty());
 
-    QProcess patch;
-    patch.setWorkingDirectory(folder.path(QStringLiteral("plant")));
-    patch.start(QStringLiteral("patch"),
-                {QStringLiteral("--strip=0"), QStringLiteral("--binary"),
-                 QStringLiteral("--fuzz=0"), QStringLiteral("--output=patched")});
-    patch.write(diff.toUtf8());
-    patch.closeWriteChannel();
-    QVERIFY(patch.waitForFinished());
-    QVERIFY2(patch.exitCode() == 0,
-             (patch.readAllStandardOutput() + patch.readAllStandardError()).constData());
+    folder.write(QStringLiteral("plant/diff"), diff.toUtf8());
+    const ChildProcess patch =
+        runChildProcess({QStringLiteral("patch"), QStringLiteral("--strip=0"),
+                         QStringLiteral("--binary"), QStringLiteral("--fuzz=0"),
+                         QStringLiteral("--input=diff"), QStringLiteral("--output=patched")},
+                        folder.path(QStringLiteral("plant")));
+    QVERIFY2(patch.exitCode == 0, (patch.output + patch.errors).constData());
     const QByteArray patched = folder.files().value(QStringLiteral("plant/patched"));
 
     QCOMPARE(Program(folder.path()).run(arguments + s_write).exitCode, 0);

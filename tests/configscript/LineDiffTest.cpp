@@ -1,8 +1,8 @@
 #include "configscript/LineDiff.h"
+#include "configscript/ChildProcess.h"
+#include "configscript/Files.h"
 #include "support/StrictTest.h"
 
-#include <QFile>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
@@ -153,7 +153,6 @@ void LineDiffTest::isShortestAndApplies()
 {
     QRandomGenerator random(42);
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("text"));
     for (int i = 0; i < 100; ++i) {
         const QByteArray oldText = randomText(random);
         const QByteArray newText = randomText(random);
@@ -164,23 +163,16 @@ void LineDiffTest::isShortestAndApplies()
             unifiedDiff(oldText, newText, QStringLiteral("text"), QStringLiteral("text"));
         QCOMPARE(changedLines(diff), distance(oldText, newText));
 
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(oldText);
-        file.close();
-        QProcess patch;
-        patch.setWorkingDirectory(folder.path());
-        patch.start(QStringLiteral("patch"),
-                    {QStringLiteral("--silent"), QStringLiteral("--fuzz=0"),
-                     QStringLiteral("--posix"), QStringLiteral("text")});
-        patch.write(diff.toUtf8());
-        patch.closeWriteChannel();
-        QVERIFY(patch.waitForFinished());
-        const QByteArray output = patch.readAllStandardOutput() + patch.readAllStandardError();
-        QVERIFY2(patch.exitCode() == 0 && output.isEmpty(),
+        writeFiles(folder.path(),
+                   {{QStringLiteral("text"), oldText}, {QStringLiteral("diff"), diff.toUtf8()}});
+        const ChildProcess patch = runChildProcess(
+            {QStringLiteral("patch"), QStringLiteral("--silent"), QStringLiteral("--fuzz=0"),
+             QStringLiteral("--posix"), QStringLiteral("--input=diff"), QStringLiteral("text")},
+            folder.path());
+        const QByteArray output = patch.output + patch.errors;
+        QVERIFY2(patch.exitCode == 0 && output.isEmpty(),
                  qPrintable(QString::fromUtf8(output) + diff));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), newText);
+        QCOMPARE(readFiles(folder.path()).value(QStringLiteral("text")), newText);
     }
 }
 

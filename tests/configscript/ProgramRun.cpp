@@ -1,7 +1,8 @@
 #include "ProgramRun.h"
 
+#include "ChildProcess.h"
+
 #include <QFileInfo>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -77,20 +78,9 @@ ProgramRun Program::run(const QStringList &arguments) const
     const QStringList command = m_launcher
         + QStringLiteral(CONFIGSCRIPT_COMMAND).split(QLatin1Char('|'), Qt::SkipEmptyParts)
         + arguments;
-    QProcess process;
-    process.setWorkingDirectory(m_folder);
-    process.setProcessEnvironment(m_environment);
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.start(command.first(), command.mid(1));
-    if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit) {
-        const QString text = process.errorString();
-        process.kill();
-        process.waitForFinished();
-        return {-1, QString(), QStringLiteral("did not run to its end: %1\n").arg(text)};
-    }
+    const ChildProcess process = runChildProcess(command, m_folder, m_environment);
     const auto text = [this](const QByteArray &bytes) {
         return QString::fromUtf8(bytes).replace(m_folder, QLatin1String("<folder>"));
     };
-    return {process.exitCode(), withoutDurations(text(process.readAllStandardOutput())),
-            text(process.readAllStandardError())};
+    return {process.exitCode, withoutDurations(text(process.output)), text(process.errors)};
 }
