@@ -13,6 +13,11 @@ struct ChildProcess
     QByteArray errors; ///< standard error
 };
 
+enum class Outputs {
+    Pipes,
+    Terminal, ///< one for both, which arrive as output
+};
+
 /**
  * Runs a command to its end, without input.
  *
@@ -25,4 +30,5 @@ struct ChildProcess
  */
 ChildProcess runChildProcess(
     const QStringList &command, const QString &folder,
-    const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
+    const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
+    Outputs outputs = Outputs::Pipes);

@@ -1,7 +1,5 @@
 #include "ProgramRun.h"
 
-#include "ChildProcess.h"
-
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTest>
@@ -59,8 +57,7 @@ void Program::setShellCommand(const QString &command)
 
 void Program::runInTerminal()
 {
-    setShellCommand(QStringLiteral("script --quiet --return --command \"$(printf '%q ' \"$@\")\""
-                                   " /dev/null"));
+    m_outputs = Outputs::Terminal;
 }
 
 void Program::runWithoutPrivilege()
@@ -78,7 +75,7 @@ ProgramRun Program::run(const QStringList &arguments) const
     const QStringList command = m_launcher
         + QStringLiteral(CONFIGSCRIPT_COMMAND).split(QLatin1Char('|'), Qt::SkipEmptyParts)
         + arguments;
-    const ChildProcess process = runChildProcess(command, m_folder, m_environment);
+    const ChildProcess process = runChildProcess(command, m_folder, m_environment, m_outputs);
     const auto text = [this](const QByteArray &bytes) {
         return QString::fromUtf8(bytes).replace(m_folder, QLatin1String("<folder>"));
     };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "configscript/ChildProcess.h"
 #include "configscript/Files.h"
 
 #include <QProcessEnvironment>
@@ -50,6 +51,7 @@ private:
     QString m_folder;
     QProcessEnvironment m_environment;
     QStringList m_launcher;
+    Outputs m_outputs = Outputs::Pipes;
 };
 
 /// Compares the whole of a run.
