@@ -28,4 +28,6 @@ mmdebstrap --quiet --variant=extract --architectures=armhf \
 for tool in moc rcc uic; do
     ln -sf "/usr/lib/qt5/bin/$tool" "$folder/usr/lib/qt5/bin/$tool"
 done
+# The emulator looks for every path in the folder first: devices are the machine's own.
+rm -rf "$folder/dev"
 touch "$folder/.complete"
