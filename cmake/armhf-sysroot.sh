@@ -29,5 +29,5 @@ for tool in moc rcc uic; do
     ln -sf "/usr/lib/qt5/bin/$tool" "$folder/usr/lib/qt5/bin/$tool"
 done
 # The emulator looks for every path in the folder first: devices are the machine's own.
-rm -rf "$folder/dev"
+rm -rf "${folder:?}/dev"
 touch "$folder/.complete"
