@@ -1,6 +1,7 @@
 #include "FileTree.h"
 
-#include "filehost/FileTreeBuilder.h"
+#include "filehost/FileTreeFormat.h"
+#include "filehost/FileTreeNode.h"
 #include "filehost/TextFile.h"
 
 FileTree::FileTree(const JsonText &json, const Identity &identity)
@@ -28,11 +29,11 @@ QSharedPointer<FileTreeNode> FileTree::parse(const QByteArray &text, const Ident
                                              Diagnostic &error)
 {
     const JsonText json = JsonText::parse(text, error);
-    if (json.isNull()) {
+    if (json.isNull() || !FileTreeFormat(json, error).isNode(0)) {
         return {};
     }
     const QSharedPointer<const FileTree> tree(new FileTree(json, identity));
-    return FileTreeBuilder(tree, error).build(0);
+    return QSharedPointer<FileTreeNode>::create(tree, 0);
 }
 
 bool FileTree::write(const FileTreeNode &root, const QString &filePath, Diagnostic &error) const

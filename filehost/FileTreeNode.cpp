@@ -9,6 +9,22 @@
 
 #include <utility>
 
+namespace {
+
+const FileTreeNode *fileTreeNode(
+    const ConfigurationAndProcessDataBase::BaseClassSharedPointer &node)
+{
+    return static_cast<const FileTreeNode *>(node.data());
+}
+
+} // namespace
+
+FileTreeNode::FileTreeNode(const QSharedPointer<const FileTree> &tree, int element)
+    : m_tree(tree)
+    , m_element(element)
+{
+}
+
 ConfigurationAndProcessDataBase::BaseClassSharedPointer FileTreeNode::getNode(
     const QString &relUrl) const
 {
@@ -24,7 +40,8 @@ bool FileTreeNode::isUrlValid(const QString &relUrl) const
 
 QVariant FileTreeNode::getProperty(const QString &propertyKey) const
 {
-    QVariant value = m_properties.value(propertyKey).value;
+    const auto property = properties().find(propertyKey);
+    QVariant value = property == m_properties->end() ? QVariant() : decoded(*property);
     if (TreeObserver *observer = HostSession::observer()) {
         observer->propertyRead(*this, propertyKey, value);
     }
@@ -33,12 +50,12 @@ QVariant FileTreeNode::getProperty(const QString &propertyKey) const
 
 bool FileTreeNode::hasProperty(const QString &propertyKey) const
 {
-    return m_properties.contains(propertyKey);
+    return properties().contains(propertyKey);
 }
 
 int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
 {
-    if (m_readOnlyKeys.contains(propertyKey)) {
+    if (readOnlyKeys().contains(propertyKey)) {
         return 2;
     }
     const QVariant newValue = JsonValue::normalized(value);
@@ -46,11 +63,11 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
         return 3;
     }
     QVariant oldValue;
-    const auto property = m_properties.find(propertyKey);
-    if (property == m_properties.end()) {
-        m_properties.insert(propertyKey, {newValue, -1, true});
+    const auto property = properties().find(propertyKey);
+    if (property == m_properties->end()) {
+        m_properties->insert(propertyKey, {newValue, -1, true});
         m_addedKeys.append(propertyKey);
-    } else if (JsonValue::areEqual(property->value, newValue)) {
+    } else if (JsonValue::areEqual(decoded(*property), newValue)) {
         return 1;
     } else {
         oldValue = std::exchange(property->value, newValue);
@@ -80,12 +97,7 @@ void FileTreeNode::addProperty(const QString &propertyKey, const QVariant &value
 QHash<QString, ConfigurationAndProcessDataBase::BaseClassSharedPointer> FileTreeNode::getChildMap()
     const
 {
-    QHash<QString, BaseClassSharedPointer> children;
-    children.reserve(m_children.size());
-    for (auto it = m_children.cbegin(); it != m_children.cend(); ++it) {
-        children.insert(it.key(), it.value());
-    }
-    return children;
+    return childMap();
 }
 
 QStringList FileTreeNode::propertyKeys() const
@@ -100,7 +112,7 @@ QStringList FileTreeNode::childNames() const
 
 bool FileTreeNode::isReadOnly(const QString &propertyKey) const
 {
-    return m_readOnlyKeys.contains(propertyKey);
+    return readOnlyKeys().contains(propertyKey);
 }
 
 QString FileTreeNode::path() const
@@ -124,17 +136,15 @@ QVector<QSharedPointer<const FileTreeNode>> FileTreeNode::children() const
     QVector<QSharedPointer<const FileTreeNode>> children;
     const QStringList names = childNames();
     for (const QString &name : names) {
-        children.append(m_children.value(name));
+        children.append(childMap().value(name).staticCast<const FileTreeNode>());
     }
     return children;
 }
 
 Diagnostic FileTreeNode::placeOf(const QString &propertyKey, const QString &message) const
 {
-    const auto property = m_properties.constFind(propertyKey);
-    const int element = property != m_properties.constEnd() && property->element >= 0
-        ? property->element
-        : m_element;
+    const int propertyElement = properties().value(propertyKey).element;
+    const int element = propertyElement >= 0 ? propertyElement : m_element;
     const JsonText &json = m_tree->json();
     Diagnostic place = json.placeOf(json.element(element).begin, message);
     place.file = m_tree->identity().filePath;
@@ -159,16 +169,80 @@ const FileTreeNode *FileTreeNode::find(const QString &relUrl) const
         if (end < 0) {
             end = relUrl.size();
         }
-        node = node->m_children.value(relUrl.mid(begin, end - begin)).data();
+        const QString name = QString::fromRawData(relUrl.constData() + begin, end - begin);
+        const Children &children = node->childMap();
+        const auto child = children.constFind(name);
+        node = child == children.constEnd() ? nullptr : fileTreeNode(*child);
         begin = end + 1;
     }
     return node;
 }
 
+FileTreeNode::Properties &FileTreeNode::properties() const
+{
+    if (!m_properties) {
+        m_properties.emplace();
+        const JsonText &json = m_tree->json();
+        const int object = member(QStringLiteral("properties"));
+        if (object >= 0) {
+            const int end = json.element(object).next;
+            for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
+                m_properties->insert(json.string(i), {QVariant(), i + 1, false});
+            }
+        }
+    }
+    return *m_properties;
+}
+
+const QSet<QString> &FileTreeNode::readOnlyKeys() const
+{
+    if (!m_readOnlyKeys) {
+        m_readOnlyKeys.emplace();
+        const JsonText &json = m_tree->json();
+        const int array = member(QStringLiteral("readOnly"));
+        if (array >= 0) {
+            for (int i = json.firstChild(array); i < json.element(array).next; ++i) {
+                m_readOnlyKeys->insert(json.string(i));
+            }
+        }
+    }
+    return *m_readOnlyKeys;
+}
+
+const FileTreeNode::Children &FileTreeNode::childMap() const
+{
+    if (!m_children) {
+        m_children.emplace();
+        const JsonText &json = m_tree->json();
+        const int object = member(QStringLiteral("children"));
+        if (object >= 0) {
+            const int end = json.element(object).next;
+            for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
+                m_children->insert(json.string(i),
+                                   QSharedPointer<FileTreeNode>::create(m_tree, i + 1));
+            }
+        }
+    }
+    return *m_children;
+}
+
+const QVariant &FileTreeNode::decoded(Property &property) const
+{
+    if (!property.value.isValid()) {
+        property.value = m_tree->json().value(property.element);
+    }
+    return property.value;
+}
+
+int FileTreeNode::member(const QString &name) const
+{
+    return m_tree->json().member(m_element, name);
+}
+
 QStringList FileTreeNode::keysOf(const QString &member) const
 {
     const JsonText &json = m_tree->json();
-    const int object = json.member(m_element, member);
+    const int object = this->member(member);
     QStringList keys;
     if (object >= 0) {
         for (int i = json.firstChild(object); i < json.element(object).next;
@@ -181,24 +255,28 @@ QStringList FileTreeNode::keysOf(const QString &member) const
 
 void FileTreeNode::collectEdits(JsonEdit &edit) const
 {
-    for (const Property &property : m_properties) {
-        if (property.isChanged && property.element >= 0) {
-            edit.setValue(property.element, property.value);
+    if (m_properties) {
+        for (const Property &property : qAsConst(*m_properties)) {
+            if (property.isChanged && property.element >= 0) {
+                edit.setValue(property.element, property.value);
+            }
         }
     }
     if (!m_addedKeys.isEmpty()) {
         QVector<JsonEdit::Member> members;
         for (const QString &key : m_addedKeys) {
-            members.append({key, m_properties.value(key).value});
+            members.append({key, m_properties->value(key).value});
         }
-        const int properties = m_tree->json().member(m_element, QStringLiteral("properties"));
-        if (properties >= 0) {
-            edit.appendMembers(properties, members);
+        const int object = member(QStringLiteral("properties"));
+        if (object >= 0) {
+            edit.appendMembers(object, members);
         } else {
             edit.prependObject(m_element, QStringLiteral("properties"), members);
         }
     }
-    for (const auto &child : m_children) {
-        child->collectEdits(edit);
+    if (m_children) {
+        for (const auto &child : qAsConst(*m_children)) {
+            fileTreeNode(child)->collectEdits(edit);
+        }
     }
 }

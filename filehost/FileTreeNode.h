@@ -8,18 +8,24 @@
 #include <QSet>
 #include <QStringList>
 
+#include <optional>
+
 class JsonEdit;
 
 /**
  * A node of a tree that was read from a file.
  *
  * Values are held in the form that JsonText::value() gives them. The node knows which of its
- * properties were changed since the file was read.
+ * properties were changed since the file was read. It decodes its part of the text when it is
+ * asked for: most nodes of a large tree never are.
  */
 class FileTreeNode : public ConfigurationAndProcessDataBase,
                      public QEnableSharedFromThis<FileTreeNode>
 {
 public:
+    /// @param element the node's in the text of @p tree, which has a tree's format
+    FileTreeNode(const QSharedPointer<const FileTree> &tree, int element);
+
     /// Child names joined by "/".
     BaseClassSharedPointer getNode(const QString &relUrl) const override;
     bool isUrlValid(const QString &relUrl) const override;
@@ -59,23 +65,30 @@ public:
     QByteArray text() const;
 
 private:
-    friend class FileTreeBuilder;
-
     struct Property
     {
-        QVariant value;
+        QVariant value; ///< invalid while it is not decoded
         int element = -1; ///< the value in the tree's text; -1 when it was added
         bool isChanged = false;
     };
+    using Properties = QHash<QString, Property>;
+    using Children = QHash<QString, BaseClassSharedPointer>;
 
+    Properties &properties() const;
+    const QSet<QString> &readOnlyKeys() const;
+    const Children &childMap() const;
+    const QVariant &decoded(Property &property) const;
     const FileTreeNode *find(const QString &relUrl) const;
+    int member(const QString &name) const;
     QStringList keysOf(const QString &member) const;
     void collectEdits(JsonEdit &edit) const;
 
-    QSharedPointer<const FileTree> m_tree;
-    QHash<QString, Property> m_properties;
+    const QSharedPointer<const FileTree> m_tree;
+    const int m_element; ///< the node in the tree's text
     QStringList m_addedKeys;
-    QSet<QString> m_readOnlyKeys;
-    QHash<QString, QSharedPointer<FileTreeNode>> m_children;
-    int m_element = 0; ///< the node in the tree's text
+
+    // Decoded on request.
+    mutable std::optional<Properties> m_properties;
+    mutable std::optional<QSet<QString>> m_readOnlyKeys;
+    mutable std::optional<Children> m_children;
 };

@@ -3,7 +3,9 @@
 #include "filehost/JsonValue.h"
 
 #include <QSet>
+#include <QVarLengthArray>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -18,6 +20,13 @@ bool isHexDigit(char character)
 {
     const char lower = char(character | 0x20);
     return isDigit(character) || (lower >= 'a' && lower <= 'f');
+}
+
+/// Whether a byte stands for itself in a string, as a character of ASCII.
+bool isPlainCharacter(char character)
+{
+    return uchar(character) >= 0x20 && uchar(character) < 0x80 && character != '"'
+        && character != '\\';
 }
 
 /// Length of the valid UTF-8 sequence (RFC 3629) at @p bytes; 0 when there is none.
@@ -68,6 +77,14 @@ bool JsonParser::checkEncoding()
 {
     const auto *bytes = reinterpret_cast<const uchar *>(m_begin);
     for (int i = 0; i < m_size;) {
+        quint64 eight = 0;
+        if (m_size - i >= int(sizeof eight)) {
+            std::memcpy(&eight, bytes + i, sizeof eight);
+            if ((eight & Q_UINT64_C(0x8080808080808080)) == 0) {
+                i += int(sizeof eight);
+                continue;
+            }
+        }
         const int length = sequenceLength(bytes + i, m_size - i);
         if (length == 0) {
             return fail(i,
@@ -143,7 +160,11 @@ bool JsonParser::parseValue()
 bool JsonParser::parseString()
 {
     const int begin = m_offset++;
+    bool isPlain = true;
     for (;;) {
+        while (isPlainCharacter(current())) {
+            ++m_offset;
+        }
         const char character = current();
         if (m_offset == m_size) {
             return fail(begin,
@@ -160,6 +181,7 @@ bool JsonParser::parseString()
                             .arg(uint(character), 4, 16, QLatin1Char('0')));
         }
         ++m_offset;
+        isPlain = false;
         if (character != '\\') {
             continue;
         }
@@ -180,7 +202,7 @@ bool JsonParser::parseString()
         }
     }
     ++m_offset;
-    appendScalar(begin, JsonText::Type::String);
+    appendScalar(begin, JsonText::Type::String, isPlain);
     return true;
 }
 
@@ -211,7 +233,10 @@ bool JsonParser::parseNumber()
             return failExpected(QStringLiteral("a digit after the decimal point"));
         }
     }
+    constexpr int certainlyFinite = 300; // digits, when there is no exponent
+    bool mayBeInfinite = m_offset - begin > certainlyFinite;
     if (current() == 'e' || current() == 'E') {
+        mayBeInfinite = true;
         ++m_offset;
         if (current() == '+' || current() == '-') {
             ++m_offset;
@@ -220,11 +245,13 @@ bool JsonParser::parseNumber()
             return failExpected(QStringLiteral("a digit in the exponent"));
         }
     }
-    const QByteArray number = QByteArray::fromRawData(m_begin + begin, m_offset - begin);
-    if (!std::isfinite(number.toDouble())) {
-        return fail(begin,
-                    QStringLiteral("expected a number that a double can hold, found %1")
-                        .arg(QLatin1String(number)));
+    if (mayBeInfinite) {
+        const QByteArray number = QByteArray::fromRawData(m_begin + begin, m_offset - begin);
+        if (!std::isfinite(number.toDouble())) {
+            return fail(begin,
+                        QStringLiteral("expected a number that a double can hold, found %1")
+                            .arg(QLatin1String(number)));
+        }
     }
     appendScalar(begin, JsonText::Type::Number);
     return true;
@@ -275,9 +302,9 @@ bool JsonParser::parseCommaOrEnd()
                                        : QStringLiteral("',' or ']' after the element"));
 }
 
-void JsonParser::appendScalar(int begin, JsonText::Type type)
+void JsonParser::appendScalar(int begin, JsonText::Type type, bool isPlain)
 {
-    m_json.m_elements.append({begin, m_offset, m_json.m_elements.size() + 1, type});
+    m_json.m_elements.append({begin, m_offset, m_json.m_elements.size() + 1, type, isPlain});
 }
 
 bool JsonParser::open(JsonText::Type type)
@@ -288,7 +315,7 @@ bool JsonParser::open(JsonText::Type type)
                         .arg(JsonText::maximumDepth));
     }
     m_open.append(m_json.m_elements.size());
-    m_json.m_elements.append({m_offset, 0, 0, type});
+    m_json.m_elements.append({m_offset, 0, 0, type, false});
     ++m_offset;
     m_expecting =
         type == JsonText::Type::Object ? Expecting::FirstKeyOrEnd : Expecting::FirstElementOrEnd;
@@ -307,18 +334,42 @@ bool JsonParser::close()
 
 bool JsonParser::checkKeysDiffer(int objectIndex)
 {
-    QSet<QString> keys;
+    const int key = secondOfEqualKeys(objectIndex);
+    return key < 0
+        || fail(m_json.element(key).begin,
+                QStringLiteral("expected each member once, found a second %1")
+                    .arg(QString::fromUtf8(JsonValue::toText(m_json.string(key)))));
+}
+
+/// The first key that stands a second time; -1 when there is none.
+int JsonParser::secondOfEqualKeys(int objectIndex) const
+{
+    constexpr int maximumForPairs = 64;
     const int end = m_json.element(objectIndex).next;
-    for (int i = m_json.firstChild(objectIndex); i < end; i = m_json.element(i + 1).next) {
-        const QString key = m_json.string(i);
-        if (keys.contains(key)) {
-            return fail(m_json.element(i).begin,
-                        QStringLiteral("expected each member once, found a second %1")
-                            .arg(QString::fromUtf8(JsonValue::toText(key))));
+    QVarLengthArray<QLatin1String, maximumForPairs> seen;
+    int key = m_json.firstChild(objectIndex);
+    for (; key < end; key = m_json.element(key + 1).next) {
+        if (!m_json.element(key).isPlain || seen.size() == maximumForPairs) {
+            break;
         }
-        keys.insert(key);
+        const QLatin1String name = m_json.rawString(key);
+        if (std::find(seen.cbegin(), seen.cend(), name) != seen.cend()) {
+            return key;
+        }
+        seen.append(name);
     }
-    return true;
+    if (key >= end) {
+        return -1;
+    }
+    QSet<QString> names;
+    for (key = m_json.firstChild(objectIndex); key < end; key = m_json.element(key + 1).next) {
+        const int known = names.size();
+        names.insert(m_json.string(key));
+        if (names.size() == known) {
+            return key;
+        }
+    }
+    return -1;
 }
 
 void JsonParser::skipWhitespace()

@@ -21,10 +21,11 @@ private:
     bool parseLiteral(const char *literal, JsonText::Type type);
     bool parseKey();
     bool parseCommaOrEnd();
-    void appendScalar(int begin, JsonText::Type type);
+    void appendScalar(int begin, JsonText::Type type, bool isPlain = false);
     bool open(JsonText::Type type);
     bool close();
     bool checkKeysDiffer(int objectIndex);
+    int secondOfEqualKeys(int objectIndex) const;
     void skipWhitespace();
     bool fail(int offset, const QString &message);
     bool failExpected(const QString &expected);

@@ -45,7 +45,7 @@ int JsonText::member(int index, const QString &key) const
 {
     for (int i = firstChild(index); i < m_elements.at(index).next;) {
         const int valueIndex = i + 1;
-        if (string(i) == key) {
+        if (isString(i, key)) {
             return valueIndex;
         }
         i = m_elements.at(valueIndex).next;
@@ -53,11 +53,25 @@ int JsonText::member(int index, const QString &key) const
     return -1;
 }
 
-QString JsonText::string(int index) const
+QLatin1String JsonText::rawString(int index) const
 {
     const Element &element = m_elements.at(index);
-    const char *character = m_text.constData() + element.begin + 1;
-    const char *end = m_text.constData() + element.end - 1;
+    return QLatin1String(m_text.constData() + element.begin + 1, element.end - element.begin - 2);
+}
+
+bool JsonText::isString(int index, const QString &text) const
+{
+    return m_elements.at(index).isPlain ? rawString(index) == text : string(index) == text;
+}
+
+QString JsonText::string(int index) const
+{
+    const QLatin1String raw = rawString(index);
+    if (m_elements.at(index).isPlain) {
+        return raw;
+    }
+    const char *character = raw.begin();
+    const char *end = raw.end();
 
     QString result;
     while (character < end) {

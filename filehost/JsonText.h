@@ -27,6 +27,7 @@ public:
         int end; ///< offset behind the last byte
         int next; ///< index behind the element and all that it contains
         Type type;
+        bool isPlain = false; ///< a string of ASCII characters without escapes
     };
 
     /// Deeper nesting is refused.
@@ -59,6 +60,9 @@ public:
     /// The text of a string element, keys included.
     QString string(int index) const;
 
+    /// Whether a string element's text is @p text; faster than comparing string().
+    bool isString(int index, const QString &text) const;
+
     /**
      * The value as the tree holds it: null as std::nullptr_t, objects as QVariantMap, arrays as
      * QVariantList, a number without fraction as int or qlonglong where it fits, else as double.
@@ -76,6 +80,9 @@ public:
 
 private:
     friend class JsonParser;
+
+    /// The bytes of a string element between the quotes.
+    QLatin1String rawString(int index) const;
 
     QByteArray m_text;
     QVector<Element> m_elements;
