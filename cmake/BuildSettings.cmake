@@ -6,6 +6,8 @@ target_compile_definitions(BuildSettings INTERFACE
     QT_NO_KEYWORDS
     QT_NO_FOREACH
     QT_DEPRECATED_WARNINGS
+    # Files of any size and number, on 32-bit machines, too.
+    _FILE_OFFSET_BITS=64
     # Warnings name their function in release builds, too.
     QT_MESSAGELOGCONTEXT)
 

@@ -2,54 +2,61 @@
 
 #include "filehost/FileTreeFormat.h"
 #include "filehost/FileTreeNode.h"
-#include "filehost/TextFile.h"
+#include "filehost/HostSession.h"
 
-FileTree::FileTree(const JsonText &json, const Identity &identity)
+FileTree::FileTree(const JsonText &json, const Identity &identity, const TextFile::Stamp &stamp)
     : m_json(json)
     , m_identity(identity)
     , m_storedText(json.text())
+    , m_stamp(stamp)
 {
 }
 
 QSharedPointer<FileTreeNode> FileTree::read(const Identity &identity, Diagnostic &error)
 {
-    QByteArray text;
-    if (TextFile::read(identity.filePath, maximumFileSize, text, error)
-        != TextFile::ReadResult::Read) {
-        return {};
+    HostSession::ParsedFile file = HostSession::parsedFile(identity.filePath);
+    if (!TextFile::isUnchanged(identity.filePath, file.stamp)) {
+        QByteArray text;
+        if (TextFile::read(identity.filePath, maximumFileSize, text, error, &file.stamp)
+            != TextFile::ReadResult::Read) {
+            return {};
+        }
+        if (file.json.isNull() || text != file.json.text()) {
+            file.json = parseText(text, error);
+            if (file.json.isNull()) {
+                error.file = identity.filePath;
+                return {};
+            }
+        }
+        HostSession::setParsedFile(identity.filePath, file);
     }
-    auto root = parse(text, identity, error);
-    if (root.isNull()) {
-        error.file = identity.filePath;
-    }
-    return root;
+    const QSharedPointer<const FileTree> tree(new FileTree(file.json, identity, file.stamp));
+    return QSharedPointer<FileTreeNode>::create(tree, 0);
 }
 
 QSharedPointer<FileTreeNode> FileTree::parse(const QByteArray &text, const Identity &identity,
                                              Diagnostic &error)
 {
-    const JsonText json = JsonText::parse(text, error);
-    if (json.isNull() || !FileTreeFormat(json, error).isNode(0)) {
+    const JsonText json = parseText(text, error);
+    if (json.isNull()) {
         return {};
     }
-    const QSharedPointer<const FileTree> tree(new FileTree(json, identity));
+    const QSharedPointer<const FileTree> tree(new FileTree(json, identity, TextFile::Stamp()));
     return QSharedPointer<FileTreeNode>::create(tree, 0);
+}
+
+/// Null, with the error set, when the text is no tree.
+JsonText FileTree::parseText(const QByteArray &text, Diagnostic &error)
+{
+    const JsonText json = JsonText::parse(text, error);
+    return !json.isNull() && FileTreeFormat(json, error).isNode(0) ? json : JsonText();
 }
 
 bool FileTree::write(const FileTreeNode &root, const QString &filePath, Diagnostic &error) const
 {
     const bool isOwnFile = filePath == m_identity.filePath;
-    if (isOwnFile) {
-        QByteArray text;
-        const auto result = TextFile::read(filePath, maximumFileSize, text, error);
-        if (result == TextFile::ReadResult::Unreadable) {
-            return false;
-        }
-        if (result == TextFile::ReadResult::Read && text != m_storedText) {
-            error = {filePath, 0, 0,
-                     QStringLiteral("cannot be written: the file has changed since it was read")};
-            return false;
-        }
+    if (isOwnFile && !isAsRead(error)) {
+        return false;
     }
     const QByteArray text = root.text();
     if (!TextFile::write(filePath, text, error)) {
@@ -57,6 +64,24 @@ bool FileTree::write(const FileTreeNode &root, const QString &filePath, Diagnost
     }
     if (isOwnFile) {
         m_storedText = text;
+        m_stamp = TextFile::Stamp();
     }
     return true;
+}
+
+/// Whether nobody else has written the tree's file.
+bool FileTree::isAsRead(Diagnostic &error) const
+{
+    const QString &filePath = m_identity.filePath;
+    if (TextFile::isUnchanged(filePath, m_stamp)) {
+        return true;
+    }
+    QByteArray text;
+    const auto result = TextFile::read(filePath, maximumFileSize, text, error);
+    if (result == TextFile::ReadResult::Read && text != m_storedText) {
+        error = {filePath, 0, 0,
+                 QStringLiteral("cannot be written: the file has changed since it was read")};
+        return false;
+    }
+    return result != TextFile::ReadResult::Unreadable;
 }

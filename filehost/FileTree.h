@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/JsonText.h"
+#include "filehost/TextFile.h"
 
 #include <QSharedPointer>
 #include <QString>
@@ -32,6 +33,7 @@ public:
 
     /// The tree in the file that @p identity names. Null when there is no such file, and null with
     /// @p error set when it holds no tree.
+    /// Within a HostSession, a file that has not changed is parsed once.
     static QSharedPointer<FileTreeNode> read(const Identity &identity, Diagnostic &error);
 
     /// The tree that @p text holds; null, with @p error set but for its file, when it holds none.
@@ -49,9 +51,13 @@ public:
     const Identity &identity() const { return m_identity; }
 
 private:
-    FileTree(const JsonText &json, const Identity &identity);
+    FileTree(const JsonText &json, const Identity &identity, const TextFile::Stamp &stamp);
+
+    static JsonText parseText(const QByteArray &text, Diagnostic &error);
+    bool isAsRead(Diagnostic &error) const;
 
     JsonText m_json;
     Identity m_identity;
     mutable QByteArray m_storedText; ///< what the tree's file holds, as far as is known
+    mutable TextFile::Stamp m_stamp; ///< of the file when it held that
 };

@@ -50,3 +50,15 @@ bool HostSession::admits(const QSharedPointer<const FileTree> &tree, const QStri
     stored = tree;
     return true;
 }
+
+HostSession::ParsedFile HostSession::parsedFile(const QString &filePath)
+{
+    return s_current ? s_current->m_parsedFiles.value(filePath) : ParsedFile();
+}
+
+void HostSession::setParsedFile(const QString &filePath, const ParsedFile &file)
+{
+    if (s_current) {
+        s_current->m_parsedFiles.insert(filePath, file);
+    }
+}

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/JsonText.h"
+#include "filehost/TextFile.h"
 
 #include <QHash>
 #include <QSharedPointer>
@@ -47,6 +49,15 @@ public:
     static bool admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
                        Diagnostic &error);
 
+    /// A file as it was last read, in order that it is parsed once.
+    struct ParsedFile
+    {
+        JsonText json; ///< null when the file was not read yet
+        TextFile::Stamp stamp;
+    };
+    static ParsedFile parsedFile(const QString &filePath);
+    static void setParsedFile(const QString &filePath, const ParsedFile &file);
+
 private:
     Q_DISABLE_COPY(HostSession)
 
@@ -56,4 +67,5 @@ private:
     Writing m_writing;
     TreeObserver *m_observer = nullptr;
     QHash<QString, QSharedPointer<const FileTree>> m_storedTrees; ///< by file
+    QHash<QString, ParsedFile> m_parsedFiles;
 };

@@ -5,44 +5,133 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cerrno>
+#include <ctime>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace TextFile {
 
-ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error)
+namespace {
+
+/// An open file, closed at the end of the scope.
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor)
+        : m_descriptor(descriptor)
+    {
+    }
+    ~Descriptor()
+    {
+        if (m_descriptor >= 0) {
+            ::close(m_descriptor);
+        }
+    }
+
+    operator int() const { return m_descriptor; }
+
+private:
+    Q_DISABLE_COPY(Descriptor)
+
+    int m_descriptor;
+};
+
+qint64 nanoseconds(const timespec &time)
+{
+    return qint64(time.tv_sec) * 1000000000 + time.tv_nsec;
+}
+
+Stamp stampOf(const struct stat &status)
+{
+    // File systems count in steps of up to two seconds.
+    constexpr qint64 coarsestStep = Q_INT64_C(2000000000);
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    Stamp stamp;
+    stamp.device = quint64(status.st_dev);
+    stamp.inode = quint64(status.st_ino);
+    stamp.size = qint64(status.st_size);
+    stamp.modified = nanoseconds(status.st_mtim);
+    stamp.changed = nanoseconds(status.st_ctim);
+    stamp.isSettled = std::max(stamp.modified, stamp.changed) + coarsestStep < nanoseconds(now);
+    return stamp;
+}
+
+bool readWhole(int file, QByteArray &content)
+{
+    int length = 0;
+    while (length < content.size()) {
+        const ssize_t count =
+            ::read(file, content.data() + length, size_t(content.size() - length));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return false;
+        }
+        if (count == 0) {
+            break;
+        }
+        length += int(count);
+    }
+    content.truncate(length);
+    return true;
+}
+
+} // namespace
+
+ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error,
+                Stamp *stamp)
+{
+    const auto unreadable = [&](const QString &reason) {
+        error = {filePath, 0, 0, reason};
+        return ReadResult::Unreadable;
+    };
+    const auto failed = [&] {
+        return unreadable(QStringLiteral("cannot be read: ") + qt_error_string(errno));
+    };
+    // To open a pipe would block.
+    const Descriptor file(::open(QFile::encodeName(filePath).constData(),
+                                 O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (file < 0) {
+        return errno == ENOENT || errno == ENOTDIR ? ReadResult::Missing : failed();
+    }
+    struct stat status;
+    if (::fstat(file, &status) != 0) {
+        return failed();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return unreadable(QStringLiteral("cannot be read: it is no file"));
+    }
+    if (status.st_size > maximumSize) {
+        return unreadable(QStringLiteral("expected at most %1 bytes, found %2")
+                              .arg(maximumSize)
+                              .arg(qint64(status.st_size)));
+    }
+    QByteArray text(int(status.st_size), Qt::Uninitialized);
+    if (!readWhole(file, text)) {
+        return failed();
+    }
+    if (stamp) {
+        *stamp = stampOf(status);
+    }
+    content = text;
+    return ReadResult::Read;
+}
+
+bool isUnchanged(const QString &filePath, const Stamp &stamp)
 {
     struct stat status;
-    if (::stat(QFile::encodeName(filePath).constData(), &status) != 0) {
-        if (errno == ENOENT || errno == ENOTDIR) {
-            return ReadResult::Missing;
-        }
-        error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + qt_error_string(errno)};
-        return ReadResult::Unreadable;
+    if (!stamp.isSettled || ::stat(QFile::encodeName(filePath).constData(), &status) != 0) {
+        return false;
     }
-    if (!S_ISREG(status.st_mode)) { // a pipe would block
-        error = {filePath, 0, 0, QStringLiteral("cannot be read: it is no file")};
-        return ReadResult::Unreadable;
-    }
-    QFile file(filePath);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + file.errorString()};
-        return ReadResult::Unreadable;
-    }
-    if (file.size() > maximumSize) {
-        error = {filePath, 0, 0,
-                 QStringLiteral("expected at most %1 bytes, found %2")
-                     .arg(maximumSize)
-                     .arg(file.size())};
-        return ReadResult::Unreadable;
-    }
-    content = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        error = {filePath, 0, 0, QStringLiteral("cannot be read: ") + file.errorString()};
-        return ReadResult::Unreadable;
-    }
-    return ReadResult::Read;
+    const Stamp now = stampOf(status);
+    return now.device == stamp.device && now.inode == stamp.inode && now.size == stamp.size
+        && now.modified == stamp.modified && now.changed == stamp.changed;
 }
 
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error)

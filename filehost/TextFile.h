@@ -10,12 +10,28 @@ namespace TextFile {
 
 enum class ReadResult { Read, Missing, Unreadable };
 
+/// Tells, without reading it again, whether a file is still as it was.
+struct Stamp
+{
+    quint64 device = 0;
+    quint64 inode = 0;
+    qint64 size = -1;
+    qint64 modified = 0; ///< of the content; nanoseconds since 1970
+    qint64 changed = 0; ///< of the file and its attributes
+    /// Whether the times were old enough for another change to give the file others.
+    bool isSettled = false;
+};
+
 /**
  * @param maximumSize in bytes; a larger file is unreadable
  * @param error set when the file is unreadable
+ * @param stamp receives, when it is not null, what the file was like before it was read
  */
-ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content,
-                Diagnostic &error);
+ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error,
+                Stamp *stamp = nullptr);
+
+/// Whether a file is known to be as it was when @p stamp was taken. If not, it may be all the same.
+bool isUnchanged(const QString &filePath, const Stamp &stamp);
 
 /**
  * Replaces the file, or makes it, with the folders that lead to it. After a failure the old file
