@@ -77,7 +77,7 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
     if (newText != oldText && !report.succeeded()) {
         error.message = QStringLiteral("Nothing was written: a script failed.");
     } else if (newText != oldText && writing == Writing::File) {
-        isWritten = root->tree().write(*root, m_treePath, error);
+        isWritten = root->tree().write(*root, m_project.path(), m_treePath, error);
     }
     if (writing == Writing::File) {
         for (ChangedTree &tree : report.trees) {

@@ -1,13 +1,20 @@
 #pragma once
 
 #include "filehost/Project.h"
+#include "filehost/ProjectLock.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
-/// The project that an argument names; nothing, after a message on standard error, when it cannot
-/// be read.
-std::optional<Project> openProject(const std::string &argument);
+/**
+ * The project that an argument names; nothing, after a message on standard error, when it cannot
+ * be read. What an interrupted run left in it is finished or undone first, with a message, too.
+ * @param lock not null for those who will write the project; receives the right to
+ */
+std::optional<Project> openProject(const std::string &argument,
+                                   std::unique_ptr<ProjectLock> *lock = nullptr);
 
 /// The project whose folder holds @p filePath, directly or further up.
-std::optional<Project> openProjectAround(const std::string &filePath);
+std::optional<Project> openProjectAround(const std::string &filePath,
+                                         std::unique_ptr<ProjectLock> *lock = nullptr);

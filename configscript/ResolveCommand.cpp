@@ -14,6 +14,7 @@
 #include "configscript/RunRecorder.h"
 #include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
+#include "filehost/FileBatch.h"
 #include "filehost/HostSession.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
@@ -72,8 +73,11 @@ ResolveCommand::ResolveCommand(CLI::App &program)
 int ResolveCommand::run()
 {
     const bool isInplace = !m_treePath.empty();
-    const auto project = isInplace && m_projectPath.empty() ? openProjectAround(m_treePath)
-                                                            : openProject(m_projectPath);
+    std::unique_ptr<ProjectLock> lock;
+    auto *neededLock = (isInplace ? m_isWriting : !m_isDryRun) ? &lock : nullptr;
+    const auto project = isInplace && m_projectPath.empty()
+        ? openProjectAround(m_treePath, neededLock)
+        : openProject(m_projectPath, neededLock);
     if (!project) {
         return ExitCode::unusable;
     }
@@ -178,6 +182,8 @@ RunReport ResolveCommand::resolve(const Project &project) const
 {
     HostSession session(project.units(),
                         m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
+    FileBatch batch(project.path());
+    session.setBatch(&batch);
     const TextManager textManager(project.texts());
     std::unique_ptr<JavaScriptDependencyResolver> resolver;
     {
@@ -200,5 +206,10 @@ RunReport ResolveCommand::resolve(const Project &project) const
         resolver->resolveDependencyOfInstance(QString::fromStdString(m_instance));
     }
     session.setObserver(nullptr);
+    session.setBatch(nullptr);
+    QString error;
+    if (!batch.commit(error)) {
+        recorder.savingFailed(error);
+    }
     return recorder.report();
 }

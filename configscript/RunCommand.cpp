@@ -11,6 +11,7 @@
 #include "configscript/RunRecorder.h"
 #include "configscript/ScriptProbe.h"
 #include "configscript/TextReport.h"
+#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/JsonText.h"
@@ -129,7 +130,8 @@ RunCommand::RunCommand(CLI::App &program)
 
 int RunCommand::run()
 {
-    const auto project = openProject(m_projectPath);
+    std::unique_ptr<ProjectLock> lock;
+    const auto project = openProject(m_projectPath, m_isWriting ? &lock : nullptr);
     if (!project) {
         return ExitCode::unusable;
     }
@@ -231,6 +233,8 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
 
     HostSession session(project.units(),
                         m_isWriting ? HostSession::Writing::Files : HostSession::Writing::Nothing);
+    FileBatch batch(project.path());
+    session.setBatch(&batch);
     const TextManager textManager(project.texts());
     const UnitManagerWrapper unitManager(false, false);
     JavaScriptRootPointerHandler rootPointerHandler(project.providers(), project.path(),
@@ -277,6 +281,11 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
         handler.saveChangedFiles();
     }
     session.setObserver(nullptr);
+    session.setBatch(nullptr);
+    QString error;
+    if (!batch.commit(error)) {
+        recorder.savingFailed(error);
+    }
     RunReport report = recorder.report();
     report.refusal = refusal;
     return report;

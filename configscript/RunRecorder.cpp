@@ -33,6 +33,17 @@ void RunRecorder::instanceAnnounced(const QString &instance)
     }
 }
 
+void RunRecorder::savingFailed(const QString &reason)
+{
+    for (WrittenTree &tree : m_trees) {
+        if (tree.fate == Fate::Saved && !netChanges(tree).isEmpty()) {
+            tree.fate = Fate::Failed;
+            tree.error = reason;
+        }
+    }
+    m_announced.clear();
+}
+
 RunReport RunRecorder::report() const
 {
     RunReport report;

@@ -29,6 +29,9 @@ public:
 
     void instanceAnnounced(const QString &instance);
 
+    /// What was saved so far is not, after all.
+    void savingFailed(const QString &reason);
+
     /// Whether anything was written to a node of the tree.
     bool hasWritten(const FileTree &tree) const { return m_trees.contains(&tree); }
 

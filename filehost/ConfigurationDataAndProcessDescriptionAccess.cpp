@@ -1,11 +1,13 @@
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 
+#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/InstanceFile.h"
 #include "filehost/TreeObserver.h"
 
 #include <QDebug>
+#include <QFileInfo>
 
 namespace {
 
@@ -64,6 +66,9 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
         if (observer) {
             observer->treeNotSaved(*node, reason);
         }
+        if (FileBatch *batch = HostSession::batch()) {
+            batch->giveUp(reason);
+        }
         return false;
     };
     QString nameError;
@@ -73,9 +78,11 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
         qWarning().noquote() << reason;
         return fail(reason);
     }
+    const QString projectPath = QFileInfo(dir.absolutePath()).path();
     Diagnostic error;
     if (!HostSession::admits(node->sharedTree(), filePath, error)
-        || (HostSession::writesFiles() && !node->tree().write(*node, filePath, error))) {
+        || (HostSession::writesFiles()
+            && !node->tree().write(*node, projectPath, filePath, error))) {
         qWarning().noquote() << error.toString();
         return fail(error.toString());
     }

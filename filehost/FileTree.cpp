@@ -1,5 +1,6 @@
 #include "FileTree.h"
 
+#include "filehost/FileBatch.h"
 #include "filehost/FileTreeFormat.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
@@ -52,19 +53,21 @@ JsonText FileTree::parseText(const QByteArray &text, Diagnostic &error)
     return !json.isNull() && FileTreeFormat(json, error).isNode(0) ? json : JsonText();
 }
 
-bool FileTree::write(const FileTreeNode &root, const QString &filePath, Diagnostic &error) const
+bool FileTree::write(const FileTreeNode &root, const QString &projectPath, const QString &filePath,
+                     Diagnostic &error) const
 {
     const bool isOwnFile = filePath == m_identity.filePath;
     if (isOwnFile && !isAsRead(error)) {
         return false;
     }
     const QByteArray text = root.text();
-    if (!TextFile::write(filePath, text, error)) {
+    FileBatch *batch = HostSession::batch();
+    if (!(batch ? batch->add(projectPath, filePath, text, error)
+                : TextFile::write(filePath, text, error))) {
         return false;
     }
     if (isOwnFile) {
-        m_storedText = text;
-        m_stamp = TextFile::Stamp();
+        (batch ? m_batchedText : m_storedText) = text;
     }
     return true;
 }
@@ -78,7 +81,7 @@ bool FileTree::isAsRead(Diagnostic &error) const
     }
     QByteArray text;
     const auto result = TextFile::read(filePath, maximumFileSize, text, error);
-    if (result == TextFile::ReadResult::Read && text != m_storedText) {
+    if (result == TextFile::ReadResult::Read && text != m_storedText && text != m_batchedText) {
         error = {filePath, 0, 0,
                  QStringLiteral("cannot be written: the file has changed since it was read")};
         return false;

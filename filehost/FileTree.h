@@ -41,11 +41,14 @@ public:
                                               Diagnostic &error);
 
     /**
-     * Writes the tree below @p root, the tree's root, to @p filePath.
+     * Writes the tree below @p root, the tree's root, to @p filePath; into the session's batch, if
+     * it has one.
+     * @param projectPath the folder of the project that the file belongs to
      * @return false, with @p error set, when it could not be written, or when the tree's own file
      *         has changed since it was read: what was written there would be lost
      */
-    bool write(const FileTreeNode &root, const QString &filePath, Diagnostic &error) const;
+    bool write(const FileTreeNode &root, const QString &projectPath, const QString &filePath,
+               Diagnostic &error) const;
 
     const JsonText &json() const { return m_json; }
     const Identity &identity() const { return m_identity; }
@@ -59,5 +62,6 @@ private:
     JsonText m_json;
     Identity m_identity;
     mutable QByteArray m_storedText; ///< what the tree's file holds, as far as is known
-    mutable TextFile::Stamp m_stamp; ///< of the file when it held that
+    TextFile::Stamp m_stamp; ///< of the file when it was read
+    mutable QByteArray m_batchedText; ///< what it holds once a batch is committed
 };

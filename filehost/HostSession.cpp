@@ -24,6 +24,12 @@ void HostSession::setObserver(TreeObserver *observer)
     m_observer = observer;
 }
 
+void HostSession::setBatch(FileBatch *batch)
+{
+    m_batch = batch;
+    m_storedTrees.clear();
+}
+
 QHash<QString, QVariantMap> HostSession::units()
 {
     return s_current ? s_current->m_units : QHash<QString, QVariantMap>();
@@ -37,7 +43,8 @@ bool HostSession::writesFiles()
 bool HostSession::admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
                          Diagnostic &error)
 {
-    if (writesFiles() || filePath != tree->identity().filePath) {
+    const bool isWrittenAtOnce = writesFiles() && !batch();
+    if (isWrittenAtOnce || filePath != tree->identity().filePath) {
         return true;
     }
     const QString realPath = QFileInfo(filePath).canonicalFilePath();

@@ -10,6 +10,7 @@
 #include <QVariant>
 #include <QtGlobal>
 
+class FileBatch;
 class FileTree;
 class TreeObserver;
 
@@ -37,14 +38,19 @@ public:
     /// @param observer not owned; null for none
     void setObserver(TreeObserver *observer);
 
+    /// Files are written as part of a batch. Reading does not see them before it is committed.
+    /// @param batch not owned; null for none
+    void setBatch(FileBatch *batch);
+
     static QHash<QString, QVariantMap> units();
+    static FileBatch *batch() { return s_current ? s_current->m_batch : nullptr; }
     static TreeObserver *observer() { return s_current ? s_current->m_observer : nullptr; }
     static bool writesFiles();
 
     /**
-     * Whether @p tree may be stored in @p filePath. A session that writes nothing remembers the
-     * trees, and refuses, with @p error set, a second one for the same file: it was read without
-     * what the first one would have written.
+     * Whether @p tree may be stored in @p filePath. A session that writes nothing, or into a batch,
+     * remembers the trees, and refuses, with @p error set, a second one for the same file: it was
+     * read without what the first one would have written.
      */
     static bool admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
                        Diagnostic &error);
@@ -65,6 +71,7 @@ private:
 
     QHash<QString, QVariantMap> m_units;
     Writing m_writing;
+    FileBatch *m_batch = nullptr;
     TreeObserver *m_observer = nullptr;
     QHash<QString, QSharedPointer<const FileTree>> m_storedTrees; ///< by file
     QHash<QString, ParsedFile> m_parsedFiles;

@@ -1,9 +1,9 @@
 #include "TextFile.h"
 
-#include <QDir>
+#include "filehost/Descriptor.h"
+#include "filehost/StagedFile.h"
+
 #include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,29 +16,6 @@
 namespace TextFile {
 
 namespace {
-
-/// An open file, closed at the end of the scope.
-class Descriptor
-{
-public:
-    explicit Descriptor(int descriptor)
-        : m_descriptor(descriptor)
-    {
-    }
-    ~Descriptor()
-    {
-        if (m_descriptor >= 0) {
-            ::close(m_descriptor);
-        }
-    }
-
-    operator int() const { return m_descriptor; }
-
-private:
-    Q_DISABLE_COPY(Descriptor)
-
-    int m_descriptor;
-};
 
 qint64 nanoseconds(const timespec &time)
 {
@@ -136,22 +113,12 @@ bool isUnchanged(const QString &filePath, const Stamp &stamp)
 
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error)
 {
-    const QString folder = QFileInfo(filePath).path();
-    if (!QDir().mkpath(folder)) {
-        error = {filePath, 0, 0, QStringLiteral("cannot be written: no folder ") + folder};
-        return false;
+    const StagedFile file(StagedFile::realPath(filePath), QString::number(::getpid()));
+    if (file.write(content, error) && file.sync(error) && file.replaceFinally(error)) {
+        return true;
     }
-    if (QFileInfo::exists(filePath) && !QFileInfo(filePath).isWritable()) {
-        error = {filePath, 0, 0, QStringLiteral("cannot be written: the file is read-only")};
-        return false;
-    }
-    QSaveFile file(filePath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()
-        || !file.commit()) {
-        error = {filePath, 0, 0, QStringLiteral("cannot be written: ") + file.errorString()};
-        return false;
-    }
-    return true;
+    error.file = filePath;
+    return false;
 }
 
 } // namespace TextFile

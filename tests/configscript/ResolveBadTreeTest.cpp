@@ -40,8 +40,8 @@ private Q_SLOTS:
     void tellsWhichFileCouldNotBeRead_data();
     void tellsWhichFileCouldNotBeRead();
     void refusesAFolderThatItMayNotRead();
-    void savesAFileUnderOneOfItsNamesOnly_data();
-    void savesAFileUnderOneOfItsNamesOnly();
+    void savesNothingWhenAFileHasTwoNames_data();
+    void savesNothingWhenAFileHasTwoNames();
 };
 
 void ResolveBadTreeTest::leavesABadTreeAlone_data()
@@ -362,7 +362,7 @@ void ResolveBadTreeTest::refusesAFolderThatItMayNotRead()
                                "Permission denied\n"));
 }
 
-void ResolveBadTreeTest::savesAFileUnderOneOfItsNamesOnly_data()
+void ResolveBadTreeTest::savesNothingWhenAFileHasTwoNames_data()
 {
     QTest::addColumn<QString>("url");
     QTest::addColumn<QString>("file");
@@ -381,7 +381,7 @@ void ResolveBadTreeTest::savesAFileUnderOneOfItsNamesOnly_data()
         QStringLiteral("configuration/pump2.json"));
 }
 
-void ResolveBadTreeTest::savesAFileUnderOneOfItsNamesOnly()
+void ResolveBadTreeTest::savesNothingWhenAFileHasTwoNames()
 {
     QFETCH(const QString, url);
     QFETCH(const QString, file);
@@ -403,29 +403,25 @@ void ResolveBadTreeTest::savesAFileUnderOneOfItsNamesOnly()
                            + "\", \"speed\", 1600);\n"
                              "}\n");
     folder.listInstances({QStringLiteral("pump"), QStringLiteral("valve")});
-    Files expected = folder.files();
+    const Files expected = folder.files();
 
     const ProgramRun run =
         Program(folder.path())
             .run(isDryRun ? s_resolvePlant + QStringList(QStringLiteral("-n")) : s_resolvePlant);
-    // Which of the two is saved first is not the same in each process.
+    // Which of the two is saved first, and which one refused, is not the same in each process.
     const QString pump = QStringLiteral("configuration/pump.json");
-    const QString saved =
-        QStringLiteral("%1 %2\n  speed  1200 -> %3")
-            .arg(isDryRun ? QStringLiteral("would change") : QStringLiteral("changed"));
-    const bool isFirstSaved = run.output.contains(saved.arg(pump).arg(1500));
-    const QString savedFile = isFirstSaved ? pump : file;
-    const QString refusedFile = isFirstSaved ? file : pump;
+    const auto errorOf = [](const QString &refused) {
+        return QStringLiteral("  <folder>/%1: cannot be written: the file has changed since it was "
+                              "read\n")
+            .arg(QDir::cleanPath(QStringLiteral("plant/") + refused));
+    };
+    const QString error = errorOf(run.output.contains(errorOf(pump)) ? pump : file);
+    const QString notWritten = QStringLiteral("NOT WRITTEN %1\n%2  speed  1200 -> %3");
     QStringList blocks{
         QStringLiteral("ok       pump   dependency/pump.js   # ms\n"
                        "ok       valve  dependency/valve.js  # ms"),
-        saved.arg(savedFile).arg(isFirstSaved ? 1500 : 1600),
-        QStringLiteral("NOT WRITTEN %1\n"
-                       "  <folder>/%2: cannot be written: the file has changed since it was read\n"
-                       "  speed  1200 -> %3")
-            .arg(refusedFile, QDir::cleanPath(QStringLiteral("plant/") + refusedFile))
-            .arg(isFirstSaved ? 1600 : 1500),
-        QStringLiteral("2 scripts run, 0 failed; 1 file %1, 1 value; # ms\n")
+        notWritten.arg(pump, error).arg(1500), notWritten.arg(file, error).arg(1600),
+        QStringLiteral("2 scripts run, 0 failed; 0 files %1, 0 values; # ms\n")
             .arg(isDryRun ? QStringLiteral("would change") : QStringLiteral("changed"))};
     QStringList actualBlocks = run.output.split(QStringLiteral("\n\n"));
     std::sort(blocks.begin(), blocks.end());
@@ -434,12 +430,6 @@ void ResolveBadTreeTest::savesAFileUnderOneOfItsNamesOnly()
     COMPARE_RUN((ProgramRun{run.exitCode, actualBlocks.join(separator), run.errors}), 1,
                 blocks.join(separator), QString());
 
-    if (!isDryRun) {
-        for (const char *name : {"pump", "pump2"}) {
-            expected[QStringLiteral("plant/configuration/%1.json").arg(QLatin1String(name))]
-                .replace("1200", isFirstSaved ? "1500" : "1600");
-        }
-    }
     COMPARE_FILES(folder.files(), expected);
 }
 

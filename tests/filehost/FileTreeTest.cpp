@@ -39,7 +39,7 @@ QString write(const QSharedPointer<FileTreeNode> &root, const ProjectFolder &pro
 {
     root->setProperty(s_speed, speed);
     Diagnostic error;
-    const bool isWritten = root->tree().write(*root, project.path(name), error);
+    const bool isWritten = root->tree().write(*root, project.path(), project.path(name), error);
     return isWritten == error.toString().isEmpty() ? error.toString()
                                                    : QStringLiteral("result and error differ");
 }

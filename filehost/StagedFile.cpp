@@ -1,0 +1,190 @@
+#include "StagedFile.h"
+
+#include "filehost/Descriptor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+bool writeWhole(int file, const QByteArray &content)
+{
+    for (int written = 0; written < content.size();) {
+        const ssize_t count =
+            ::write(file, content.constData() + written, size_t(content.size() - written));
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        written += count < 0 ? 0 : int(count);
+    }
+    return true;
+}
+
+bool syncPath(const QByteArray &path, int flags)
+{
+    const Descriptor file(::open(path.constData(), flags | O_RDONLY | O_CLOEXEC));
+    return file >= 0 && ::fsync(file) == 0;
+}
+
+} // namespace
+
+StagedFile::StagedFile(const QString &filePath, const QString &number)
+    : m_filePath(filePath)
+    , m_path(QFile::encodeName(filePath))
+{
+    const QByteArray prefix = folder() + "/.configscript-" + QFile::encodeName(number);
+    m_newPath = prefix + ".new";
+    m_oldPath = prefix + ".old";
+}
+
+QString StagedFile::realPath(const QString &filePath)
+{
+    const QFileInfo info(filePath);
+    if (info.exists()) {
+        return info.canonicalFilePath();
+    }
+    const QString folder = QFileInfo(info.path()).canonicalFilePath();
+    return folder.isEmpty() ? info.absoluteFilePath() : folder + QLatin1Char('/') + info.fileName();
+}
+
+QByteArray StagedFile::folder() const
+{
+    return m_path.left(m_path.lastIndexOf('/'));
+}
+
+bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
+{
+    const auto refuse = [&](const QString &reason) {
+        error = {m_filePath, 0, 0, QStringLiteral("cannot be written: ") + reason};
+        return false;
+    };
+    struct stat old;
+    const bool exists = ::stat(m_path.constData(), &old) == 0;
+    if (exists && !S_ISREG(old.st_mode)) {
+        return refuse(QStringLiteral("it is no file"));
+    }
+    if (exists && ::access(m_path.constData(), W_OK) != 0) {
+        return refuse(QStringLiteral("the file is read-only"));
+    }
+    const QString folderPath = QFileInfo(m_filePath).path();
+    if (!exists && !QDir().mkpath(folderPath)) {
+        return refuse(QStringLiteral("no folder ") + folderPath);
+    }
+    // Nothing of an earlier attempt shall be taken for this one's.
+    if (!remove(m_oldPath, error) || !remove(m_newPath, error)) {
+        return false;
+    }
+    bool isWritten = false;
+    {
+        const Descriptor file(::open(m_newPath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                                     exists ? 0600 : 0666));
+        if (file < 0) {
+            return fail(error);
+        }
+        constexpr mode_t permissions = 07777;
+        if (exists && (old.st_uid != ::geteuid() || old.st_gid != ::getegid())) {
+            const int ignored = ::fchown(file, old.st_uid, old.st_gid); // not everyone may
+            Q_UNUSED(ignored)
+        }
+        isWritten = (!exists || ::fchmod(file, old.st_mode & permissions) == 0)
+            && writeWhole(file, content) && file.close();
+    }
+    if (!isWritten) {
+        fail(error);
+        ::unlink(m_newPath.constData());
+    }
+    return isWritten;
+}
+
+bool StagedFile::sync(Diagnostic &error) const
+{
+    return syncPath(m_newPath, 0) || fail(error);
+}
+
+bool StagedFile::replace(Diagnostic &error) const
+{
+    struct stat status;
+    if (::lstat(m_newPath.constData(), &status) != 0) {
+        return errno == ENOENT || fail(error); // done already
+    }
+    if (::lstat(m_path.constData(), &status) != 0) {
+        if (errno != ENOENT) {
+            return fail(error);
+        }
+        struct stat kept;
+        if (::lstat(m_oldPath.constData(), &kept) != 0) {
+            // A new file stays under both names: that tells it from one that was there before.
+            return ::link(m_newPath.constData(), m_path.constData()) == 0 || fail(error);
+        }
+    } else if (isInPlaceOf(m_newPath)) {
+        return true;
+    } else if (::link(m_path.constData(), m_oldPath.constData()) != 0 && errno != EEXIST) {
+        // Not every file system has links.
+        if (::rename(m_path.constData(), m_oldPath.constData()) != 0) {
+            return fail(error);
+        }
+    }
+    return ::rename(m_newPath.constData(), m_path.constData()) == 0 || fail(error);
+}
+
+bool StagedFile::replaceFinally(Diagnostic &error) const
+{
+    if (::rename(m_newPath.constData(), m_path.constData()) == 0) {
+        return syncFolder(folder()) || fail(error);
+    }
+    fail(error);
+    ::unlink(m_newPath.constData());
+    return false;
+}
+
+bool StagedFile::forgetOld(Diagnostic &error) const
+{
+    return remove(m_oldPath, error) && remove(m_newPath, error);
+}
+
+bool StagedFile::undo(Diagnostic &error) const
+{
+    struct stat status;
+    if (::lstat(m_oldPath.constData(), &status) == 0) {
+        // To rename one name of a file to another does nothing.
+        if (::rename(m_oldPath.constData(), m_path.constData()) != 0) {
+            return fail(error);
+        }
+    } else if (isInPlaceOf(m_newPath) && !remove(m_path, error)) {
+        return false;
+    }
+    return remove(m_oldPath, error) && remove(m_newPath, error);
+}
+
+bool StagedFile::syncFolder(const QByteArray &folder)
+{
+    return syncPath(folder, O_DIRECTORY);
+}
+
+bool StagedFile::fail(Diagnostic &error) const
+{
+    error = {m_filePath, 0, 0, QStringLiteral("cannot be written: ") + qt_error_string(errno)};
+    return false;
+}
+
+/// Whether the file's path and another one are names of one file.
+bool StagedFile::isInPlaceOf(const QByteArray &path) const
+{
+    struct stat own;
+    struct stat other;
+    return ::lstat(m_path.constData(), &own) == 0 && ::lstat(path.constData(), &other) == 0
+        && own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+}
+
+bool StagedFile::remove(const QByteArray &path, Diagnostic &error) const
+{
+    return ::unlink(path.constData()) == 0 || errno == ENOENT || fail(error);
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "filehost/Diagnostic.h"
+
+#include <QByteArray>
+#include <QString>
+
+/**
+ * The new content of a file, in a file of its own beside it, until it takes the file's place.
+ *
+ * It has the permissions of the file that it replaces, and never more. The old file can be kept,
+ * too, so that all can be undone; there are two names for that, made of a number that is the
+ * caller's to choose: no two staged files of a folder may have the same.
+ *
+ * Operations fail with an error that names the file itself. What has been done already, by a
+ * process that ended, is no failure.
+ */
+class StagedFile
+{
+public:
+    /// @param filePath absolute, and free of links; see StagedFile::realPath()
+    StagedFile(const QString &filePath, const QString &number);
+
+    /// The file that a path leads to in the end; where it leads to nothing, itself.
+    static QString realPath(const QString &filePath);
+
+    const QString &filePath() const { return m_filePath; }
+    QByteArray folder() const;
+
+    /// Stores the content; makes the folders that lead to the file.
+    bool write(const QByteArray &content, Diagnostic &error) const;
+
+    /// Waits until the content is on the disk.
+    bool sync(Diagnostic &error) const;
+
+    /// Replaces the file, and keeps the old one.
+    bool replace(Diagnostic &error) const;
+
+    /// Replaces the file for good.
+    bool replaceFinally(Diagnostic &error) const;
+
+    /// Gives up the old file, after replace().
+    bool forgetOld(Diagnostic &error) const;
+
+    /// Puts the old file back, and gives up the new content.
+    bool undo(Diagnostic &error) const;
+
+    /// Waits until the folder's entries are on the disk.
+    static bool syncFolder(const QByteArray &folder);
+
+private:
+    bool fail(Diagnostic &error) const;
+    bool isInPlaceOf(const QByteArray &path) const;
+    bool remove(const QByteArray &path, Diagnostic &error) const;
+
+    QString m_filePath;
+    QByteArray m_path;
+    QByteArray m_newPath;
+    QByteArray m_oldPath;
+};
