@@ -110,6 +110,9 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
                 QStringLiteral("no listed instance is \"%1\" or begins with it").arg(instance));
         }
     }
+    // The check and the resolver read the same trees.
+    HostSession session(project.units(),
+                        m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
     if (!m_isUnchecked) {
         const auto findings = ProjectCheck(project).checkInstances(manifest, instances);
         if (Findings::hasErrors(findings)) {
@@ -118,7 +121,7 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
         }
     }
 
-    RunReport report = resolve(project);
+    RunReport report = resolve(project, session);
     for (const Diagnostic &warning : manifest.entryErrors() + manifest.warnings()) {
         report.projectWarnings.append(project.relative(warning).toString());
     }
@@ -178,10 +181,8 @@ QStringList ResolveCommand::selectedInstances(const Project &project,
     return instances;
 }
 
-RunReport ResolveCommand::resolve(const Project &project) const
+RunReport ResolveCommand::resolve(const Project &project, HostSession &session) const
 {
-    HostSession session(project.units(),
-                        m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
     FileBatch batch(project.path());
     session.setBatch(&batch);
     const TextManager textManager(project.texts());

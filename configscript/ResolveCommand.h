@@ -6,6 +6,7 @@
 #include <QStringList>
 
 class Manifest;
+class HostSession;
 class Output;
 class Project;
 struct Finding;
@@ -23,7 +24,7 @@ private:
     QStringList selectedInstances(const Project &project, const Manifest &manifest) const;
     bool isKnownInstance(const Project &project) const;
     void refuse(const Project &project, const QVector<Finding> &findings, Output &output) const;
-    RunReport resolve(const Project &project) const;
+    RunReport resolve(const Project &project, HostSession &session) const;
 
     std::string m_projectPath;
     std::string m_instance;
