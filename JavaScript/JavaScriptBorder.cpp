@@ -8,6 +8,8 @@
 #include <QVarLengthArray>
 #include <QVariant>
 
+#include <algorithm>
+
 namespace {
 
 /// A script's value without any tie to the engine or to the API object.
@@ -38,13 +40,23 @@ QVariant toHostValue(const QVariant &value)
     }
 }
 
-/// A host's value in a form whose members a script can read.
-QVariant toScriptValue(const QVariant &value)
+/// Whether a value of the most frequent kinds has no tie to the engine.
+bool isHostValue(const QVariant &value)
 {
-    if (value.userType() != QMetaType::QJsonDocument) {
-        return value;
+    switch (value.userType()) {
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::Double:
+    case QMetaType::QString:
+        return true;
+    default:
+        return false;
     }
-    const QJsonDocument document = value.toJsonDocument();
+}
+
+/// A document in a form whose members a script can read.
+QVariant toScriptValue(const QJsonDocument &document)
+{
     if (document.isObject()) {
         return document.object();
     }
@@ -68,26 +80,47 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
         return remainingId;
     }
 
-    const QMetaMethod method = metaObject()->method(id);
-    const int parameterCount = method.parameterCount();
-    QVarLengthArray<void *, 8> hostArguments(parameterCount + 1);
-    QVarLengthArray<QVariant, 8> hostValues(parameterCount);
-    hostArguments[0] = arguments[0];
-    for (int i = 0; i < parameterCount; ++i) {
-        void *argument = arguments[i + 1];
-        if (method.parameterType(i) == QMetaType::QVariant) {
-            hostValues[i] = toHostValue(*static_cast<const QVariant *>(argument));
+    const Method &method = this->method(id);
+    QVarLengthArray<void *, 8> hostArguments(method.parameterCount + 1);
+    std::copy_n(arguments, hostArguments.size(), hostArguments.begin());
+    QVarLengthArray<QVariant, 2> hostValues(method.values.size());
+    for (int i = 0; i < method.values.size(); ++i) {
+        void *&argument = hostArguments[method.values.at(i)];
+        const auto &value = *static_cast<const QVariant *>(argument);
+        if (!isHostValue(value)) {
+            hostValues[i] = toHostValue(value);
             argument = &hostValues[i];
         }
-        hostArguments[i + 1] = argument;
     }
 
-    const QMetaObject *owner = method.enclosingMetaObject();
-    owner->d.static_metacall(this, call, id - owner->methodOffset(), hostArguments.data());
+    method.owner->d.static_metacall(this, call, method.ownIndex, hostArguments.data());
 
-    if (arguments[0] && method.returnType() == QMetaType::QVariant) {
+    if (arguments[0] && method.returnsValue) {
         auto *result = static_cast<QVariant *>(arguments[0]);
-        *result = toScriptValue(*result);
+        if (result->userType() == QMetaType::QJsonDocument) {
+            *result = toScriptValue(result->toJsonDocument());
+        }
     }
     return -1;
+}
+
+const JavaScriptBorder::Method &JavaScriptBorder::method(int id)
+{
+    if (m_methods.isEmpty()) {
+        m_methods.resize(metaObject()->methodCount());
+    }
+    Method &method = m_methods[id];
+    if (!method.owner) {
+        const QMetaMethod metaMethod = metaObject()->method(id);
+        method.owner = metaMethod.enclosingMetaObject();
+        method.ownIndex = id - method.owner->methodOffset();
+        method.parameterCount = metaMethod.parameterCount();
+        for (int i = 0; i < method.parameterCount; ++i) {
+            if (metaMethod.parameterType(i) == QMetaType::QVariant) {
+                method.values.append(i + 1); // behind the result
+            }
+        }
+        method.returnsValue = metaMethod.returnType() == QMetaType::QVariant;
+    }
+    return method;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QVector>
 
 /**
  * The border between scripts and the host's values, around the invokable methods of the classes
@@ -23,4 +24,19 @@ public:
 
 protected:
     explicit JavaScriptBorder(QObject *parent);
+
+private:
+    /// What is to be done around a method, found out once.
+    struct Method
+    {
+        const QMetaObject *owner = nullptr; ///< null while nothing is found out
+        int ownIndex = 0; ///< among the owner's methods
+        QVector<int> values; ///< the parameters that are QVariants
+        int parameterCount = 0;
+        bool returnsValue = false; ///< a QVariant
+    };
+
+    const Method &method(int id);
+
+    QVector<Method> m_methods; ///< by index
 };

@@ -3,7 +3,6 @@
 #include "JavaScript/JavaScriptRunObserver.h"
 
 #include <QDebug>
-#include <QJSValue>
 #include <QQmlEngine>
 
 #include <utility>
@@ -13,6 +12,7 @@ JavaScriptHandler::JavaScriptHandler(JavaScriptApi &javaScriptApi, QObject *pare
     , m_isEvaluated(false)
     , m_isScriptEmpty(true)
     , m_javaScriptApi(javaScriptApi)
+    , m_globalObject(m_jsEngine.globalObject())
     , m_runObserver(nullptr)
 {
     m_jsEngine.installExtensions(QJSEngine::ConsoleExtension);
@@ -70,8 +70,7 @@ bool JavaScriptHandler::callFunction(const QString &functionName, const QString 
         }
         if (!m_isEvaluated) {
             qWarning() << "The script is not evaluated.";
-        } else if (QJSValue function = m_jsEngine.globalObject().property(functionName);
-                   function.isError()) {
+        } else if (QJSValue function = m_globalObject.property(functionName); function.isError()) {
             qWarning() << "No property:" << functionName;
         } else if (!function.isCallable()) {
             qWarning() << "Property is no function:" << functionName;

@@ -4,6 +4,7 @@
 #include "JavaScript/JavaScriptExport.h"
 
 #include <QJSEngine>
+#include <QJSValue>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -88,5 +89,7 @@ private:
     bool m_isScriptEmpty;
     JavaScriptApi &m_javaScriptApi;
     QJSEngine m_jsEngine;
+    QJSValue
+        m_globalObject; ///< while the engine has a value to keep, it keeps the memory for others
     JavaScriptRunObserver *m_runObserver;
 };

@@ -141,6 +141,7 @@ RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
     }
     ProgressLine progress(ProgressLine::Visibility::Never);
     RunRecorder recorder(m_project, progress);
+    recorder.setRecordsWrites(true);
     const QString key =
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
     for (const QString &instance : instances) {

@@ -89,7 +89,7 @@ QVector<Finding> ProjectCheck::checkInstances(const Manifest &manifest,
             continue;
         }
         known.insert(instance);
-        if (checkListedInstance(instance, entry.place)) {
+        if (checkListedInstance(manifest, entry)) {
             const auto root = checkTree(FileTree::Kind::Configuration, instance);
             if (!root.isNull()) {
                 checkDependencyScript(*root, true);
@@ -164,7 +164,7 @@ void ProjectCheck::checkManifest(const Manifest &manifest)
             continue;
         }
         known.insert(instance);
-        if (checkListedInstance(instance, entry.place) && !isFile(instance)) {
+        if (checkListedInstance(manifest, entry) && !isFile(instance)) {
             checkTree(FileTree::Kind::Configuration, instance); // finds out what it is
         }
     }
@@ -182,20 +182,20 @@ bool ProjectCheck::isFile(const QString &instance) const
     return QFileInfo(m_project.treePath(FileTree::Kind::Configuration, instance)).isFile();
 }
 
-bool ProjectCheck::checkListedInstance(const QString &instance, const Diagnostic &entry)
+bool ProjectCheck::checkListedInstance(const Manifest &manifest, const Manifest::Entry &entry)
 {
-    Diagnostic place = entry;
+    const QString &instance = entry.instanceName;
     QString error;
     const QString filePath = m_project.treePath(FileTree::Kind::Configuration, instance, error);
-    if (filePath.isEmpty()) {
-        place.message = QStringLiteral("\"%1\": %2")
-                            .arg(instance, error.remove(m_project.path() + QLatin1Char('/')));
-    } else if (!QFileInfo::exists(filePath)) {
-        place.message = QStringLiteral("\"%1\" is listed, but there is no %2")
-                            .arg(instance, m_project.relativePath(filePath));
-    } else {
+    if (!filePath.isEmpty() && QFileInfo::exists(filePath)) {
         return true;
     }
+    Diagnostic place = manifest.placeOf(entry);
+    place.message = filePath.isEmpty()
+        ? QStringLiteral("\"%1\": %2")
+              .arg(instance, error.remove(m_project.path() + QLatin1Char('/')))
+        : QStringLiteral("\"%1\" is listed, but there is no %2")
+              .arg(instance, m_project.relativePath(filePath));
     add(s_error, "missing-tree", place);
     return false;
 }

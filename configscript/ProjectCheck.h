@@ -3,13 +3,13 @@
 #include "configscript/Finding.h"
 #include "configscript/ScriptProbe.h"
 #include "filehost/FileTree.h"
+#include "filehost/Manifest.h"
 
 #include <QHash>
 #include <QSet>
 #include <QStringList>
 #include <QVector>
 
-class Manifest;
 class Project;
 
 /// Looks at a project before its scripts run, for what would go wrong, or has gone wrong already.
@@ -39,7 +39,7 @@ private:
     void checkManifest(const Manifest &manifest);
     void checkManifestEntries(const Manifest &manifest);
     bool isFile(const QString &instance) const;
-    bool checkListedInstance(const QString &instance, const Diagnostic &entry);
+    bool checkListedInstance(const Manifest &manifest, const Manifest::Entry &entry);
     QSharedPointer<FileTreeNode> checkTree(FileTree::Kind kind, const QString &instance);
     void checkDependencyScript(const FileTreeNode &root, bool isListed);
     void checkNode(const FileTreeNode &node);

@@ -197,6 +197,7 @@ RunReport ResolveCommand::resolve(const Project &project, HostSession &session) 
     ProgressLine progress(m_isJson || m_isQuiet ? ProgressLine::Visibility::Never
                                                 : ProgressLine::Visibility::Automatic);
     RunRecorder recorder(project, progress);
+    recorder.setRecordsWrites(m_isJson);
     session.setObserver(&recorder);
     resolver->setRunObserver(&recorder);
     QObject::connect(resolver.get(), &JavaScriptDependencyResolver::processDataDescriptionChanged,

@@ -244,6 +244,7 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
     JavaScriptHandler handler(api, nullptr);
     ProgressLine progress(ProgressLine::Visibility::Never);
     RunRecorder recorder(project, progress);
+    recorder.setRecordsWrites(true);
     recorder.setSubject(instance, script->path);
     session.setObserver(&recorder);
     handler.setRunObserver(&recorder);

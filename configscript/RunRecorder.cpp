@@ -15,6 +15,11 @@ RunRecorder::RunRecorder(const Project &project, ProgressLine &progress)
 {
 }
 
+void RunRecorder::setRecordsWrites(bool recordsWrites)
+{
+    m_recordsWrites = recordsWrites;
+}
+
 void RunRecorder::setSubject(const QString &instance, const QString &script)
 {
     m_subjectInstance = instance;
@@ -53,7 +58,7 @@ RunReport RunRecorder::report() const
     report.duration = Clock::now() - m_begin;
     QHash<QString, QVector<PropertyChange>> unsaved; // by instance
     for (const FileTree *key : m_treeOrder) {
-        const WrittenTree tree = m_trees.value(key);
+        const WrittenTree &tree = *m_trees.constFind(key);
         const QVector<PropertyChange> changes = netChanges(tree);
         if (changes.isEmpty() && tree.fate != Fate::Failed) {
             continue;
@@ -135,21 +140,19 @@ void RunRecorder::propertyWritten(const FileTreeNode &node, const QString &prope
                                   const QVariant &oldValue, const QVariant &newValue)
 {
     WrittenTree &tree = m_trees[&node.tree()];
-    if (tree.node.isNull()) {
-        tree.node = node.sharedFromThis();
+    if (tree.properties.isEmpty()) {
         m_treeOrder.append(&node.tree());
     }
-    const QPair<QString, QString> property(node.path(), propertyKey);
-    if (m_isRunning) {
+    if (m_isRunning && m_recordsWrites) {
         m_run.writes.append(
-            {node.tree().identity(), {property.first, propertyKey, oldValue, newValue}});
+            {node.tree().identity(), {node.path(), propertyKey, oldValue, newValue}});
     }
-    const auto known = tree.changeIndex.constFind(property);
-    if (known != tree.changeIndex.constEnd()) {
-        tree.changes[*known].newValue = newValue;
+    const auto known = tree.index.constFind({&node, propertyKey});
+    if (known != tree.index.constEnd()) {
+        tree.properties[*known].newValue = newValue;
     } else {
-        tree.changeIndex.insert(property, tree.changes.size());
-        tree.changes.append({property.first, propertyKey, oldValue, newValue});
+        tree.index.insert({&node, propertyKey}, tree.properties.size());
+        tree.properties.append({node.sharedFromThis(), propertyKey, oldValue, newValue});
     }
 }
 
@@ -188,9 +191,11 @@ void RunRecorder::message(const QString &function, const QString &text)
 QVector<PropertyChange> RunRecorder::netChanges(const WrittenTree &tree) const
 {
     QVector<PropertyChange> changes;
-    for (const PropertyChange &change : tree.changes) {
-        if (!change.oldValue.isValid() || !JsonValue::areEqual(change.oldValue, change.newValue)) {
-            changes.append(change);
+    for (const WrittenProperty &property : tree.properties) {
+        if (!property.oldValue.isValid()
+            || !JsonValue::areEqual(property.oldValue, property.newValue)) {
+            changes.append(
+                {property.node->path(), property.key, property.oldValue, property.newValue});
         }
     }
     return changes;

@@ -20,6 +20,9 @@ class RunRecorder : public JavaScriptRunObserver, public TreeObserver, public Me
 public:
     RunRecorder(const Project &project, ProgressLine &progress);
 
+    /// Whether the report holds each write of a run, besides what came of them; by default not.
+    void setRecordsWrites(bool recordsWrites);
+
     /// All runs to come are of this instance and script. Without it, runs are those of a resolver:
     /// the argument is the instance's URL, and its tree names the script.
     void setSubject(const QString &instance, const QString &script);
@@ -56,14 +59,22 @@ private:
 
     enum class Fate { NotSaved, Saved, Failed };
 
+    /// A property from its first old value to its last new one.
+    struct WrittenProperty
+    {
+        QSharedPointer<const FileTreeNode> node;
+        QString key;
+        QVariant oldValue;
+        QVariant newValue;
+    };
+
     /// A tree that was written to.
     struct WrittenTree
     {
-        QSharedPointer<const FileTreeNode> node; ///< keeps the tree
         Fate fate = Fate::NotSaved;
         QString error;
-        QVector<PropertyChange> changes; ///< from the first old value to the last new one
-        QHash<QPair<QString, QString>, int> changeIndex; ///< by path and key
+        QVector<WrittenProperty> properties;
+        QHash<QPair<const FileTreeNode *, QString>, int> index; ///< of the properties
     };
 
     QVector<PropertyChange> netChanges(const WrittenTree &tree) const;
@@ -71,6 +82,7 @@ private:
     const Project &m_project;
     ProgressLine &m_progress;
     QString m_configurationFolder;
+    bool m_recordsWrites = false;
     QHash<QString, QString> m_scripts; ///< instance to its dependency script
     QString m_subjectInstance;
     QString m_subjectScript;

@@ -89,6 +89,13 @@ bool FileBatch::add(const QString &projectPath, const QString &filePath, const Q
     return false;
 }
 
+TextFile::Stamp FileBatch::stampOf(const QString &filePath) const
+{
+    const auto number = m_numbers.constFind(StagedFile::realPath(filePath));
+    return number == m_numbers.constEnd() ? TextFile::Stamp()
+                                          : TextFile::stampOf(m_files[size_t(*number)].newPath());
+}
+
 void FileBatch::giveUp(const QString &reason)
 {
     if (m_reasonToGiveUp.isEmpty()) {

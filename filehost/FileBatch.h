@@ -2,6 +2,7 @@
 
 #include "filehost/BatchJournal.h"
 #include "filehost/StagedFile.h"
+#include "filehost/TextFile.h"
 
 #include <QHash>
 #include <QVector>
@@ -33,6 +34,9 @@ public:
      */
     bool add(const QString &projectPath, const QString &filePath, const QByteArray &content,
              Diagnostic &error);
+
+    /// What a file that was added will be like, but for the time of its last change.
+    TextFile::Stamp stampOf(const QString &filePath) const;
 
     /// Makes commit() fail, for a reason that add() does not know.
     void giveUp(const QString &reason);

@@ -66,8 +66,10 @@ bool FileTree::write(const FileTreeNode &root, const QString &projectPath, const
                 : TextFile::write(filePath, text, error))) {
         return false;
     }
-    if (isOwnFile) {
-        (batch ? m_batchedText : m_storedText) = text;
+    if (isOwnFile && batch) {
+        m_batchedStamp = batch->stampOf(filePath);
+    } else if (isOwnFile) {
+        m_storedText = text;
     }
     return true;
 }
@@ -80,8 +82,12 @@ bool FileTree::isAsRead(Diagnostic &error) const
         return true;
     }
     QByteArray text;
-    const auto result = TextFile::read(filePath, maximumFileSize, text, error);
-    if (result == TextFile::ReadResult::Read && text != m_storedText && text != m_batchedText) {
+    TextFile::Stamp stamp;
+    const auto result = TextFile::read(filePath, maximumFileSize, text, error, &stamp);
+    const bool isBatched = stamp.device == m_batchedStamp.device
+        && stamp.inode == m_batchedStamp.inode && stamp.size == m_batchedStamp.size
+        && stamp.modified == m_batchedStamp.modified;
+    if (result == TextFile::ReadResult::Read && !isBatched && text != m_storedText) {
         error = {filePath, 0, 0,
                  QStringLiteral("cannot be written: the file has changed since it was read")};
         return false;

@@ -63,5 +63,5 @@ private:
     Identity m_identity;
     mutable QByteArray m_storedText; ///< what the tree's file holds, as far as is known
     TextFile::Stamp m_stamp; ///< of the file when it was read
-    mutable QByteArray m_batchedText; ///< what it holds once a batch is committed
+    mutable TextFile::Stamp m_batchedStamp; ///< of the file once a batch is committed
 };

@@ -65,12 +65,22 @@ JsonParser::JsonParser(const QByteArray &text)
 
 JsonText JsonParser::parse(Diagnostic &error)
 {
-    if (checkEncoding() && parseElements()) {
+    if (checkSize() && checkEncoding() && parseElements()) {
         m_json.m_elements.squeeze();
+        m_json.m_containers.squeeze();
         return m_json;
     }
     error = m_error;
     return JsonText();
+}
+
+bool JsonParser::checkSize()
+{
+    return m_size <= JsonText::maximumSize
+        || fail(0,
+                QStringLiteral("expected at most %1 bytes, found %2")
+                    .arg(JsonText::maximumSize)
+                    .arg(m_size));
 }
 
 bool JsonParser::checkEncoding()
@@ -304,7 +314,7 @@ bool JsonParser::parseCommaOrEnd()
 
 void JsonParser::appendScalar(int begin, JsonText::Type type, bool isPlain)
 {
-    m_json.m_elements.append({begin, m_offset, m_json.m_elements.size() + 1, type, isPlain});
+    m_json.m_elements.append({quint32(begin), quint32(type), quint32(isPlain), m_offset});
 }
 
 bool JsonParser::open(JsonText::Type type)
@@ -315,7 +325,8 @@ bool JsonParser::open(JsonText::Type type)
                         .arg(JsonText::maximumDepth));
     }
     m_open.append(m_json.m_elements.size());
-    m_json.m_elements.append({m_offset, 0, 0, type, false});
+    m_json.m_elements.append({quint32(m_offset), quint32(type), 0, m_json.m_containers.size()});
+    m_json.m_containers.append({0, 0});
     ++m_offset;
     m_expecting =
         type == JsonText::Type::Object ? Expecting::FirstKeyOrEnd : Expecting::FirstElementOrEnd;
@@ -326,8 +337,7 @@ bool JsonParser::close()
 {
     ++m_offset;
     const int index = m_open.takeLast();
-    m_json.m_elements[index].end = m_offset;
-    m_json.m_elements[index].next = m_json.m_elements.size();
+    m_json.m_containers[m_json.m_elements.at(index).extent] = {m_offset, m_json.m_elements.size()};
     m_expecting = Expecting::CommaOrEnd;
     return m_json.element(index).type == JsonText::Type::Array || checkKeysDiffer(index);
 }

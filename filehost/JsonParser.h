@@ -13,6 +13,7 @@ public:
 private:
     enum class Expecting { Value, FirstElementOrEnd, FirstKeyOrEnd, Key, CommaOrEnd };
 
+    bool checkSize();
     bool checkEncoding();
     bool parseElements();
     bool parseValue();

@@ -37,37 +37,38 @@ JsonText JsonText::parse(const QByteArray &text, Diagnostic &error)
 
 QByteArray JsonText::rawText(int index) const
 {
-    const Element &element = m_elements.at(index);
+    const Element element = this->element(index);
     return m_text.mid(element.begin, element.end - element.begin);
 }
 
 int JsonText::member(int index, const QString &key) const
 {
-    for (int i = firstChild(index); i < m_elements.at(index).next;) {
+    const int end = element(index).next;
+    for (int i = firstChild(index); i < end;) {
         const int valueIndex = i + 1;
         if (isString(i, key)) {
             return valueIndex;
         }
-        i = m_elements.at(valueIndex).next;
+        i = element(valueIndex).next;
     }
     return -1;
 }
 
 QLatin1String JsonText::rawString(int index) const
 {
-    const Element &element = m_elements.at(index);
+    const Element element = this->element(index);
     return QLatin1String(m_text.constData() + element.begin + 1, element.end - element.begin - 2);
 }
 
 bool JsonText::isString(int index, const QString &text) const
 {
-    return m_elements.at(index).isPlain ? rawString(index) == text : string(index) == text;
+    return m_elements.at(index).isPlain == 1 ? rawString(index) == text : string(index) == text;
 }
 
 QString JsonText::string(int index) const
 {
     const QLatin1String raw = rawString(index);
-    if (m_elements.at(index).isPlain) {
+    if (m_elements.at(index).isPlain == 1) {
         return raw;
     }
     const char *character = raw.begin();
@@ -113,7 +114,7 @@ QString JsonText::string(int index) const
 
 QVariant JsonText::value(int index) const
 {
-    const Element &element = m_elements.at(index);
+    const Element element = this->element(index);
     switch (element.type) {
     case Type::Null:
         return QVariant::fromValue(nullptr);
@@ -134,14 +135,14 @@ QVariant JsonText::value(int index) const
     }
     case Type::Array: {
         QVariantList list;
-        for (int i = firstChild(index); i < element.next; i = m_elements.at(i).next) {
+        for (int i = firstChild(index); i < element.next; i = this->element(i).next) {
             list.append(value(i));
         }
         return list;
     }
     case Type::Object: {
         QVariantMap map;
-        for (int i = firstChild(index); i < element.next; i = m_elements.at(i + 1).next) {
+        for (int i = firstChild(index); i < element.next; i = this->element(i + 1).next) {
             map.insert(string(i), value(i + 1));
         }
         return map;
@@ -164,7 +165,7 @@ Diagnostic JsonText::unexpected(int index, const QString &expected) const
 {
     static const char *const names[] = {"an object", "an array", "a string", "a number",
                                         "true",      "false",    "null"};
-    const Element &element = m_elements.at(index);
+    const Element element = this->element(index);
     return placeOf(element.begin,
                    QStringLiteral("expected %1, found %2")
                        .arg(expected, QLatin1String(names[int(element.type)])));

@@ -32,19 +32,22 @@ public:
 
     /// Deeper nesting is refused.
     static constexpr int maximumDepth = 512;
+    /// Longer texts are refused, in bytes.
+    static constexpr int maximumSize = 1 << 28;
 
     JsonText() = default;
 
     /**
      * Refused are, besides what is no JSON: invalid UTF-8, members of one object with equal keys,
-     * numbers beyond the range of a double, nesting deeper than maximumDepth.
+     * numbers beyond the range of a double, nesting deeper than maximumDepth, texts longer than
+     * maximumSize.
      * @param error receives place and reason, not the file, when the result is null
      */
     static JsonText parse(const QByteArray &text, Diagnostic &error);
 
     bool isNull() const { return m_elements.isEmpty(); }
     const QByteArray &text() const { return m_text; }
-    const Element &element(int index) const { return m_elements.at(index); }
+    Element element(int index) const;
     QByteArray rawText(int index) const;
 
     /**
@@ -52,7 +55,7 @@ public:
      * Walk them with: for (int i = firstChild(e); i < element(e).next; i = element(i).next)
      */
     int firstChild(int index) const { return index + 1; }
-    bool isEmpty(int index) const { return m_elements.at(index).next == index + 1; }
+    bool isEmpty(int index) const { return element(index).next == index + 1; }
 
     /// The value of the member @p key of the object @p index; -1 when there is none.
     int member(int index, const QString &key) const;
@@ -84,6 +87,32 @@ private:
     /// The bytes of a string element between the quotes.
     QLatin1String rawString(int index) const;
 
+    /// An element in as little memory as possible: large trees have many.
+    struct Entry
+    {
+        quint32 begin : 28;
+        quint32 type : 3;
+        quint32 isPlain : 1;
+        int extent; ///< a scalar's end; a container's index among the containers
+    };
+    struct Container
+    {
+        int end;
+        int next;
+    };
+
     QByteArray m_text;
-    QVector<Element> m_elements;
+    QVector<Entry> m_elements;
+    QVector<Container> m_containers;
 };
+
+inline JsonText::Element JsonText::element(int index) const
+{
+    const Entry &entry = m_elements.at(index);
+    const auto type = Type(entry.type);
+    if (type == Type::Object || type == Type::Array) {
+        const Container &container = m_containers.at(entry.extent);
+        return {int(entry.begin), container.end, container.next, type, false};
+    }
+    return {int(entry.begin), entry.extent, index + 1, type, bool(entry.isPlain)};
+}

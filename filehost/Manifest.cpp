@@ -63,54 +63,61 @@ void Manifest::read()
     case TextFile::ReadResult::Read:
         break;
     }
-    const JsonText json = JsonText::parse(text, m_error);
-    if (json.isNull()) {
+    m_json = JsonText::parse(text, m_error);
+    if (m_json.isNull()) {
         m_error.file = m_filePath;
         return;
     }
-    if (json.element(0).type != JsonText::Type::Array) {
-        m_error = json.unexpected(0, QStringLiteral("an array on top"));
+    if (m_json.element(0).type != JsonText::Type::Array) {
+        m_error = m_json.unexpected(0, QStringLiteral("an array on top"));
         m_error.file = m_filePath;
         return;
     }
     const QString key =
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
-    const int value = findMember(json, 0, key);
+    const int value = findMember(m_json, 0, key);
     if (value < 0) {
         m_warnings.append(
-            placeOf(json, 0, QStringLiteral("expected an object with the member \"%1\"").arg(key)));
-    } else if (json.element(value).type == JsonText::Type::Array) {
-        addEntries(json, value);
-    } else if (json.element(value).type != JsonText::Type::Null) {
-        m_error = json.unexpected(value, QStringLiteral("an array as \"%1\"").arg(key));
+            placeOf(0, QStringLiteral("expected an object with the member \"%1\"").arg(key)));
+    } else if (m_json.element(value).type == JsonText::Type::Array) {
+        addEntries(value);
+    } else if (m_json.element(value).type != JsonText::Type::Null) {
+        m_error = m_json.unexpected(value, QStringLiteral("an array as \"%1\"").arg(key));
         m_error.file = m_filePath;
     }
 }
 
-void Manifest::addEntries(const JsonText &json, int array)
+void Manifest::addEntries(int array)
 {
     const QString key = SystemInformationManagerDataDefinitions::getKeyInstanceName();
     QSet<QString> known;
-    for (int i = json.firstChild(array); i < json.element(array).next; i = json.element(i).next) {
-        const int name = json.element(i).type == JsonText::Type::Object ? json.member(i, key) : -1;
-        if (name < 0 || json.element(name).type != JsonText::Type::String) {
-            m_entryErrors.append(placeOf(
-                json, i, QStringLiteral("expected an object with the string \"%1\"").arg(key)));
+    for (int i = m_json.firstChild(array); i < m_json.element(array).next;
+         i = m_json.element(i).next) {
+        const int name =
+            m_json.element(i).type == JsonText::Type::Object ? m_json.member(i, key) : -1;
+        if (name < 0 || m_json.element(name).type != JsonText::Type::String) {
+            m_entryErrors.append(
+                placeOf(i, QStringLiteral("expected an object with the string \"%1\"").arg(key)));
             continue;
         }
-        const QString instanceName = json.string(name);
+        const QString instanceName = m_json.string(name);
         if (known.contains(instanceName)) {
             m_warnings.append(
-                placeOf(json, i, QStringLiteral("\"%1\" is listed twice").arg(instanceName)));
+                placeOf(i, QStringLiteral("\"%1\" is listed twice").arg(instanceName)));
         }
         known.insert(instanceName);
-        m_entries.append({instanceName, placeOf(json, i, QString())});
+        m_entries.append({instanceName, i});
     }
 }
 
-Diagnostic Manifest::placeOf(const JsonText &json, int element, const QString &message) const
+Diagnostic Manifest::placeOf(const Entry &entry) const
 {
-    Diagnostic place = json.placeOf(json.element(element).begin, message);
+    return placeOf(entry.element, QString());
+}
+
+Diagnostic Manifest::placeOf(int element, const QString &message) const
+{
+    Diagnostic place = m_json.placeOf(m_json.element(element).begin, message);
     place.file = m_filePath;
     return place;
 }

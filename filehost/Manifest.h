@@ -1,12 +1,12 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/JsonText.h"
 
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
-class JsonText;
 class Project;
 
 /**
@@ -19,7 +19,7 @@ public:
     struct Entry
     {
         QString instanceName;
-        Diagnostic place; ///< of the entry; without a message
+        int element; ///< of the entry in the manifest's text
     };
 
     explicit Manifest(const Project &project);
@@ -36,15 +36,19 @@ public:
     /// What is odd, but does no harm.
     const QVector<Diagnostic> &warnings() const { return m_warnings; }
 
+    /// Where an entry stands, without a message.
+    Diagnostic placeOf(const Entry &entry) const;
+
     /// The instances in the manifest's order, duplicates included.
     const QVector<Entry> &entries() const { return m_entries; }
 
 private:
     void read();
-    void addEntries(const JsonText &json, int array);
-    Diagnostic placeOf(const JsonText &json, int element, const QString &message) const;
+    void addEntries(int array);
+    Diagnostic placeOf(int element, const QString &message) const;
 
     QString m_filePath;
+    JsonText m_json;
     Diagnostic m_error;
     QVector<Diagnostic> m_entryErrors;
     QVector<Diagnostic> m_warnings;

@@ -3,6 +3,8 @@
 #include "filehost/PercentEncoding.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 
+#include <QSharedData>
+
 // <scheme>://<module>/<object>/<instance>#<path>. The instance may hold "/", and so may the path;
 // everything else that has a meaning in the syntax is percent-encoded inside a part.
 
@@ -12,7 +14,59 @@ const QLatin1String s_schemeEnd("://");
 
 } // namespace
 
-SelectorUrlHandler::SelectorUrlHandler(const QString &url)
+/// What a URL is made of. Handlers share it: it never changes, but for what it finds out of itself.
+class SelectorUrlHandler::Parts : public QSharedData
+{
+public:
+    using Pointer = QExplicitlySharedDataPointer<Parts>;
+
+    Parts() = default;
+    Parts(const Parts &other)
+        : QSharedData(other)
+        , scheme(other.scheme)
+        , moduleName(other.moduleName)
+        , objectName(other.objectName)
+        , instance(other.instance)
+        , relUrl(other.relUrl)
+    {
+    }
+    Parts &operator=(const Parts &other) = delete;
+
+    /// The parts of @p url; those of the last URL are kept: the library parses each URL of a
+    /// script several times.
+    static Pointer of(const QString &url);
+
+    void parse(const QString &url);
+    QString join() const;
+
+    /// The same but for an empty relative URL.
+    const Pointer &ofInstance() const;
+
+    QString scheme;
+    QString moduleName;
+    QString objectName;
+    QString instance;
+    QString relUrl;
+    mutable QString text; ///< of all parts; null while nobody has asked for it
+
+private:
+    mutable Pointer m_ofInstance;
+};
+
+SelectorUrlHandler::Parts::Pointer SelectorUrlHandler::Parts::of(const QString &url)
+{
+    thread_local QString lastUrl;
+    thread_local Pointer lastParts;
+    if (!lastParts || lastUrl != url) {
+        Pointer parts(new Parts);
+        parts->parse(url);
+        lastUrl = url;
+        lastParts = parts;
+    }
+    return lastParts;
+}
+
+void SelectorUrlHandler::Parts::parse(const QString &url)
 {
     const int schemeEnd = url.indexOf(s_schemeEnd);
     if (schemeEnd < 0) {
@@ -26,113 +80,147 @@ SelectorUrlHandler::SelectorUrlHandler(const QString &url)
     if (objectEnd < 0 || objectEnd > end) {
         return;
     }
-
-    QString scheme;
-    QString moduleName;
-    QString objectName;
-    QString instance;
-    QString relUrl;
     const auto part = [&url](int from, int to) {
         return url.midRef(from, to - from);
     };
-    if (PercentEncoding::decode(part(0, schemeEnd), scheme)
+    const bool isWellFormed = PercentEncoding::decode(part(0, schemeEnd), scheme)
         && PercentEncoding::decode(part(moduleBegin, moduleEnd), moduleName)
         && PercentEncoding::decode(part(moduleEnd + 1, objectEnd), objectName)
         && PercentEncoding::decode(part(objectEnd + 1, end), instance)
-        && (hash < 0 || PercentEncoding::decode(part(hash + 1, url.size()), relUrl))) {
-        m_scheme = scheme;
-        m_moduleName = moduleName;
-        m_objectName = objectName;
-        m_instance = instance;
-        m_url = relUrl;
+        && (hash < 0 || PercentEncoding::decode(part(hash + 1, url.size()), relUrl));
+    if (!isWellFormed) {
+        for (QString *decoded : {&scheme, &moduleName, &objectName, &instance, &relUrl}) {
+            decoded->clear();
+        }
     }
 }
 
-bool SelectorUrlHandler::isValid() const
-{
-    return !m_scheme.isEmpty() && !m_objectName.isEmpty() && !m_instance.isEmpty();
-}
-
-QString SelectorUrlHandler::getScheme() const
-{
-    return m_scheme;
-}
-
-QString SelectorUrlHandler::getModuleName() const
-{
-    return m_moduleName;
-}
-
-QString SelectorUrlHandler::getObjectName() const
-{
-    return m_objectName;
-}
-
-QString SelectorUrlHandler::getInstance() const
-{
-    return m_instance;
-}
-
-QString SelectorUrlHandler::getUrl() const
-{
-    return m_url;
-}
-
-bool SelectorUrlHandler::isConfigurationScheme() const
-{
-    return m_scheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
-}
-
-bool SelectorUrlHandler::isProcessDataScheme() const
-{
-    return m_scheme == QLatin1String("process");
-}
-
-QString SelectorUrlHandler::toString() const
+QString SelectorUrlHandler::Parts::join() const
 {
     QString url;
-    url.reserve(m_scheme.size() + m_moduleName.size() + m_objectName.size() + m_instance.size()
-                + m_url.size() + 8);
-    PercentEncoding::append(url, m_scheme, PercentEncoding::Slash::Encoded);
+    url.reserve(scheme.size() + moduleName.size() + objectName.size() + instance.size()
+                + relUrl.size() + 8);
+    PercentEncoding::append(url, scheme, PercentEncoding::Slash::Encoded);
     url += s_schemeEnd;
-    PercentEncoding::append(url, m_moduleName, PercentEncoding::Slash::Encoded);
+    PercentEncoding::append(url, moduleName, PercentEncoding::Slash::Encoded);
     url += QLatin1Char('/');
-    PercentEncoding::append(url, m_objectName, PercentEncoding::Slash::Encoded);
+    PercentEncoding::append(url, objectName, PercentEncoding::Slash::Encoded);
     url += QLatin1Char('/');
-    PercentEncoding::append(url, m_instance, PercentEncoding::Slash::Kept);
-    if (!m_url.isEmpty()) {
+    PercentEncoding::append(url, instance, PercentEncoding::Slash::Kept);
+    if (!relUrl.isEmpty()) {
         url += QLatin1Char('#');
-        PercentEncoding::append(url, m_url, PercentEncoding::Slash::Kept);
+        PercentEncoding::append(url, relUrl, PercentEncoding::Slash::Kept);
     }
     return url;
 }
 
+const SelectorUrlHandler::Parts::Pointer &SelectorUrlHandler::Parts::ofInstance() const
+{
+    if (!m_ofInstance) {
+        m_ofInstance = new Parts(*this);
+        m_ofInstance->relUrl.clear();
+    }
+    return m_ofInstance;
+}
+
+SelectorUrlHandler::SelectorUrlHandler(const QString &url)
+    : m_parts(Parts::of(url))
+{
+}
+
+SelectorUrlHandler::SelectorUrlHandler(const SelectorUrlHandler &other) = default;
+
+SelectorUrlHandler &SelectorUrlHandler::operator=(const SelectorUrlHandler &other) = default;
+
+SelectorUrlHandler::~SelectorUrlHandler() = default;
+
+bool SelectorUrlHandler::isValid() const
+{
+    return !m_parts->scheme.isEmpty() && !m_parts->objectName.isEmpty()
+        && !m_parts->instance.isEmpty();
+}
+
+QString SelectorUrlHandler::getScheme() const
+{
+    return m_parts->scheme;
+}
+
+QString SelectorUrlHandler::getModuleName() const
+{
+    return m_parts->moduleName;
+}
+
+QString SelectorUrlHandler::getObjectName() const
+{
+    return m_parts->objectName;
+}
+
+QString SelectorUrlHandler::getInstance() const
+{
+    return m_parts->instance;
+}
+
+QString SelectorUrlHandler::getUrl() const
+{
+    return m_parts->relUrl;
+}
+
+bool SelectorUrlHandler::isConfigurationScheme() const
+{
+    return m_parts->scheme
+        == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
+}
+
+bool SelectorUrlHandler::isProcessDataScheme() const
+{
+    return m_parts->scheme == QLatin1String("process");
+}
+
+QString SelectorUrlHandler::toString() const
+{
+    if (m_parts->text.isNull()) {
+        m_parts->text = m_parts->join();
+    }
+    return m_parts->text;
+}
+
 SelectorUrlHandler &SelectorUrlHandler::setScheme(const QString &scheme)
 {
-    m_scheme = scheme;
+    changeableParts().scheme = scheme;
     return *this;
 }
 
 SelectorUrlHandler &SelectorUrlHandler::setModuleName(const QString &moduleName)
 {
-    m_moduleName = moduleName;
+    changeableParts().moduleName = moduleName;
     return *this;
 }
 
 SelectorUrlHandler &SelectorUrlHandler::setObjectName(const QString &objectName)
 {
-    m_objectName = objectName;
+    changeableParts().objectName = objectName;
     return *this;
 }
 
 SelectorUrlHandler &SelectorUrlHandler::setInstance(const QString &instance)
 {
-    m_instance = instance;
+    changeableParts().instance = instance;
     return *this;
 }
 
 SelectorUrlHandler &SelectorUrlHandler::setUrl(const QString &relUrl)
 {
-    m_url = relUrl;
+    if (!relUrl.isEmpty()) {
+        changeableParts().relUrl = relUrl;
+    } else if (!m_parts->relUrl.isEmpty()) {
+        m_parts = m_parts->ofInstance();
+    }
     return *this;
+}
+
+/// Parts of this handler's own.
+SelectorUrlHandler::Parts &SelectorUrlHandler::changeableParts()
+{
+    m_parts = new Parts(*m_parts);
+    return *m_parts;
 }

@@ -60,6 +60,11 @@ QByteArray StagedFile::folder() const
     return m_path.left(m_path.lastIndexOf('/'));
 }
 
+QString StagedFile::newPath() const
+{
+    return QFile::decodeName(m_newPath);
+}
+
 bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
 {
     const auto refuse = [&](const QString &reason) {

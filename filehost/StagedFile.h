@@ -30,6 +30,9 @@ public:
     /// Stores the content; makes the folders that lead to the file.
     bool write(const QByteArray &content, Diagnostic &error) const;
 
+    /// The file that holds the content until it takes the file's place.
+    QString newPath() const;
+
     /// Waits until the content is on the disk.
     bool sync(Diagnostic &error) const;
 

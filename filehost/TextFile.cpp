@@ -100,13 +100,19 @@ ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content
     return ReadResult::Read;
 }
 
-bool isUnchanged(const QString &filePath, const Stamp &stamp)
+Stamp stampOf(const QString &filePath)
 {
     struct stat status;
-    if (!stamp.isSettled || ::stat(QFile::encodeName(filePath).constData(), &status) != 0) {
+    return ::stat(QFile::encodeName(filePath).constData(), &status) == 0 ? stampOf(status)
+                                                                         : Stamp();
+}
+
+bool isUnchanged(const QString &filePath, const Stamp &stamp)
+{
+    if (!stamp.isSettled) {
         return false;
     }
-    const Stamp now = stampOf(status);
+    const Stamp now = stampOf(filePath);
     return now.device == stamp.device && now.inode == stamp.inode && now.size == stamp.size
         && now.modified == stamp.modified && now.changed == stamp.changed;
 }

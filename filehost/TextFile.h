@@ -30,6 +30,9 @@ struct Stamp
 ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error,
                 Stamp *stamp = nullptr);
 
+/// What a file is like; the size is -1 when there is none.
+Stamp stampOf(const QString &filePath);
+
 /// Whether a file is known to be as it was when @p stamp was taken. If not, it may be all the same.
 bool isUnchanged(const QString &filePath, const Stamp &stamp);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QExplicitlySharedDataPointer>
 #include <QString>
 
 /**
@@ -7,13 +8,16 @@
  *
  * A selector URL names a scheme, a module, an object, an instance of the object, and a node inside
  * the instance's tree by its relative URL. The text that toString() gives parses back to the same
- * parts.
+ * parts. A handler and its copies belong to one thread.
  */
 class SelectorUrlHandler
 {
 public:
     /// Parses @p url. A text that is no selector URL leaves all parts empty.
     explicit SelectorUrlHandler(const QString &url);
+    SelectorUrlHandler(const SelectorUrlHandler &other);
+    SelectorUrlHandler &operator=(const SelectorUrlHandler &other);
+    ~SelectorUrlHandler();
 
     bool isValid() const;
 
@@ -37,9 +41,9 @@ public:
     SelectorUrlHandler &setUrl(const QString &relUrl);
 
 private:
-    QString m_scheme;
-    QString m_moduleName;
-    QString m_objectName;
-    QString m_instance;
-    QString m_url;
+    class Parts;
+
+    Parts &changeableParts();
+
+    QExplicitlySharedDataPointer<Parts> m_parts;
 };

@@ -60,8 +60,8 @@ private Q_SLOTS:
         QVERIFY2(!manifest.hasFailed(), qPrintable(manifest.error().toString()));
         QStringList entries;
         for (const Manifest::Entry &entry : manifest.entries()) {
-            QCOMPARE(entry.place.file, manifest.filePath());
-            entries.append(text(entry.place) + entry.instanceName);
+            QCOMPARE(manifest.placeOf(entry).file, manifest.filePath());
+            entries.append(text(manifest.placeOf(entry)) + entry.instanceName);
         }
         QTEST(entries.join(QStringLiteral(", ")), "entries");
         QTEST(text(manifest.entryErrors(), manifest.filePath()), "entryErrors");
