@@ -70,30 +70,38 @@ FileBatch::~FileBatch()
 }
 
 bool FileBatch::add(const QString &projectPath, const QString &filePath, const QByteArray &content,
-                    Diagnostic &error)
+                    TextFile::Stamp &stamp, Diagnostic &error)
 {
-    const QString realPath = StagedFile::realPath(filePath);
-    const bool isKnown = m_numbers.contains(realPath);
-    const int number = isKnown ? m_numbers.value(realPath) : int(m_files.size());
+    const QString path = realPath(filePath);
+    const bool isKnown = m_numbers.contains(path);
+    const int number = isKnown ? m_numbers.value(path) : int(m_files.size());
     const bool isJournaled = isKnown
-        || (begin(error) && joinProject(QFileInfo(projectPath).canonicalFilePath(), error)
-            && m_journal.addFile(realPath, error));
+        || (begin(error) && joinProject(projectPath, error) && m_journal.addFile(path, error));
     if (isJournaled && !isKnown) {
-        m_numbers.insert(realPath, number);
-        m_files.emplace_back(realPath, QString::number(number));
+        m_numbers.insert(path, number);
+        m_files.emplace_back(path, QString::number(number));
     }
-    if (isJournaled && m_files[size_t(number)].write(content, error)) {
-        return true;
+    if (!isJournaled || !m_files[size_t(number)].write(content, error)) {
+        giveUp(error.toString());
+        return false;
     }
-    giveUp(error.toString());
-    return false;
+    stamp = TextFile::stampOf(m_files[size_t(number)].newPath());
+    return true;
 }
 
-TextFile::Stamp FileBatch::stampOf(const QString &filePath) const
+/// As StagedFile::realPath(), which takes its time.
+QString FileBatch::realPath(const QString &filePath)
 {
-    const auto number = m_numbers.constFind(StagedFile::realPath(filePath));
-    return number == m_numbers.constEnd() ? TextFile::Stamp()
-                                          : TextFile::stampOf(m_files[size_t(*number)].newPath());
+    struct stat status;
+    if (::lstat(QFile::encodeName(filePath).constData(), &status) != 0 || S_ISLNK(status.st_mode)) {
+        return StagedFile::realPath(filePath);
+    }
+    const int nameBegin = filePath.lastIndexOf(QLatin1Char('/')) + 1;
+    QString &folder = m_realFolders[filePath.left(nameBegin)];
+    if (folder.isNull()) {
+        folder = QFileInfo(filePath.left(nameBegin)).canonicalFilePath() + QLatin1Char('/');
+    }
+    return folder + filePath.mid(nameBegin);
 }
 
 void FileBatch::giveUp(const QString &reason)
@@ -111,17 +119,24 @@ bool FileBatch::begin(Diagnostic &error)
     return m_isBegun;
 }
 
-bool FileBatch::joinProject(const QString &projectPath, Diagnostic &error)
+bool FileBatch::joinProject(const QString &givenPath, Diagnostic &error)
 {
-    if (projectPath == m_projectPath || m_otherProjects.contains(projectPath)) {
+    if (m_joinedProjects.contains(givenPath)) {
         return true;
     }
-    BatchJournal journal(projectPath);
-    if (!m_journal.addProject(projectPath, error) || !journal.create(error)) {
-        return false;
+    const QString projectPath = QFileInfo(givenPath).canonicalFilePath();
+    if (projectPath != m_projectPath && !m_otherProjects.contains(projectPath)) {
+        BatchJournal journal(projectPath);
+        if (!m_journal.addProject(projectPath, error) || !journal.create(error)) {
+            return false;
+        }
+        m_otherProjects.append(projectPath);
+        if (!journal.setOwner(m_projectPath, error)) {
+            return false;
+        }
     }
-    m_otherProjects.append(projectPath);
-    return journal.setOwner(m_projectPath, error);
+    m_joinedProjects.insert(givenPath);
+    return true;
 }
 
 bool FileBatch::commit(QString &error)
@@ -265,6 +280,8 @@ bool FileBatch::end(Diagnostic &error)
     m_isBegun = false;
     m_files.clear();
     m_numbers.clear();
+    m_joinedProjects.clear();
+    m_realFolders.clear();
     m_otherProjects.clear();
     return true;
 }

@@ -5,6 +5,7 @@
 #include "filehost/TextFile.h"
 
 #include <QHash>
+#include <QSet>
 #include <QVector>
 
 #include <memory>
@@ -30,13 +31,11 @@ public:
     /**
      * Takes the content for a file, the last one for each file.
      * @param projectPath the folder of the project that the file belongs to
+     * @param stamp receives what the file will be like, but for the time when it was changed
      * @return false, with @p error set, when it could not be stored; the batch is then given up
      */
     bool add(const QString &projectPath, const QString &filePath, const QByteArray &content,
-             Diagnostic &error);
-
-    /// What a file that was added will be like, but for the time of its last change.
-    TextFile::Stamp stampOf(const QString &filePath) const;
+             TextFile::Stamp &stamp, Diagnostic &error);
 
     /// Makes commit() fail, for a reason that add() does not know.
     void giveUp(const QString &reason);
@@ -71,6 +70,7 @@ private:
     Q_DISABLE_COPY(FileBatch)
 
     bool begin(Diagnostic &error);
+    QString realPath(const QString &filePath);
     bool joinProject(const QString &projectPath, Diagnostic &error);
     bool syncContents(Diagnostic &error) const;
     bool replaceAll(Diagnostic &error);
@@ -83,6 +83,8 @@ private:
     bool m_isBegun = false;
     std::vector<StagedFile> m_files;
     QHash<QString, int> m_numbers; ///< by real path
+    QHash<QString, QString> m_realFolders; ///< of the folders of files that were added
+    QSet<QString> m_joinedProjects; ///< the paths that were given
     QStringList m_otherProjects; ///< that hold a journal which points here
     QString m_reasonToGiveUp; ///< the first one; empty for none
 };

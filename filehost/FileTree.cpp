@@ -61,14 +61,20 @@ bool FileTree::write(const FileTreeNode &root, const QString &projectPath, const
         return false;
     }
     const QByteArray text = root.text();
-    FileBatch *batch = HostSession::batch();
-    if (!(batch ? batch->add(projectPath, filePath, text, error)
-                : TextFile::write(filePath, text, error))) {
+    if (FileBatch *batch = HostSession::batch()) {
+        TextFile::Stamp stamp;
+        if (!batch->add(projectPath, filePath, text, stamp, error)) {
+            return false;
+        }
+        if (isOwnFile) {
+            m_batchedStamp = stamp;
+        }
+        return true;
+    }
+    if (!TextFile::write(filePath, text, error)) {
         return false;
     }
-    if (isOwnFile && batch) {
-        m_batchedStamp = batch->stampOf(filePath);
-    } else if (isOwnFile) {
+    if (isOwnFile) {
         m_storedText = text;
     }
     return true;

@@ -2,8 +2,6 @@
 
 #include "filehost/FileTree.h"
 
-#include <QFileInfo>
-
 HostSession *HostSession::s_current = nullptr;
 
 HostSession::HostSession(const QHash<QString, QVariantMap> &units, Writing writing)
@@ -47,8 +45,11 @@ bool HostSession::admits(const QSharedPointer<const FileTree> &tree, const QStri
     if (isWrittenAtOnce || filePath != tree->identity().filePath) {
         return true;
     }
-    const QString realPath = QFileInfo(filePath).canonicalFilePath();
-    auto &stored = s_current->m_storedTrees[realPath.isEmpty() ? filePath : realPath];
+    const TextFile::Stamp file = TextFile::stampOf(filePath);
+    if (file.size < 0) {
+        return true; // it was removed since it was read
+    }
+    auto &stored = s_current->m_storedTrees[{file.device, file.inode}];
     if (stored && stored != tree) {
         error = {filePath, 0, 0,
                  QStringLiteral("cannot be written: the file has changed since it was read")};

@@ -5,6 +5,7 @@
 #include "filehost/TextFile.h"
 
 #include <QHash>
+#include <QPair>
 #include <QSharedPointer>
 #include <QString>
 #include <QVariant>
@@ -73,6 +74,6 @@ private:
     Writing m_writing;
     FileBatch *m_batch = nullptr;
     TreeObserver *m_observer = nullptr;
-    QHash<QString, QSharedPointer<const FileTree>> m_storedTrees; ///< by file
+    QHash<QPair<quint64, quint64>, QSharedPointer<const FileTree>> m_storedTrees; ///< by file
     QHash<QString, ParsedFile> m_parsedFiles;
 };
