@@ -40,8 +40,7 @@ bool FileTreeNode::isUrlValid(const QString &relUrl) const
 
 QVariant FileTreeNode::getProperty(const QString &propertyKey) const
 {
-    const auto property = properties().find(propertyKey);
-    QVariant value = property == m_properties->end() ? QVariant() : decoded(*property);
+    QVariant value = this->value(propertyKey);
     if (TreeObserver *observer = HostSession::observer()) {
         observer->propertyRead(*this, propertyKey, value);
     }
@@ -50,28 +49,30 @@ QVariant FileTreeNode::getProperty(const QString &propertyKey) const
 
 bool FileTreeNode::hasProperty(const QString &propertyKey) const
 {
-    return properties().contains(propertyKey);
+    return m_writtenProperties.contains(propertyKey) || propertyElement(propertyKey) >= 0;
 }
 
 int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
 {
-    if (readOnlyKeys().contains(propertyKey)) {
+    if (isReadOnly(propertyKey)) {
         return 2;
     }
     const QVariant newValue = JsonValue::normalized(value);
     if (!newValue.isValid()) {
         return 3;
     }
-    QVariant oldValue;
-    const auto property = properties().find(propertyKey);
-    if (property == m_properties->end()) {
-        m_properties->insert(propertyKey, {newValue, -1, true});
-        m_addedKeys.append(propertyKey);
-    } else if (JsonValue::areEqual(decoded(*property), newValue)) {
+    const QVariant oldValue = this->value(propertyKey);
+    if (oldValue.isValid() && JsonValue::areEqual(oldValue, newValue)) {
         return 1;
+    }
+    const auto written = m_writtenProperties.find(propertyKey);
+    if (written != m_writtenProperties.end()) {
+        written->value = newValue;
     } else {
-        oldValue = std::exchange(property->value, newValue);
-        property->isChanged = true;
+        m_writtenProperties.insert(propertyKey, {newValue, propertyElement(propertyKey)});
+        if (!oldValue.isValid()) {
+            m_addedKeys.append(propertyKey);
+        }
     }
     if (TreeObserver *observer = HostSession::observer()) {
         observer->propertyWritten(*this, propertyKey, oldValue, newValue);
@@ -112,7 +113,16 @@ QStringList FileTreeNode::childNames() const
 
 bool FileTreeNode::isReadOnly(const QString &propertyKey) const
 {
-    return readOnlyKeys().contains(propertyKey);
+    const JsonText &json = m_tree->json();
+    const int array = member(QStringLiteral("readOnly"));
+    if (array >= 0) {
+        for (int i = json.firstChild(array); i < json.element(array).next; ++i) {
+            if (json.isString(i, propertyKey)) {
+                return true;
+            }
+        }
+    }
+    return false;
 }
 
 QString FileTreeNode::path() const
@@ -143,8 +153,8 @@ QVector<QSharedPointer<const FileTreeNode>> FileTreeNode::children() const
 
 Diagnostic FileTreeNode::placeOf(const QString &propertyKey, const QString &message) const
 {
-    const int propertyElement = properties().value(propertyKey).element;
-    const int element = propertyElement >= 0 ? propertyElement : m_element;
+    const int property = propertyElement(propertyKey);
+    const int element = property >= 0 ? property : m_element;
     const JsonText &json = m_tree->json();
     Diagnostic place = json.placeOf(json.element(element).begin, message);
     place.file = m_tree->identity().filePath;
@@ -178,37 +188,6 @@ const FileTreeNode *FileTreeNode::find(const QString &relUrl) const
     return node;
 }
 
-FileTreeNode::Properties &FileTreeNode::properties() const
-{
-    if (!m_properties) {
-        m_properties.emplace();
-        const JsonText &json = m_tree->json();
-        const int object = member(QStringLiteral("properties"));
-        if (object >= 0) {
-            const int end = json.element(object).next;
-            for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
-                m_properties->insert(json.string(i), {QVariant(), i + 1, false});
-            }
-        }
-    }
-    return *m_properties;
-}
-
-const QSet<QString> &FileTreeNode::readOnlyKeys() const
-{
-    if (!m_readOnlyKeys) {
-        m_readOnlyKeys.emplace();
-        const JsonText &json = m_tree->json();
-        const int array = member(QStringLiteral("readOnly"));
-        if (array >= 0) {
-            for (int i = json.firstChild(array); i < json.element(array).next; ++i) {
-                m_readOnlyKeys->insert(json.string(i));
-            }
-        }
-    }
-    return *m_readOnlyKeys;
-}
-
 const FileTreeNode::Children &FileTreeNode::childMap() const
 {
     if (!m_children) {
@@ -226,17 +205,27 @@ const FileTreeNode::Children &FileTreeNode::childMap() const
     return *m_children;
 }
 
-const QVariant &FileTreeNode::decoded(Property &property) const
-{
-    if (!property.value.isValid()) {
-        property.value = m_tree->json().value(property.element);
-    }
-    return property.value;
-}
-
 int FileTreeNode::member(const QString &name) const
 {
     return m_tree->json().member(m_element, name);
+}
+
+/// The value in the tree's text; -1 when there is none.
+int FileTreeNode::propertyElement(const QString &propertyKey) const
+{
+    const int object = member(QStringLiteral("properties"));
+    return object < 0 ? -1 : m_tree->json().member(object, propertyKey);
+}
+
+/// Invalid when there is no such property.
+QVariant FileTreeNode::value(const QString &propertyKey) const
+{
+    const auto written = m_writtenProperties.constFind(propertyKey);
+    if (written != m_writtenProperties.constEnd()) {
+        return written->value;
+    }
+    const int element = propertyElement(propertyKey);
+    return element < 0 ? QVariant() : m_tree->json().value(element);
 }
 
 QStringList FileTreeNode::keysOf(const QString &member) const
@@ -255,17 +244,15 @@ QStringList FileTreeNode::keysOf(const QString &member) const
 
 void FileTreeNode::collectEdits(JsonEdit &edit) const
 {
-    if (m_properties) {
-        for (const Property &property : qAsConst(*m_properties)) {
-            if (property.isChanged && property.element >= 0) {
-                edit.setValue(property.element, property.value);
-            }
+    for (const WrittenProperty &property : m_writtenProperties) {
+        if (property.element >= 0) {
+            edit.setValue(property.element, property.value);
         }
     }
     if (!m_addedKeys.isEmpty()) {
         QVector<JsonEdit::Member> members;
         for (const QString &key : m_addedKeys) {
-            members.append({key, m_properties->value(key).value});
+            members.append({key, m_writtenProperties.value(key).value});
         }
         const int object = member(QStringLiteral("properties"));
         if (object >= 0) {

@@ -5,7 +5,6 @@
 
 #include <QEnableSharedFromThis>
 #include <QHash>
-#include <QSet>
 #include <QStringList>
 
 #include <optional>
@@ -16,8 +15,8 @@ class JsonEdit;
  * A node of a tree that was read from a file.
  *
  * Values are held in the form that JsonText::value() gives them. The node knows which of its
- * properties were changed since the file was read. It decodes its part of the text when it is
- * asked for: most nodes of a large tree never are.
+ * properties were changed since the file was read. It looks up in the text what it is asked for:
+ * most of a large tree never is.
  */
 class FileTreeNode : public ConfigurationAndProcessDataBase,
                      public QEnableSharedFromThis<FileTreeNode>
@@ -65,30 +64,25 @@ public:
     QByteArray text() const;
 
 private:
-    struct Property
+    /// A property that was written.
+    struct WrittenProperty
     {
-        QVariant value; ///< invalid while it is not decoded
-        int element = -1; ///< the value in the tree's text; -1 when it was added
-        bool isChanged = false;
+        QVariant value;
+        int element = -1; ///< the old value in the tree's text; -1 when the property was added
     };
-    using Properties = QHash<QString, Property>;
     using Children = QHash<QString, BaseClassSharedPointer>;
 
-    Properties &properties() const;
-    const QSet<QString> &readOnlyKeys() const;
     const Children &childMap() const;
-    const QVariant &decoded(Property &property) const;
     const FileTreeNode *find(const QString &relUrl) const;
     int member(const QString &name) const;
+    int propertyElement(const QString &propertyKey) const;
+    QVariant value(const QString &propertyKey) const;
     QStringList keysOf(const QString &member) const;
     void collectEdits(JsonEdit &edit) const;
 
     const QSharedPointer<const FileTree> m_tree;
     const int m_element; ///< the node in the tree's text
+    QHash<QString, WrittenProperty> m_writtenProperties;
     QStringList m_addedKeys;
-
-    // Decoded on request.
-    mutable std::optional<Properties> m_properties;
-    mutable std::optional<QSet<QString>> m_readOnlyKeys;
-    mutable std::optional<Children> m_children;
+    mutable std::optional<Children> m_children; ///< made on request
 };
