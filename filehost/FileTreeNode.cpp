@@ -9,16 +9,6 @@
 
 #include <utility>
 
-namespace {
-
-const FileTreeNode *fileTreeNode(
-    const ConfigurationAndProcessDataBase::BaseClassSharedPointer &node)
-{
-    return static_cast<const FileTreeNode *>(node.data());
-}
-
-} // namespace
-
 FileTreeNode::FileTreeNode(const QSharedPointer<const FileTree> &tree, int element)
     : m_tree(tree)
     , m_element(element)
@@ -98,7 +88,16 @@ void FileTreeNode::addProperty(const QString &propertyKey, const QVariant &value
 QHash<QString, ConfigurationAndProcessDataBase::BaseClassSharedPointer> FileTreeNode::getChildMap()
     const
 {
-    return childMap();
+    QHash<QString, BaseClassSharedPointer> children;
+    const JsonText &json = m_tree->json();
+    const int object = member(QStringLiteral("children"));
+    if (object >= 0) {
+        const int end = json.element(object).next;
+        for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
+            children.insert(json.string(i), child(i + 1));
+        }
+    }
+    return children;
 }
 
 QStringList FileTreeNode::propertyKeys() const
@@ -144,9 +143,13 @@ QString FileTreeNode::path() const
 QVector<QSharedPointer<const FileTreeNode>> FileTreeNode::children() const
 {
     QVector<QSharedPointer<const FileTreeNode>> children;
-    const QStringList names = childNames();
-    for (const QString &name : names) {
-        children.append(childMap().value(name).staticCast<const FileTreeNode>());
+    const JsonText &json = m_tree->json();
+    const int object = member(QStringLiteral("children"));
+    if (object >= 0) {
+        const int end = json.element(object).next;
+        for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
+            children.append(child(i + 1));
+        }
     }
     return children;
 }
@@ -180,29 +183,22 @@ const FileTreeNode *FileTreeNode::find(const QString &relUrl) const
             end = relUrl.size();
         }
         const QString name = QString::fromRawData(relUrl.constData() + begin, end - begin);
-        const Children &children = node->childMap();
-        const auto child = children.constFind(name);
-        node = child == children.constEnd() ? nullptr : fileTreeNode(*child);
+        const int children = node->member(QStringLiteral("children"));
+        const int element = children < 0 ? -1 : m_tree->json().member(children, name);
+        node = element < 0 ? nullptr : node->child(element).data();
         begin = end + 1;
     }
     return node;
 }
 
-const FileTreeNode::Children &FileTreeNode::childMap() const
+/// The child whose text is @p element.
+QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
 {
-    if (!m_children) {
-        m_children.emplace();
-        const JsonText &json = m_tree->json();
-        const int object = member(QStringLiteral("children"));
-        if (object >= 0) {
-            const int end = json.element(object).next;
-            for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
-                m_children->insert(json.string(i),
-                                   QSharedPointer<FileTreeNode>::create(m_tree, i + 1));
-            }
-        }
+    QSharedPointer<FileTreeNode> &child = m_children[element];
+    if (child.isNull()) {
+        child = QSharedPointer<FileTreeNode>::create(m_tree, element);
     }
-    return *m_children;
+    return child;
 }
 
 int FileTreeNode::member(const QString &name) const
@@ -261,9 +257,7 @@ void FileTreeNode::collectEdits(JsonEdit &edit) const
             edit.prependObject(m_element, QStringLiteral("properties"), members);
         }
     }
-    if (m_children) {
-        for (const auto &child : qAsConst(*m_children)) {
-            fileTreeNode(child)->collectEdits(edit);
-        }
+    for (const auto &child : qAsConst(m_children)) {
+        child->collectEdits(edit);
     }
 }

@@ -7,8 +7,6 @@
 #include <QHash>
 #include <QStringList>
 
-#include <optional>
-
 class JsonEdit;
 
 /**
@@ -70,9 +68,8 @@ private:
         QVariant value;
         int element = -1; ///< the old value in the tree's text; -1 when the property was added
     };
-    using Children = QHash<QString, BaseClassSharedPointer>;
 
-    const Children &childMap() const;
+    QSharedPointer<FileTreeNode> child(int element) const;
     const FileTreeNode *find(const QString &relUrl) const;
     int member(const QString &name) const;
     int propertyElement(const QString &propertyKey) const;
@@ -84,5 +81,5 @@ private:
     const int m_element; ///< the node in the tree's text
     QHash<QString, WrittenProperty> m_writtenProperties;
     QStringList m_addedKeys;
-    mutable std::optional<Children> m_children; ///< made on request
+    mutable QHash<int, QSharedPointer<FileTreeNode>> m_children; ///< those asked for, by element
 };

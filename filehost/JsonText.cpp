@@ -43,15 +43,30 @@ QByteArray JsonText::rawText(int index) const
 
 int JsonText::member(int index, const QString &key) const
 {
+    constexpr int manyMembers = 64;
     const int end = element(index).next;
-    for (int i = firstChild(index); i < end;) {
-        const int valueIndex = i + 1;
+    int count = 0;
+    for (int i = firstChild(index); i < end; i = element(i + 1).next) {
         if (isString(i, key)) {
-            return valueIndex;
+            return i + 1;
         }
-        i = element(valueIndex).next;
+        if (++count == manyMembers) {
+            return largeObject(index).value(key, -1);
+        }
     }
     return -1;
+}
+
+const JsonText::Members &JsonText::largeObject(int index) const
+{
+    Members &members = m_largeObjects[index];
+    if (members.isEmpty()) {
+        const int end = element(index).next;
+        for (int i = firstChild(index); i < end; i = element(i + 1).next) {
+            members.insert(string(i), i + 1);
+        }
+    }
+    return members;
 }
 
 QLatin1String JsonText::rawString(int index) const

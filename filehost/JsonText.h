@@ -3,6 +3,7 @@
 #include "filehost/Diagnostic.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 #include <QVariant>
 #include <QVector>
@@ -14,7 +15,7 @@
  * else. Values are decoded on request. An element is known by its index, in the order of the text;
  * 0 is the outermost value.
  *
- * Copies share the text.
+ * Copies share the text. A text and its copies belong to one thread.
  */
 class JsonText
 {
@@ -84,6 +85,10 @@ public:
 private:
     friend class JsonParser;
 
+    using Members = QHash<QString, int>; ///< values by key
+
+    const Members &largeObject(int index) const;
+
     /// The bytes of a string element between the quotes.
     QLatin1String rawString(int index) const;
 
@@ -104,6 +109,7 @@ private:
     QByteArray m_text;
     QVector<Entry> m_elements;
     QVector<Container> m_containers;
+    mutable QHash<int, Members> m_largeObjects; ///< those that were searched, by index
 };
 
 inline JsonText::Element JsonText::element(int index) const
