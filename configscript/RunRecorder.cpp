@@ -147,13 +147,30 @@ void RunRecorder::propertyWritten(const FileTreeNode &node, const QString &prope
         m_run.writes.append(
             {node.tree().identity(), {node.path(), propertyKey, oldValue, newValue}});
     }
-    const auto known = tree.index.constFind({&node, propertyKey});
-    if (known != tree.index.constEnd()) {
-        tree.properties[*known].newValue = newValue;
+    const int known = indexOf(tree, node, propertyKey);
+    if (known >= 0) {
+        tree.properties[known].newValue = newValue;
     } else {
-        tree.index.insert({&node, propertyKey}, tree.properties.size());
         tree.properties.append({node.sharedFromThis(), propertyKey, oldValue, newValue});
     }
+}
+
+int RunRecorder::indexOf(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey)
+{
+    constexpr int manyProperties = 64;
+    const QVector<WrittenProperty> &properties = tree.properties;
+    if (properties.size() < manyProperties) {
+        for (int i = 0; i < properties.size(); ++i) {
+            if (properties.at(i).node.data() == &node && properties.at(i).key == propertyKey) {
+                return i;
+            }
+        }
+        return -1;
+    }
+    for (int i = tree.index.size(); i < properties.size(); ++i) {
+        tree.index.insert({properties.at(i).node.data(), properties.at(i).key}, i);
+    }
+    return tree.index.value({&node, propertyKey}, -1);
 }
 
 void RunRecorder::treeSaved(const FileTreeNode &root, const QString & /*filePath*/)

@@ -74,9 +74,10 @@ private:
         Fate fate = Fate::NotSaved;
         QString error;
         QVector<WrittenProperty> properties;
-        QHash<QPair<const FileTreeNode *, QString>, int> index; ///< of the properties
+        QHash<QPair<const FileTreeNode *, QString>, int> index; ///< of the properties, if many
     };
 
+    static int indexOf(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey);
     QVector<PropertyChange> netChanges(const WrittenTree &tree) const;
 
     const Project &m_project;

@@ -79,13 +79,13 @@ bool FileBatch::add(const QString &projectPath, const QString &filePath, const Q
         || (begin(error) && joinProject(projectPath, error) && m_journal.addFile(path, error));
     if (isJournaled && !isKnown) {
         m_numbers.insert(path, number);
-        m_files.emplace_back(path, QString::number(number));
+        m_files.emplace_back(path, number);
     }
     if (!isJournaled || !m_files[size_t(number)].write(content, error)) {
         giveUp(error.toString());
         return false;
     }
-    stamp = TextFile::stampOf(m_files[size_t(number)].newPath());
+    stamp = TextFile::stampOf(QFile::decodeName(m_files[size_t(number)].newPath()));
     return true;
 }
 
@@ -212,7 +212,7 @@ FileBatch::Recovery FileBatch::recover(const QString &projectPath, Diagnostic &e
     FileBatch batch(projectPath);
     batch.m_otherProjects = journal->otherProjects;
     for (const QString &file : journal->files) {
-        batch.m_files.emplace_back(file, QString::number(batch.m_files.size()));
+        batch.m_files.emplace_back(file, qint64(batch.m_files.size()));
     }
     if (journal->state == BatchJournal::State::Replacing) {
         return batch.replaceAll(error) && batch.finish(error) ? Recovery::Finished

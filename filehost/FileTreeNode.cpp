@@ -7,7 +7,7 @@
 
 #include <QDebug>
 
-#include <utility>
+#include <algorithm>
 
 FileTreeNode::FileTreeNode(const QSharedPointer<const FileTree> &tree, int element)
     : m_tree(tree)
@@ -39,7 +39,7 @@ QVariant FileTreeNode::getProperty(const QString &propertyKey) const
 
 bool FileTreeNode::hasProperty(const QString &propertyKey) const
 {
-    return m_writtenProperties.contains(propertyKey) || propertyElement(propertyKey) >= 0;
+    return writtenProperty(propertyKey) || propertyElement(propertyKey) >= 0;
 }
 
 int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
@@ -55,14 +55,10 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
     if (oldValue.isValid() && JsonValue::areEqual(oldValue, newValue)) {
         return 1;
     }
-    const auto written = m_writtenProperties.find(propertyKey);
-    if (written != m_writtenProperties.end()) {
-        written->value = newValue;
+    if (const WrittenProperty *written = writtenProperty(propertyKey)) {
+        m_writtenProperties[int(written - m_writtenProperties.constData())].value = newValue;
     } else {
-        m_writtenProperties.insert(propertyKey, {newValue, propertyElement(propertyKey)});
-        if (!oldValue.isValid()) {
-            m_addedKeys.append(propertyKey);
-        }
+        m_writtenProperties.append({propertyKey, newValue, propertyElement(propertyKey)});
     }
     if (TreeObserver *observer = HostSession::observer()) {
         observer->propertyWritten(*this, propertyKey, oldValue, newValue);
@@ -90,19 +86,21 @@ QHash<QString, ConfigurationAndProcessDataBase::BaseClassSharedPointer> FileTree
 {
     QHash<QString, BaseClassSharedPointer> children;
     const JsonText &json = m_tree->json();
-    const int object = member(QStringLiteral("children"));
-    if (object >= 0) {
-        const int end = json.element(object).next;
-        for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
-            children.insert(json.string(i), child(i + 1));
-        }
+    for (const int element : childElements()) {
+        children.insert(json.string(element - 1), child(element));
     }
     return children;
 }
 
 QStringList FileTreeNode::propertyKeys() const
 {
-    return keysOf(QStringLiteral("properties")) + m_addedKeys;
+    QStringList keys = keysOf(QStringLiteral("properties"));
+    for (const WrittenProperty &property : m_writtenProperties) {
+        if (property.element < 0) {
+            keys.append(property.key);
+        }
+    }
+    return keys;
 }
 
 QStringList FileTreeNode::childNames() const
@@ -143,13 +141,8 @@ QString FileTreeNode::path() const
 QVector<QSharedPointer<const FileTreeNode>> FileTreeNode::children() const
 {
     QVector<QSharedPointer<const FileTreeNode>> children;
-    const JsonText &json = m_tree->json();
-    const int object = member(QStringLiteral("children"));
-    if (object >= 0) {
-        const int end = json.element(object).next;
-        for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
-            children.append(child(i + 1));
-        }
+    for (const int element : childElements()) {
+        children.append(child(element));
     }
     return children;
 }
@@ -191,19 +184,46 @@ const FileTreeNode *FileTreeNode::find(const QString &relUrl) const
     return node;
 }
 
+/// The children's texts, in their order.
+QVector<int> FileTreeNode::childElements() const
+{
+    QVector<int> elements;
+    const JsonText &json = m_tree->json();
+    const int object = member(QStringLiteral("children"));
+    if (object >= 0) {
+        const int end = json.element(object).next;
+        for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
+            elements.append(i + 1);
+        }
+    }
+    return elements;
+}
+
 /// The child whose text is @p element.
 QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
 {
-    QSharedPointer<FileTreeNode> &child = m_children[element];
-    if (child.isNull()) {
-        child = QSharedPointer<FileTreeNode>::create(m_tree, element);
+    const auto known = std::lower_bound(m_children.begin(), m_children.end(), element,
+                                        [](const QSharedPointer<FileTreeNode> &child, int wanted) {
+                                            return child->m_element < wanted;
+                                        });
+    if (known != m_children.end() && (*known)->m_element == element) {
+        return *known;
     }
-    return child;
+    return *m_children.insert(known, QSharedPointer<FileTreeNode>::create(m_tree, element));
 }
 
 int FileTreeNode::member(const QString &name) const
 {
     return m_tree->json().member(m_element, name);
+}
+
+/// Null when the property was not written.
+const FileTreeNode::WrittenProperty *FileTreeNode::writtenProperty(const QString &key) const
+{
+    const auto property =
+        std::find_if(m_writtenProperties.cbegin(), m_writtenProperties.cend(),
+                     [&key](const WrittenProperty &candidate) { return candidate.key == key; });
+    return property == m_writtenProperties.cend() ? nullptr : &*property;
 }
 
 /// The value in the tree's text; -1 when there is none.
@@ -216,8 +236,7 @@ int FileTreeNode::propertyElement(const QString &propertyKey) const
 /// Invalid when there is no such property.
 QVariant FileTreeNode::value(const QString &propertyKey) const
 {
-    const auto written = m_writtenProperties.constFind(propertyKey);
-    if (written != m_writtenProperties.constEnd()) {
+    if (const WrittenProperty *written = writtenProperty(propertyKey)) {
         return written->value;
     }
     const int element = propertyElement(propertyKey);
@@ -240,21 +259,20 @@ QStringList FileTreeNode::keysOf(const QString &member) const
 
 void FileTreeNode::collectEdits(JsonEdit &edit) const
 {
+    QVector<JsonEdit::Member> added;
     for (const WrittenProperty &property : m_writtenProperties) {
         if (property.element >= 0) {
             edit.setValue(property.element, property.value);
+        } else {
+            added.append({property.key, property.value});
         }
     }
-    if (!m_addedKeys.isEmpty()) {
-        QVector<JsonEdit::Member> members;
-        for (const QString &key : m_addedKeys) {
-            members.append({key, m_writtenProperties.value(key).value});
-        }
+    if (!added.isEmpty()) {
         const int object = member(QStringLiteral("properties"));
         if (object >= 0) {
-            edit.appendMembers(object, members);
+            edit.appendMembers(object, added);
         } else {
-            edit.prependObject(m_element, QStringLiteral("properties"), members);
+            edit.prependObject(m_element, QStringLiteral("properties"), added);
         }
     }
     for (const auto &child : qAsConst(m_children)) {

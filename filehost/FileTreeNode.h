@@ -65,11 +65,14 @@ private:
     /// A property that was written.
     struct WrittenProperty
     {
+        QString key;
         QVariant value;
-        int element = -1; ///< the old value in the tree's text; -1 when the property was added
+        int element; ///< the old value in the tree's text; -1 when the property was added
     };
 
+    QVector<int> childElements() const;
     QSharedPointer<FileTreeNode> child(int element) const;
+    const WrittenProperty *writtenProperty(const QString &key) const;
     const FileTreeNode *find(const QString &relUrl) const;
     int member(const QString &name) const;
     int propertyElement(const QString &propertyKey) const;
@@ -79,7 +82,6 @@ private:
 
     const QSharedPointer<const FileTree> m_tree;
     const int m_element; ///< the node in the tree's text
-    QHash<QString, WrittenProperty> m_writtenProperties;
-    QStringList m_addedKeys;
-    mutable QHash<int, QSharedPointer<FileTreeNode>> m_children; ///< those asked for, by element
+    QVector<WrittenProperty> m_writtenProperties; ///< in the order of the first writes
+    mutable QVector<QSharedPointer<FileTreeNode>> m_children; ///< those asked for, as in the text
 };

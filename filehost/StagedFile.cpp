@@ -36,13 +36,10 @@ bool syncPath(const QByteArray &path, int flags)
 
 } // namespace
 
-StagedFile::StagedFile(const QString &filePath, const QString &number)
+StagedFile::StagedFile(const QString &filePath, qint64 number)
     : m_filePath(filePath)
-    , m_path(QFile::encodeName(filePath))
+    , m_number(QByteArray::number(number))
 {
-    const QByteArray prefix = folder() + "/.configscript-" + QFile::encodeName(number);
-    m_newPath = prefix + ".new";
-    m_oldPath = prefix + ".old";
 }
 
 QString StagedFile::realPath(const QString &filePath)
@@ -57,12 +54,27 @@ QString StagedFile::realPath(const QString &filePath)
 
 QByteArray StagedFile::folder() const
 {
-    return m_path.left(m_path.lastIndexOf('/'));
+    return QFile::encodeName(m_filePath.left(m_filePath.lastIndexOf(QLatin1Char('/'))));
 }
 
-QString StagedFile::newPath() const
+QByteArray StagedFile::path() const
 {
-    return QFile::decodeName(m_newPath);
+    return QFile::encodeName(m_filePath);
+}
+
+QByteArray StagedFile::newPath() const
+{
+    return pathWith(".new");
+}
+
+QByteArray StagedFile::oldPath() const
+{
+    return pathWith(".old");
+}
+
+QByteArray StagedFile::pathWith(const char *suffix) const
+{
+    return folder() + "/.configscript-" + m_number + suffix;
 }
 
 bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
@@ -72,11 +84,11 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         return false;
     };
     struct stat old;
-    const bool exists = ::stat(m_path.constData(), &old) == 0;
+    const bool exists = ::stat(path().constData(), &old) == 0;
     if (exists && !S_ISREG(old.st_mode)) {
         return refuse(QStringLiteral("it is no file"));
     }
-    if (exists && ::access(m_path.constData(), W_OK) != 0) {
+    if (exists && ::access(path().constData(), W_OK) != 0) {
         return refuse(QStringLiteral("the file is read-only"));
     }
     const QString folderPath = QFileInfo(m_filePath).path();
@@ -84,12 +96,12 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         return refuse(QStringLiteral("no folder ") + folderPath);
     }
     // Nothing of an earlier attempt shall be taken for this one's.
-    if (!remove(m_oldPath, error) || !remove(m_newPath, error)) {
+    if (!remove(oldPath(), error) || !remove(newPath(), error)) {
         return false;
     }
     bool isWritten = false;
     {
-        const Descriptor file(::open(m_newPath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+        const Descriptor file(::open(newPath().constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                                      exists ? 0600 : 0666));
         if (file < 0) {
             return fail(error);
@@ -104,69 +116,69 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
     }
     if (!isWritten) {
         fail(error);
-        ::unlink(m_newPath.constData());
+        ::unlink(newPath().constData());
     }
     return isWritten;
 }
 
 bool StagedFile::sync(Diagnostic &error) const
 {
-    return syncPath(m_newPath, 0) || fail(error);
+    return syncPath(newPath(), 0) || fail(error);
 }
 
 bool StagedFile::replace(Diagnostic &error) const
 {
     struct stat status;
-    if (::lstat(m_newPath.constData(), &status) != 0) {
+    if (::lstat(newPath().constData(), &status) != 0) {
         return errno == ENOENT || fail(error); // done already
     }
-    if (::lstat(m_path.constData(), &status) != 0) {
+    if (::lstat(path().constData(), &status) != 0) {
         if (errno != ENOENT) {
             return fail(error);
         }
         struct stat kept;
-        if (::lstat(m_oldPath.constData(), &kept) != 0) {
+        if (::lstat(oldPath().constData(), &kept) != 0) {
             // A new file stays under both names: that tells it from one that was there before.
-            return ::link(m_newPath.constData(), m_path.constData()) == 0 || fail(error);
+            return ::link(newPath().constData(), path().constData()) == 0 || fail(error);
         }
-    } else if (isInPlaceOf(m_newPath)) {
+    } else if (isInPlaceOf(newPath())) {
         return true;
-    } else if (::link(m_path.constData(), m_oldPath.constData()) != 0 && errno != EEXIST) {
+    } else if (::link(path().constData(), oldPath().constData()) != 0 && errno != EEXIST) {
         // Not every file system has links.
-        if (::rename(m_path.constData(), m_oldPath.constData()) != 0) {
+        if (::rename(path().constData(), oldPath().constData()) != 0) {
             return fail(error);
         }
     }
-    return ::rename(m_newPath.constData(), m_path.constData()) == 0 || fail(error);
+    return ::rename(newPath().constData(), path().constData()) == 0 || fail(error);
 }
 
 bool StagedFile::replaceFinally(Diagnostic &error) const
 {
-    if (::rename(m_newPath.constData(), m_path.constData()) == 0) {
+    if (::rename(newPath().constData(), path().constData()) == 0) {
         return syncFolder(folder()) || fail(error);
     }
     fail(error);
-    ::unlink(m_newPath.constData());
+    ::unlink(newPath().constData());
     return false;
 }
 
 bool StagedFile::forgetOld(Diagnostic &error) const
 {
-    return remove(m_oldPath, error) && remove(m_newPath, error);
+    return remove(oldPath(), error) && remove(newPath(), error);
 }
 
 bool StagedFile::undo(Diagnostic &error) const
 {
     struct stat status;
-    if (::lstat(m_oldPath.constData(), &status) == 0) {
+    if (::lstat(oldPath().constData(), &status) == 0) {
         // To rename one name of a file to another does nothing.
-        if (::rename(m_oldPath.constData(), m_path.constData()) != 0) {
+        if (::rename(oldPath().constData(), path().constData()) != 0) {
             return fail(error);
         }
-    } else if (isInPlaceOf(m_newPath) && !remove(m_path, error)) {
+    } else if (isInPlaceOf(newPath()) && !remove(path(), error)) {
         return false;
     }
-    return remove(m_oldPath, error) && remove(m_newPath, error);
+    return remove(oldPath(), error) && remove(newPath(), error);
 }
 
 bool StagedFile::syncFolder(const QByteArray &folder)
@@ -181,11 +193,11 @@ bool StagedFile::fail(Diagnostic &error) const
 }
 
 /// Whether the file's path and another one are names of one file.
-bool StagedFile::isInPlaceOf(const QByteArray &path) const
+bool StagedFile::isInPlaceOf(const QByteArray &otherPath) const
 {
     struct stat own;
     struct stat other;
-    return ::lstat(m_path.constData(), &own) == 0 && ::lstat(path.constData(), &other) == 0
+    return ::lstat(path().constData(), &own) == 0 && ::lstat(otherPath.constData(), &other) == 0
         && own.st_dev == other.st_dev && own.st_ino == other.st_ino;
 }
 

@@ -19,7 +19,7 @@ class StagedFile
 {
 public:
     /// @param filePath absolute, and free of links; see StagedFile::realPath()
-    StagedFile(const QString &filePath, const QString &number);
+    StagedFile(const QString &filePath, qint64 number);
 
     /// The file that a path leads to in the end; where it leads to nothing, itself.
     static QString realPath(const QString &filePath);
@@ -31,7 +31,7 @@ public:
     bool write(const QByteArray &content, Diagnostic &error) const;
 
     /// The file that holds the content until it takes the file's place.
-    QString newPath() const;
+    QByteArray newPath() const;
 
     /// Waits until the content is on the disk.
     bool sync(Diagnostic &error) const;
@@ -52,12 +52,14 @@ public:
     static bool syncFolder(const QByteArray &folder);
 
 private:
+    QByteArray oldPath() const;
     bool fail(Diagnostic &error) const;
-    bool isInPlaceOf(const QByteArray &path) const;
+    bool isInPlaceOf(const QByteArray &otherPath) const;
     bool remove(const QByteArray &path, Diagnostic &error) const;
 
+    QByteArray path() const;
+    QByteArray pathWith(const char *suffix) const;
+
     QString m_filePath;
-    QByteArray m_path;
-    QByteArray m_newPath;
-    QByteArray m_oldPath;
+    QByteArray m_number;
 };

@@ -119,7 +119,7 @@ bool isUnchanged(const QString &filePath, const Stamp &stamp)
 
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error)
 {
-    const StagedFile file(StagedFile::realPath(filePath), QString::number(::getpid()));
+    const StagedFile file(StagedFile::realPath(filePath), ::getpid());
     if (file.write(content, error) && file.sync(error) && file.replaceFinally(error)) {
         return true;
     }
