@@ -64,8 +64,8 @@ QVariant JavaScriptApi::getPropertyExtern(const QString &absUrl, const QString &
     if (!m_acceptAllObjects && urlHandler.getObjectName() != m_objectName) {
         return QVariant();
     }
-    const auto root = m_rootPointerHandler.getRootPointer(absUrl);
-    return getPropertyInternal(root, urlHandler.getUrl(), propertyKey);
+    auto root = m_rootPointerHandler.getRootPointer(absUrl);
+    return getPropertyInternal(std::move(root), urlHandler.getUrl(), propertyKey);
 }
 
 void JavaScriptApi::setPropertyExtern(const QString &absUrl, const QString &propertyKey,
@@ -84,8 +84,8 @@ void JavaScriptApi::setPropertyExtern(const QString &absUrl, const QString &prop
     if (!m_acceptAllObjects && urlHandler.getObjectName() != m_objectName) {
         return;
     }
-    const auto root = m_rootPointerHandler.getRootPointer(absUrl);
-    if (setPropertyInternal(root, urlHandler.getUrl(), propertyKey, value)) {
+    auto root = m_rootPointerHandler.getRootPointer(absUrl);
+    if (setPropertyInternal(std::move(root), urlHandler.getUrl(), propertyKey, value)) {
         m_rootPointerHandler.setChangedUrl(absUrl);
     }
 }

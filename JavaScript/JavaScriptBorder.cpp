@@ -81,19 +81,23 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
     }
 
     const Method &method = this->method(id);
-    QVarLengthArray<void *, 8> hostArguments(method.parameterCount + 1);
-    std::copy_n(arguments, hostArguments.size(), hostArguments.begin());
-    QVarLengthArray<QVariant, 2> hostValues(method.values.size());
-    for (int i = 0; i < method.values.size(); ++i) {
-        void *&argument = hostArguments[method.values.at(i)];
-        const auto &value = *static_cast<const QVariant *>(argument);
-        if (!isHostValue(value)) {
-            hostValues[i] = toHostValue(value);
+    const bool areHostValues =
+        std::all_of(method.values.cbegin(), method.values.cend(), [arguments](int i) {
+            return isHostValue(*static_cast<const QVariant *>(arguments[i]));
+        });
+    if (areHostValues) {
+        method.owner->d.static_metacall(this, call, method.ownIndex, arguments);
+    } else {
+        QVarLengthArray<void *, 8> hostArguments(method.parameterCount + 1);
+        std::copy_n(arguments, hostArguments.size(), hostArguments.begin());
+        QVarLengthArray<QVariant, 2> hostValues(method.values.size());
+        for (int i = 0; i < method.values.size(); ++i) {
+            void *&argument = hostArguments[method.values.at(i)];
+            hostValues[i] = toHostValue(*static_cast<const QVariant *>(argument));
             argument = &hostValues[i];
         }
+        method.owner->d.static_metacall(this, call, method.ownIndex, hostArguments.data());
     }
-
-    method.owner->d.static_metacall(this, call, method.ownIndex, hostArguments.data());
 
     if (arguments[0] && method.returnsValue) {
         auto *result = static_cast<QVariant *>(arguments[0]);

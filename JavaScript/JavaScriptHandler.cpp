@@ -68,16 +68,17 @@ bool JavaScriptHandler::callFunction(const QString &functionName, const QString 
         if (m_runObserver) {
             m_runObserver->runBegins(functionName, argument);
         }
+        QJSValueList arguments;
         if (!m_isEvaluated) {
             qWarning() << "The script is not evaluated.";
         } else if (QJSValue function = m_globalObject.property(functionName); function.isError()) {
             qWarning() << "No property:" << functionName;
         } else if (!function.isCallable()) {
             qWarning() << "Property is no function:" << functionName;
-        } else if (const QJSValue api = m_jsEngine.newQObject(&m_javaScriptApi); api.isError()) {
+        } else if (arguments.append(m_jsEngine.newQObject(&m_javaScriptApi));
+                   arguments.constFirst().isError()) {
             qWarning() << "Can not create object with JavaScriptApi.";
         } else {
-            QJSValueList arguments{api};
             if (!argument.isEmpty()) {
                 arguments.append(QJSValue(argument));
             }

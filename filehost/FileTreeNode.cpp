@@ -8,11 +8,26 @@
 #include <QDebug>
 
 #include <algorithm>
+#include <utility>
 
 FileTreeNode::FileTreeNode(const QSharedPointer<const FileTree> &tree, int element)
     : m_tree(tree)
     , m_element(element)
 {
+    static const QString properties = QStringLiteral("properties");
+    static const QString readOnly = QStringLiteral("readOnly");
+    static const QString children = QStringLiteral("children");
+    const JsonText &json = m_tree->json();
+    const int end = json.element(element).next;
+    for (int i = json.firstChild(element); i < end; i = json.element(i + 1).next) {
+        if (json.isString(i, properties)) {
+            m_propertiesElement = i + 1;
+        } else if (json.isString(i, readOnly)) {
+            m_readOnlyElement = i + 1;
+        } else if (json.isString(i, children)) {
+            m_childrenElement = i + 1;
+        }
+    }
 }
 
 ConfigurationAndProcessDataBase::BaseClassSharedPointer FileTreeNode::getNode(
@@ -51,14 +66,22 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
     if (!newValue.isValid()) {
         return 3;
     }
-    const QVariant oldValue = this->value(propertyKey);
-    if (oldValue.isValid() && JsonValue::areEqual(oldValue, newValue)) {
-        return 1;
-    }
+    QVariant oldValue;
     if (const WrittenProperty *written = writtenProperty(propertyKey)) {
-        m_writtenProperties[int(written - m_writtenProperties.constData())].value = newValue;
+        if (JsonValue::areEqual(written->value, newValue)) {
+            return 1;
+        }
+        const int index = int(written - m_writtenProperties.constData());
+        oldValue = std::exchange(m_writtenProperties[index].value, newValue);
     } else {
-        m_writtenProperties.append({propertyKey, newValue, propertyElement(propertyKey)});
+        const int element = propertyElement(propertyKey);
+        if (element >= 0) {
+            oldValue = m_tree->json().value(element);
+            if (JsonValue::areEqual(oldValue, newValue)) {
+                return 1;
+            }
+        }
+        m_writtenProperties.append({propertyKey, newValue, element});
     }
     if (TreeObserver *observer = HostSession::observer()) {
         observer->propertyWritten(*this, propertyKey, oldValue, newValue);
@@ -94,7 +117,7 @@ QHash<QString, ConfigurationAndProcessDataBase::BaseClassSharedPointer> FileTree
 
 QStringList FileTreeNode::propertyKeys() const
 {
-    QStringList keys = keysOf(QStringLiteral("properties"));
+    QStringList keys = keysOf(m_propertiesElement);
     for (const WrittenProperty &property : m_writtenProperties) {
         if (property.element < 0) {
             keys.append(property.key);
@@ -105,15 +128,15 @@ QStringList FileTreeNode::propertyKeys() const
 
 QStringList FileTreeNode::childNames() const
 {
-    return keysOf(QStringLiteral("children"));
+    return keysOf(m_childrenElement);
 }
 
 bool FileTreeNode::isReadOnly(const QString &propertyKey) const
 {
     const JsonText &json = m_tree->json();
-    const int array = member(QStringLiteral("readOnly"));
-    if (array >= 0) {
-        for (int i = json.firstChild(array); i < json.element(array).next; ++i) {
+    if (m_readOnlyElement >= 0) {
+        const int end = json.element(m_readOnlyElement).next;
+        for (int i = json.firstChild(m_readOnlyElement); i < end; ++i) {
             if (json.isString(i, propertyKey)) {
                 return true;
             }
@@ -176,8 +199,8 @@ const FileTreeNode *FileTreeNode::find(const QString &relUrl) const
             end = relUrl.size();
         }
         const QString name = QString::fromRawData(relUrl.constData() + begin, end - begin);
-        const int children = node->member(QStringLiteral("children"));
-        const int element = children < 0 ? -1 : m_tree->json().member(children, name);
+        const int element =
+            node->m_childrenElement < 0 ? -1 : m_tree->json().member(node->m_childrenElement, name);
         node = element < 0 ? nullptr : node->child(element).data();
         begin = end + 1;
     }
@@ -189,10 +212,9 @@ QVector<int> FileTreeNode::childElements() const
 {
     QVector<int> elements;
     const JsonText &json = m_tree->json();
-    const int object = member(QStringLiteral("children"));
-    if (object >= 0) {
-        const int end = json.element(object).next;
-        for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
+    if (m_childrenElement >= 0) {
+        const int end = json.element(m_childrenElement).next;
+        for (int i = json.firstChild(m_childrenElement); i < end; i = json.element(i + 1).next) {
             elements.append(i + 1);
         }
     }
@@ -212,11 +234,6 @@ QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
     return *m_children.insert(known, QSharedPointer<FileTreeNode>::create(m_tree, element));
 }
 
-int FileTreeNode::member(const QString &name) const
-{
-    return m_tree->json().member(m_element, name);
-}
-
 /// Null when the property was not written.
 const FileTreeNode::WrittenProperty *FileTreeNode::writtenProperty(const QString &key) const
 {
@@ -229,8 +246,7 @@ const FileTreeNode::WrittenProperty *FileTreeNode::writtenProperty(const QString
 /// The value in the tree's text; -1 when there is none.
 int FileTreeNode::propertyElement(const QString &propertyKey) const
 {
-    const int object = member(QStringLiteral("properties"));
-    return object < 0 ? -1 : m_tree->json().member(object, propertyKey);
+    return m_propertiesElement < 0 ? -1 : m_tree->json().member(m_propertiesElement, propertyKey);
 }
 
 /// Invalid when there is no such property.
@@ -243,10 +259,9 @@ QVariant FileTreeNode::value(const QString &propertyKey) const
     return element < 0 ? QVariant() : m_tree->json().value(element);
 }
 
-QStringList FileTreeNode::keysOf(const QString &member) const
+QStringList FileTreeNode::keysOf(int object) const
 {
     const JsonText &json = m_tree->json();
-    const int object = this->member(member);
     QStringList keys;
     if (object >= 0) {
         for (int i = json.firstChild(object); i < json.element(object).next;
@@ -268,9 +283,8 @@ void FileTreeNode::collectEdits(JsonEdit &edit) const
         }
     }
     if (!added.isEmpty()) {
-        const int object = member(QStringLiteral("properties"));
-        if (object >= 0) {
-            edit.appendMembers(object, added);
+        if (m_propertiesElement >= 0) {
+            edit.appendMembers(m_propertiesElement, added);
         } else {
             edit.prependObject(m_element, QStringLiteral("properties"), added);
         }

@@ -74,14 +74,17 @@ private:
     QSharedPointer<FileTreeNode> child(int element) const;
     const WrittenProperty *writtenProperty(const QString &key) const;
     const FileTreeNode *find(const QString &relUrl) const;
-    int member(const QString &name) const;
     int propertyElement(const QString &propertyKey) const;
     QVariant value(const QString &propertyKey) const;
-    QStringList keysOf(const QString &member) const;
+    QStringList keysOf(int object) const;
     void collectEdits(JsonEdit &edit) const;
 
     const QSharedPointer<const FileTree> m_tree;
-    const int m_element; ///< the node in the tree's text
+    // Where they stand in the tree's text; -1 for what the node does not have.
+    const int m_element;
+    int m_propertiesElement = -1;
+    int m_readOnlyElement = -1;
+    int m_childrenElement = -1;
     QVector<WrittenProperty> m_writtenProperties; ///< in the order of the first writes
     mutable QVector<QSharedPointer<FileTreeNode>> m_children; ///< those asked for, as in the text
 };

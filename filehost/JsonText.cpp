@@ -2,6 +2,7 @@
 
 #include "filehost/JsonParser.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -140,13 +141,18 @@ QVariant JsonText::value(int index) const
     case Type::String:
         return string(index);
     case Type::Number: {
-        const QByteArray digits = rawText(index);
-        bool isInteger = false;
-        const qlonglong integer = digits.toLongLong(&isInteger);
-        if (isInteger && !(integer == 0 && digits.startsWith('-'))) {
+        const char *begin = m_text.constData() + element.begin;
+        const char *end = m_text.constData() + element.end;
+        qlonglong integer = 0;
+        const auto result = std::from_chars(begin, end, integer);
+        if (result.ec == std::errc() && result.ptr == end && !(integer == 0 && *begin == '-')) {
             return integerValue(integer);
         }
-        return numberValue(digits.toDouble());
+        double number = 0;
+        if (std::from_chars(begin, end, number).ec != std::errc()) {
+            number = rawText(index).toDouble(); // too small: 0
+        }
+        return numberValue(number);
     }
     case Type::Array: {
         QVariantList list;

@@ -24,6 +24,8 @@ public:
     Parts(const Parts &other)
         : QSharedData(other)
         , scheme(other.scheme)
+        , isConfiguration(other.isConfiguration)
+        , isProcess(other.isProcess)
         , moduleName(other.moduleName)
         , objectName(other.objectName)
         , instance(other.instance)
@@ -42,7 +44,11 @@ public:
     /// The same but for an empty relative URL.
     const Pointer &ofInstance() const;
 
+    void setScheme(const QString &newScheme);
+
     QString scheme;
+    bool isConfiguration = false;
+    bool isProcess = false;
     QString moduleName;
     QString objectName;
     QString instance;
@@ -55,15 +61,18 @@ private:
 
 SelectorUrlHandler::Parts::Pointer SelectorUrlHandler::Parts::of(const QString &url)
 {
-    thread_local QString lastUrl;
-    thread_local Pointer lastParts;
-    if (!lastParts || lastUrl != url) {
-        Pointer parts(new Parts);
-        parts->parse(url);
-        lastUrl = url;
-        lastParts = parts;
+    struct Last
+    {
+        QString url;
+        Pointer parts;
+    };
+    thread_local Last last;
+    if (!last.parts || last.url != url) {
+        last.parts = new Parts;
+        last.parts->parse(url);
+        last.url = url;
     }
-    return lastParts;
+    return last.parts;
 }
 
 void SelectorUrlHandler::Parts::parse(const QString &url)
@@ -88,11 +97,21 @@ void SelectorUrlHandler::Parts::parse(const QString &url)
         && PercentEncoding::decode(part(moduleEnd + 1, objectEnd), objectName)
         && PercentEncoding::decode(part(objectEnd + 1, end), instance)
         && (hash < 0 || PercentEncoding::decode(part(hash + 1, url.size()), relUrl));
-    if (!isWellFormed) {
+    if (isWellFormed) {
+        setScheme(scheme);
+    } else {
         for (QString *decoded : {&scheme, &moduleName, &objectName, &instance, &relUrl}) {
             decoded->clear();
         }
     }
+}
+
+void SelectorUrlHandler::Parts::setScheme(const QString &newScheme)
+{
+    scheme = newScheme;
+    isConfiguration =
+        scheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
+    isProcess = scheme == QLatin1String("process");
 }
 
 QString SelectorUrlHandler::Parts::join() const
@@ -167,13 +186,12 @@ QString SelectorUrlHandler::getUrl() const
 
 bool SelectorUrlHandler::isConfigurationScheme() const
 {
-    return m_parts->scheme
-        == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
+    return m_parts->isConfiguration;
 }
 
 bool SelectorUrlHandler::isProcessDataScheme() const
 {
-    return m_parts->scheme == QLatin1String("process");
+    return m_parts->isProcess;
 }
 
 QString SelectorUrlHandler::toString() const
@@ -186,7 +204,7 @@ QString SelectorUrlHandler::toString() const
 
 SelectorUrlHandler &SelectorUrlHandler::setScheme(const QString &scheme)
 {
-    changeableParts().scheme = scheme;
+    changeableParts().setScheme(scheme);
     return *this;
 }
 
