@@ -41,8 +41,15 @@ std::optional<Project> openProject(const std::string &argument, std::unique_ptr<
     if (project && lock) {
         *lock = ProjectLock::acquire(project->path(), error);
     }
-    if (error.message.isEmpty() && FileBatch::isInterrupted(project->path())) {
-        recoverProject(project->path(), lock, error);
+    if (project) {
+        QStringList paths = project->reachableObjects().values();
+        paths.prepend(project->path());
+        paths.removeDuplicates();
+        for (const QString &path : qAsConst(paths)) {
+            if (error.message.isEmpty() && FileBatch::isInterrupted(path)) {
+                recoverProject(path, lock && path == project->path(), error);
+            }
+        }
     }
     if (error.message.isEmpty()) {
         return project;

@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 
@@ -15,12 +16,12 @@
 
 namespace {
 
-constexpr QLatin1String s_file("file");
-constexpr QLatin1String s_otherProject("alsoIn");
-constexpr QLatin1String s_owner("belongsTo");
-constexpr QLatin1String s_state("state");
-constexpr QLatin1String s_replacing("replacing");
-constexpr QLatin1String s_undoing("undoing");
+const QLatin1String s_file("file");
+const QLatin1String s_otherProject("alsoIn");
+const QLatin1String s_owner("belongsTo");
+const QLatin1String s_state("state");
+const QLatin1String s_replacing("replacing");
+const QLatin1String s_undoing("undoing");
 
 } // namespace
 
@@ -45,19 +46,20 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
         != TextFile::ReadResult::Read) {
         return std::nullopt;
     }
-    const QDir folder(projectPath);
+    // Paths in the journal begin at the real folder, wherever the project is reached from.
+    const QDir folder(QFileInfo(projectPath).canonicalFilePath());
     Content content;
     for (int begin = 0, end = 0; (end = text.indexOf('\n', begin)) >= 0; begin = end + 1) {
         Diagnostic lineError;
         const JsonText line = JsonText::parse(text.mid(begin, end - begin), lineError);
         const QVariantMap member = line.isNull() ? QVariantMap() : line.value(0).toMap();
-        if (member.size() != 1) {
+        const QString value = member.isEmpty() ? QString() : member.first().toString();
+        if (member.size() != 1 || member.first().type() != QVariant::String || value.isEmpty()) {
             error = {filePath(projectPath), text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected an object with one member in each line")};
             return std::nullopt;
         }
         const QString &key = member.firstKey();
-        const QString value = member.first().toString();
         const QString path = QDir::cleanPath(folder.absoluteFilePath(value));
         if (key == s_file) {
             content.files.append(path);
@@ -80,19 +82,9 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
 
 bool BatchJournal::create(Diagnostic &error)
 {
-    return open(O_CREAT | O_EXCL, error);
-}
-
-bool BatchJournal::reopen(Diagnostic &error)
-{
-    return open(0, error);
-}
-
-bool BatchJournal::open(int flags, Diagnostic &error)
-{
     m_file = std::make_unique<Descriptor>(
         ::open(QFile::encodeName(filePath(m_projectPath)).constData(),
-               flags | O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0666));
+               O_CREAT | O_EXCL | O_WRONLY | O_APPEND | O_CLOEXEC, 0666));
     return *m_file >= 0 || fail(error);
 }
 
@@ -128,8 +120,15 @@ bool BatchJournal::append(QLatin1String member, const QString &value, Diagnostic
 {
     const QByteArray line =
         JsonValue::toText(QVariantMap{{member, value}}, JsonValue::Layout::Compact) + '\n';
-    // A short write leaves a line without its end, and the disk full.
-    return ::write(*m_file, line.constData(), size_t(line.size())) == line.size() || fail(error);
+    const off_t end = ::lseek(*m_file, 0, SEEK_END);
+    if (::write(*m_file, line.constData(), size_t(line.size())) == line.size()) {
+        return true;
+    }
+    fail(error);
+    // On a full disk a part of the line may have been written.
+    const int ignored = end < 0 ? 0 : ::ftruncate(*m_file, end);
+    Q_UNUSED(ignored)
+    return false;
 }
 
 QString BatchJournal::relative(const QString &path) const

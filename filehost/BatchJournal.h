@@ -55,13 +55,9 @@ public:
     /// Waits until the state is on the disk, and all lines before it were there first.
     bool setState(State state, Diagnostic &error);
 
-    /// Goes on with a file that is there.
-    bool reopen(Diagnostic &error);
-
     bool remove(Diagnostic &error);
 
 private:
-    bool open(int flags, Diagnostic &error);
     bool append(QLatin1String member, const QString &value, Diagnostic &error);
     QString relative(const QString &path) const;
     bool sync(Diagnostic &error);

@@ -14,6 +14,15 @@ public:
         : m_descriptor(descriptor)
     {
     }
+    Descriptor(Descriptor &&other) noexcept
+        : m_descriptor(std::exchange(other.m_descriptor, -1))
+    {
+    }
+    Descriptor &operator=(Descriptor &&other) noexcept
+    {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
     ~Descriptor() { close(); }
 
     /// @return false when the file's content may be lost

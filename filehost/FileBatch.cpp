@@ -1,13 +1,17 @@
 #include "FileBatch.h"
 
 #include "filehost/Descriptor.h"
+#include "host/PropertyManagerConst.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -33,17 +37,34 @@ QSet<QByteArray> foldersOf(const std::vector<StagedFile> &files)
     return folders;
 }
 
+/// Removes what batches have stored in a project's folders of trees.
+void removeLeftOvers(const QString &projectPath)
+{
+    for (const QString &folder : {PropertyManagerConst::getConfigurationFolderPath(projectPath),
+                                  PropertyManagerConst::getProcessFolderPath(projectPath)}) {
+        QDirIterator files(
+            folder, {QStringLiteral(".configscript-*.new"), QStringLiteral(".configscript-*.old")},
+            QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            QFile::remove(files.next());
+        }
+    }
+}
+
 /// Waits until all entries of the folders, and with many files all their contents, are on the disk.
 bool syncFolders(const std::vector<StagedFile> &files, Diagnostic &error)
 {
     QSet<dev_t> synced;
     const QSet<QByteArray> folders = foldersOf(files);
     for (const QByteArray &folder : folders) {
-        bool isSynced = false;
         struct stat status;
+        if (::stat(folder.constData(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR)) {
+            continue; // it was never made
+        }
+        bool isSynced = false;
         if (files.size() < s_manyFiles) {
             isSynced = StagedFile::syncFolder(folder);
-        } else if (::stat(folder.constData(), &status) == 0) {
+        } else {
             isSynced = synced.contains(status.st_dev) || syncFileSystem(folder);
             synced.insert(status.st_dev);
         }
@@ -158,8 +179,8 @@ bool FileBatch::commit(QString &error)
     if (!m_journal.setState(BatchJournal::State::Replacing, failure) || !replaceAll(failure)) {
         error = failure.toString();
         if (!m_journal.setState(BatchJournal::State::Undoing, failure) || !undo(failure)) {
-            error += QStringLiteral("; nor could the files before it be restored, which is done "
-                                    "when the project is opened the next time");
+            error += QStringLiteral("; the project is finished or restored when it is opened the "
+                                    "next time");
             m_isBegun = false;
         }
         return false;
@@ -174,7 +195,7 @@ void FileBatch::drop()
 {
     if (m_isBegun) {
         Diagnostic ignored; // what cannot be removed now is removed by recover()
-        undo(ignored);
+        discard(ignored);
     }
 }
 
@@ -189,7 +210,7 @@ QString FileBatch::owner(const QString &projectPath)
 {
     Diagnostic error;
     const auto journal = BatchJournal::read(projectPath, error);
-    return journal && !journal->owner.isEmpty() ? journal->owner : projectPath;
+    return journal && QFileInfo::exists(journal->owner) ? journal->owner : projectPath;
 }
 
 FileBatch::Recovery FileBatch::recover(const QString &projectPath, Diagnostic &error)
@@ -201,18 +222,38 @@ FileBatch::Recovery FileBatch::recover(const QString &projectPath, Diagnostic &e
     if (!journal->owner.isEmpty()) {
         // The owner's journal names this project, unless it came to its end or never began.
         const auto ownersJournal = BatchJournal::read(journal->owner, error);
-        const Recovery recovery = ownersJournal && ownersJournal->owner.isEmpty()
-            ? recover(journal->owner, error)
-            : Recovery::Undone;
-        if (error.message.isEmpty()) {
-            BatchJournal(projectPath).remove(error);
+        if (!error.message.isEmpty()) {
+            return Recovery::Nothing;
         }
-        return recovery;
+        auto recovery = Recovery::Undone;
+        if (ownersJournal && ownersJournal->owner.isEmpty()) {
+            recovery = recover(journal->owner, error);
+        } else {
+            removeLeftOvers(projectPath); // each file is whole, and no more is known
+        }
+        return error.message.isEmpty() && BatchJournal(projectPath).remove(error)
+            ? recovery
+            : Recovery::Nothing;
     }
     FileBatch batch(projectPath);
     batch.m_otherProjects = journal->otherProjects;
-    for (const QString &file : journal->files) {
-        batch.m_files.emplace_back(file, qint64(batch.m_files.size()));
+    for (int number = 0; number < journal->files.size(); ++number) {
+        const QString &file = journal->files.at(number);
+        // A project may have been copied without the others.
+        const bool isMissing = std::any_of(
+            journal->otherProjects.begin(), journal->otherProjects.end(),
+            [&file](const QString &project) {
+                return file.startsWith(project + QLatin1Char('/')) && !QFileInfo::exists(project);
+            });
+        if (!isMissing) {
+            batch.m_files.emplace_back(file, number);
+        }
+    }
+    if (!batch.checkFiles(error)) {
+        return Recovery::Nothing;
+    }
+    if (journal->state == BatchJournal::State::Collecting) {
+        return batch.discard(error) ? Recovery::Undone : Recovery::Nothing;
     }
     if (journal->state == BatchJournal::State::Replacing) {
         return batch.replaceAll(error) && batch.finish(error) ? Recovery::Finished
@@ -229,6 +270,11 @@ bool FileBatch::syncContents(Diagnostic &error) const
                 return false;
             }
         }
+    }
+    // The journals' own entries, too.
+    StagedFile::syncFolder(QFile::encodeName(m_projectPath));
+    for (const QString &project : m_otherProjects) {
+        StagedFile::syncFolder(QFile::encodeName(project));
     }
     return syncFolders(m_files, error);
 }
@@ -254,6 +300,18 @@ bool FileBatch::finish(Diagnostic &error)
     return end(error);
 }
 
+/// Before the switch-over.
+bool FileBatch::discard(Diagnostic &error)
+{
+    for (const StagedFile &file : m_files) {
+        if (!file.discard(error)) {
+            return false;
+        }
+    }
+    return end(error);
+}
+
+/// In the middle of the switch-over.
 bool FileBatch::undo(Diagnostic &error)
 {
     for (const StagedFile &file : m_files) {
@@ -264,12 +322,46 @@ bool FileBatch::undo(Diagnostic &error)
     return syncFolders(m_files, error) && end(error);
 }
 
+/// Whether another project's journal says that it takes part in this batch, and not in another
+/// one; an empty one was to say so.
+bool FileBatch::pointsHere(const QString &projectPath) const
+{
+    Diagnostic ignored;
+    const auto journal = BatchJournal::read(projectPath, ignored);
+    return journal
+        && (journal->owner.isEmpty() ? journal->files.isEmpty() && journal->otherProjects.isEmpty()
+                                     : journal->owner == m_projectPath);
+}
+
+/// Whether all files lie in the projects that take part: the journal is no way out of them.
+bool FileBatch::checkFiles(Diagnostic &error) const
+{
+    QStringList projects{m_projectPath};
+    std::copy_if(m_otherProjects.begin(), m_otherProjects.end(), std::back_inserter(projects),
+                 [this](const QString &project) { return pointsHere(project); });
+    for (const StagedFile &file : m_files) {
+        QFileInfo folder(QFileInfo(file.filePath()).path());
+        while (!folder.exists() && !folder.isRoot()) {
+            folder.setFile(folder.path());
+        }
+        const QString path = folder.canonicalFilePath() + QLatin1Char('/');
+        const bool isInside =
+            std::any_of(projects.begin(), projects.end(), [&path](const QString &project) {
+                return path.startsWith(project + QLatin1Char('/'));
+            });
+        if (!isInside) {
+            error = {BatchJournal::filePath(m_projectPath), 0, 0,
+                     QStringLiteral("names a file outside of its projects: ") + file.filePath()};
+            return false;
+        }
+    }
+    return true;
+}
+
 bool FileBatch::end(Diagnostic &error)
 {
     for (const QString &project : qAsConst(m_otherProjects)) {
-        // It may have joined another batch, and never this one.
-        const bool isOwn = owner(project) == m_projectPath;
-        if (isOwn && !BatchJournal(project).remove(error)) {
+        if (pointsHere(project) && !BatchJournal(project).remove(error)) {
             return false;
         }
     }

@@ -75,7 +75,10 @@ private:
     bool syncContents(Diagnostic &error) const;
     bool replaceAll(Diagnostic &error);
     bool finish(Diagnostic &error);
+    bool discard(Diagnostic &error);
     bool undo(Diagnostic &error);
+    bool pointsHere(const QString &projectPath) const;
+    bool checkFiles(Diagnostic &error) const;
     bool end(Diagnostic &error);
 
     QString m_projectPath;

@@ -61,6 +61,13 @@ bool FileTree::write(const FileTreeNode &root, const QString &projectPath, const
         return false;
     }
     const QByteArray text = root.text();
+    if (text.size() > maximumFileSize) {
+        error = {filePath, 0, 0,
+                 QStringLiteral("cannot be written: expected at most %1 bytes, found %2")
+                     .arg(maximumFileSize)
+                     .arg(text.size())};
+        return false;
+    }
     if (FileBatch *batch = HostSession::batch()) {
         TextFile::Stamp stamp;
         if (!batch->add(projectPath, filePath, text, stamp, error)) {

@@ -63,7 +63,7 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
         return 2;
     }
     const QVariant newValue = JsonValue::normalized(value);
-    if (!newValue.isValid()) {
+    if (!newValue.isValid() || isTooDeep(newValue)) {
         return 3;
     }
     QVariant oldValue;
@@ -232,6 +232,19 @@ QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
         return *known;
     }
     return *m_children.insert(known, QSharedPointer<FileTreeNode>::create(m_tree, element));
+}
+
+/// Whether the file could not be read again with a value.
+bool FileTreeNode::isTooDeep(const QVariant &value) const
+{
+    const int depth = JsonValue::depth(value);
+    if (depth == 0) {
+        return false;
+    }
+    const QString ownPath = path();
+    const int ancestors = ownPath.isEmpty() ? 0 : 1 + ownPath.count(QLatin1Char('/'));
+    // Each ancestor is an object in the object "children"; the value stands in "properties".
+    return 2 * ancestors + 2 + depth > JsonText::maximumDepth;
 }
 
 /// Null when the property was not written.

@@ -32,7 +32,7 @@ public:
 
     /// Adds a property that the node does not have.
     /// @return 0: written; 1: equal already; 2: the property is read-only; 3: the value has no JSON
-    ///         form
+    ///         form, or nests deeper than a file may
     int setProperty(const QString &propertyKey, const QVariant &value) override;
 
     /// Adds nothing, with a warning, when the property is read-only or the value has no JSON form.
@@ -76,6 +76,7 @@ private:
     const FileTreeNode *find(const QString &relUrl) const;
     int propertyElement(const QString &propertyKey) const;
     QVariant value(const QString &propertyKey) const;
+    bool isTooDeep(const QVariant &value) const;
     QStringList keysOf(int object) const;
     void collectEdits(JsonEdit &edit) const;
 

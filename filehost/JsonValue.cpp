@@ -112,7 +112,8 @@ QVariant normalized(const QVariant &value)
     }
     case QMetaType::QDateTime: {
         const QDateTime dateTime = value.toDateTime().toUTC();
-        return dateTime.isValid() ? QVariant(dateTime.toString(Qt::ISODateWithMs)) : QVariant();
+        const QString text = dateTime.toString(Qt::ISODateWithMs);
+        return text.isEmpty() ? QVariant() : QVariant(text); // of years with four digits only
     }
     case QMetaType::QStringList:
     case QMetaType::QVariantList:
@@ -131,6 +132,29 @@ QVariant normalized(const QVariant &value)
         return normalized(value.toJsonDocument().toVariant());
     default:
         return QVariant();
+    }
+}
+
+int depth(const QVariant &value)
+{
+    int deepest = 0;
+    switch (value.userType()) {
+    case QMetaType::QVariantList: {
+        const QVariantList list = value.toList();
+        for (const QVariant &element : list) {
+            deepest = std::max(deepest, depth(element));
+        }
+        return 1 + deepest;
+    }
+    case QMetaType::QVariantMap: {
+        const QVariantMap map = value.toMap();
+        for (const QVariant &member : map) {
+            deepest = std::max(deepest, depth(member));
+        }
+        return 1 + deepest;
+    }
+    default:
+        return 0;
     }
 }
 

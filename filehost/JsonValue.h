@@ -14,6 +14,9 @@ namespace JsonValue {
  */
 QVariant normalized(const QVariant &value);
 
+/// How many lists and maps of a normalized value lie inside each other.
+int depth(const QVariant &value);
+
 /// Whether two normalized values are the same JSON value; numbers by value, whatever their type.
 bool areEqual(const QVariant &left, const QVariant &right);
 

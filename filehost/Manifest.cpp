@@ -7,6 +7,7 @@
 #include "host/PropertyManagerConst.h"
 #include "host/SystemInformationManagerDataDefinitions.h"
 
+#include <QJsonDocument>
 #include <QMap>
 #include <QSet>
 
@@ -65,6 +66,15 @@ void Manifest::read()
     }
     m_json = JsonText::parse(text, m_error);
     if (m_json.isNull()) {
+        m_error.file = m_filePath;
+        return;
+    }
+    QJsonParseError libraryError;
+    QJsonDocument::fromJson(text, &libraryError);
+    if (libraryError.error != QJsonParseError::NoError) {
+        m_error = m_json.placeOf(libraryError.offset,
+                                 QStringLiteral("the library cannot read the manifest: ")
+                                     + libraryError.errorString());
         m_error.file = m_filePath;
         return;
     }

@@ -1,15 +1,16 @@
 #pragma once
 
+#include "filehost/Descriptor.h"
 #include "filehost/Diagnostic.h"
 
-#include <QLockFile>
 #include <QString>
 
 #include <memory>
 
 /**
- * The right to write a project, which one process has at a time: the file .configscript-lock in the
- * project folder. A process that ends loses it, however it ends.
+ * The right to write a project, which one process has at a time: the kernel's lock of the file
+ * .configscript-lock in the project folder. It ends with the process, however that ends; what the
+ * file holds only tells others who it is.
  */
 class ProjectLock
 {
@@ -17,12 +18,18 @@ public:
     /// How long acquire() waits for another process, in milliseconds.
     static constexpr int patience = 2000;
 
-    /// @return null, with @p error set, when another process keeps the right, and for another
-    ///         reason
+    /// @return null, with @p error set, when another process keeps the right, or when no lock can
+    ///         be made in the folder
     static std::unique_ptr<ProjectLock> acquire(const QString &projectPath, Diagnostic &error);
 
-private:
-    explicit ProjectLock(const QString &filePath);
+    ~ProjectLock();
 
-    QLockFile m_file;
+private:
+    explicit ProjectLock(const QByteArray &filePath);
+
+    bool tryLock();
+    void tellOthers() const;
+
+    QByteArray m_filePath;
+    Descriptor m_file;
 };

@@ -83,7 +83,9 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         error = {m_filePath, 0, 0, QStringLiteral("cannot be written: ") + reason};
         return false;
     };
-    struct stat old;
+    struct stat old
+    {
+    };
     const bool exists = ::stat(path().constData(), &old) == 0;
     if (exists && !S_ISREG(old.st_mode)) {
         return refuse(QStringLiteral("it is no file"));
@@ -106,13 +108,14 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         if (file < 0) {
             return fail(error);
         }
-        constexpr mode_t permissions = 07777;
-        if (exists && (old.st_uid != ::geteuid() || old.st_gid != ::getegid())) {
-            const int ignored = ::fchown(file, old.st_uid, old.st_gid); // not everyone may
-            Q_UNUSED(ignored)
+        mode_t mode = old.st_mode & 07777;
+        if (exists && (old.st_uid != ::geteuid() || old.st_gid != ::getegid())
+            && ::fchown(file, old.st_uid, old.st_gid) != 0
+            && ::fchown(file, uid_t(-1), old.st_gid) != 0) {
+            mode &= ~mode_t(S_IRWXG | S_ISGID); // another group shall not get what that one had
         }
-        isWritten = (!exists || ::fchmod(file, old.st_mode & permissions) == 0)
-            && writeWhole(file, content) && file.close();
+        isWritten =
+            (!exists || ::fchmod(file, mode) == 0) && writeWhole(file, content) && file.close();
     }
     if (!isWritten) {
         fail(error);
@@ -164,6 +167,11 @@ bool StagedFile::replaceFinally(Diagnostic &error) const
 
 bool StagedFile::forgetOld(Diagnostic &error) const
 {
+    return discard(error);
+}
+
+bool StagedFile::discard(Diagnostic &error) const
+{
     return remove(oldPath(), error) && remove(newPath(), error);
 }
 
@@ -178,7 +186,7 @@ bool StagedFile::undo(Diagnostic &error) const
     } else if (isInPlaceOf(newPath()) && !remove(path(), error)) {
         return false;
     }
-    return remove(oldPath(), error) && remove(newPath(), error);
+    return discard(error);
 }
 
 bool StagedFile::syncFolder(const QByteArray &folder)
@@ -203,5 +211,5 @@ bool StagedFile::isInPlaceOf(const QByteArray &otherPath) const
 
 bool StagedFile::remove(const QByteArray &path, Diagnostic &error) const
 {
-    return ::unlink(path.constData()) == 0 || errno == ENOENT || fail(error);
+    return ::unlink(path.constData()) == 0 || errno == ENOENT || errno == ENOTDIR || fail(error);
 }

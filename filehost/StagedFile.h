@@ -45,8 +45,11 @@ public:
     /// Gives up the old file, after replace().
     bool forgetOld(Diagnostic &error) const;
 
-    /// Puts the old file back, and gives up the new content.
+    /// Puts the old file back after replace(), if it came that far, and gives up the new content.
     bool undo(Diagnostic &error) const;
+
+    /// Gives up the new content before replace().
+    bool discard(Diagnostic &error) const;
 
     /// Waits until the folder's entries are on the disk.
     static bool syncFolder(const QByteArray &folder);

@@ -4,10 +4,12 @@
 #include "filehost/StagedFile.h"
 
 #include <QFile>
+#include <QRandomGenerator>
 
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <limits>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -119,9 +121,14 @@ bool isUnchanged(const QString &filePath, const Stamp &stamp)
 
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error)
 {
-    const StagedFile file(StagedFile::realPath(filePath), ::getpid());
-    if (file.write(content, error) && file.sync(error) && file.replaceFinally(error)) {
-        return true;
+    const StagedFile file(StagedFile::realPath(filePath),
+                          QRandomGenerator::system()->bounded(std::numeric_limits<int>::max()));
+    if (file.write(content, error)) {
+        if (file.sync(error) && file.replaceFinally(error)) {
+            return true;
+        }
+        Diagnostic ignored;
+        file.discard(ignored);
     }
     error.file = filePath;
     return false;

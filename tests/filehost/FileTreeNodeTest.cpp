@@ -143,6 +143,64 @@ private Q_SLOTS:
         QCOMPARE(root->text(), text);
     }
 
+    // What is hard to write: a copy of the value reads as the value itself, whose text stays.
+    void copiesAValueExactly_data()
+    {
+        QTest::addColumn<QByteArray>("value");
+        for (const char *value :
+             {"-0", "-0.0", "1e-400", "5e-324", "1.7976931348623157e308", "0.1", "1.50",
+              "9007199254740993", "-9223372036854775808", "9223372036854775808", "\"\\ud83d\"",
+              "\"\\udeb0\\ud83d\"", "\"\\ud83d\\ud83d\\udeb0\"", "\"\xf0\x9f\x9a\xb0\"",
+              "\"\xef\xbb\xbfx\xef\xbb\xbf\"", "\"\\u0000\\u001f\x7f\"", "\"\xef\xbf\xbf\"",
+              "{ \"\\ud83d\": [-0], \"\\udeb0\": {}, \"\": [[]] }"}) {
+            QTest::newRow(value) << QByteArray(value);
+        }
+    }
+
+    void copiesAValueExactly()
+    {
+        QFETCH(QByteArray, value);
+        const auto root = treeWith(value);
+        QVERIFY(root);
+        const QVariant original = root->getProperty(s_a);
+        QCOMPARE(root->setProperty(s_new, original), 0);
+        const QByteArray text = root->text();
+        QVERIFY2(text.startsWith("{ \"properties\": { \"a\": " + value + ','), text.constData());
+        const auto again = parse(text);
+        QVERIFY2(again, text.constData());
+        QCOMPARE(typedText(again->getProperty(s_a)), typedText(original));
+        QCOMPARE(typedText(again->getProperty(s_new)), typedText(original));
+    }
+
+    void takesNoValueTooDeepToBeReadAgain_data()
+    {
+        QTest::addColumn<int>("nodes");
+        QTest::addColumn<int>("depth");
+        QTest::addColumn<int>("status");
+        // A node takes two levels, the object around its properties one.
+        QTest::newRow("on the root") << 0 << 510 << 0;
+        QTest::newRow("on the root, too deep") << 0 << 511 << 3;
+        QTest::newRow("10,000 levels") << 0 << 10000 << 3;
+        QTest::newRow("on the deepest node") << 255 << 0 << 0;
+        QTest::newRow("on the deepest node, too deep") << 255 << 1 << 3;
+    }
+
+    void takesNoValueTooDeepToBeReadAgain()
+    {
+        QFETCH(int, nodes);
+        QFETCH(int, depth);
+        const auto root = parse(QByteArray("{\"children\":{\"a\":").repeated(nodes) + "{}"
+                                + QByteArray("}}").repeated(nodes));
+        const auto node = nodeAt(root, QStringLiteral("a/").repeated(nodes).chopped(nodes ? 1 : 0));
+        QVERIFY(node);
+        QVariant value = 1;
+        for (int i = 0; i < depth; ++i) {
+            value = QVariantList{value};
+        }
+        QTEST(node->setProperty(s_new, value), "status");
+        QVERIFY(parse(root->text()));
+    }
+
     void refusesAReadOnlyProperty()
     {
         const auto root = treeWith("1");

@@ -172,6 +172,30 @@ private Q_SLOTS:
                      + QStringLiteral(": expected at most 33554432 bytes, found 33554433"));
     }
 
+    void refusesAHugeFile()
+    {
+        const ProjectFolder project;
+        project.write(s_fileName, s_content);
+        QVERIFY(QFile::resize(project.path(s_fileName), 200 * 1024 * 1024));
+        Diagnostic error;
+        QVERIFY(FileTree::read(identityIn(project), error).isNull());
+        QCOMPARE(error.toString(),
+                 project.path(s_fileName)
+                     + QStringLiteral(": expected at most 33554432 bytes, found 209715200"));
+    }
+
+    void writesNoFileThatItWouldNotRead()
+    {
+        const ProjectFolder project;
+        project.write(s_fileName, s_content);
+        const auto root = readIn(project);
+        root->setProperty(QStringLiteral("text"),
+                          QString(int(FileTree::maximumFileSize), QLatin1Char('x')));
+        QVERIFY2(write(root, project, 1).startsWith(project.path(s_fileName)),
+                 "the file was written");
+        QCOMPARE(project.read(s_fileName), s_content);
+    }
+
     void writesItsFileAgainAndAgain()
     {
         const ProjectFolder project;

@@ -115,6 +115,10 @@ private Q_SLOTS:
         QTest::newRow("-infinity") << QVariant(-std::numeric_limits<double>::infinity());
         QTest::newRow("infinite float") << QVariant(std::numeric_limits<float>::infinity());
         QTest::newRow("invalid date") << QVariant(QDateTime());
+        // Of years without four digits Qt makes an empty text.
+        QTest::newRow("date behind the year 9999")
+            << QVariant(QDateTime({10000, 1, 1}, {}, Qt::UTC));
+        QTest::newRow("date before the year 0") << QVariant(QDateTime({-1, 1, 1}, {}, Qt::UTC));
         QTest::newRow("undefined") << QVariant(QJsonValue(QJsonValue::Undefined));
         QTest::newRow("null document") << QVariant(QJsonDocument());
         QTest::newRow("bytes") << QVariant(QByteArray("a"));

@@ -6,6 +6,7 @@
 #include "host/JsonDataIterator.h"
 #include "support/StrictTest.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -104,7 +105,9 @@ private Q_SLOTS:
               R"([[{ "x": { "list": [{ "instanceName": "a" }] } }], { "list": [] }])",
               R"([{ "x": { "list": [] }, "list": [{ "instanceName": "a" }] }])",
               R"([{ "z": { "list": [{ "instanceName": "a" }] },
-                   "b": { "list": [{ "instanceName": "b" }] } }])"}) {
+                   "b": { "list": [{ "instanceName": "b" }] } }])",
+              // Too small for a double: Qt takes the file for none of JSON.
+              R"([{ "x": 1e-400, "list": [{ "instanceName": "a" }] }])"}) {
             QTest::newRow(rowName(content).constData())
                 << QByteArray(content).replace("list", "dependencyFileExtern");
         }
@@ -125,6 +128,18 @@ private Q_SLOTS:
             QCOMPARE(manifest.entries().at(i).instanceName,
                      found.at(i).toObject().value(QLatin1String("instanceName")).toString());
         }
+    }
+
+    void refusesAHugeFile()
+    {
+        const ProjectFolder folder;
+        folder.write(QStringLiteral("configuration/manifest.json"), "[]");
+        QVERIFY(QFile::resize(folder.path(QStringLiteral("configuration/manifest.json")),
+                              200 * 1024 * 1024));
+        const Manifest manifest = read(folder, QByteArray());
+        QCOMPARE(manifest.error().toString(),
+                 manifest.filePath()
+                     + QStringLiteral(": expected at most 33554432 bytes, found 209715200"));
     }
 
     void missesItsFile()

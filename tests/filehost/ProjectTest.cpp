@@ -210,6 +210,26 @@ private Q_SLOTS:
         QCOMPARE(m_error.toString(), m_folder->path(file) + error);
     }
 
+    void refusesAHugeFile_data()
+    {
+        QTest::addColumn<QString>("file");
+        for (const char *file : {"project.json", "texts/en.json", "units.json", "providers.json"}) {
+            QTest::newRow(file) << QString::fromLatin1(file);
+        }
+    }
+
+    void refusesAHugeFile()
+    {
+        QFETCH(QString, file);
+        m_folder->write(s_projectFile, s_station);
+        m_folder->write(file, s_station);
+        QVERIFY(QFile::resize(m_folder->path(file), 200 * 1024 * 1024));
+        QVERIFY(!open());
+        QCOMPARE(m_error.toString(),
+                 m_folder->path(file)
+                     + QStringLiteral(": expected at most 33554432 bytes, found 209715200"));
+    }
+
     void readsTheTextsOfItsLanguage()
     {
         m_folder->write(

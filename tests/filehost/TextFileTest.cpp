@@ -1,4 +1,5 @@
 #include "filehost/TextFile.h"
+#include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"
 
@@ -6,71 +7,11 @@
 #include <QFileInfo>
 #include <QTest>
 
-#include <csignal>
-
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 const QString s_name = QStringLiteral("line1/pump1.json");
-
-/// No file can grow beyond some bytes for its life, as on a full disk.
-class FullDisk
-{
-public:
-    explicit FullDisk(rlim_t bytes)
-    {
-        // Not the end of the program, but an error of the write.
-        m_previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_previousLimit);
-        rlimit limit = m_previousLimit;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~FullDisk()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_previousLimit);
-        std::signal(SIGXFSZ, m_previousHandler);
-    }
-
-private:
-    Q_DISABLE_COPY(FullDisk)
-
-    rlimit m_previousLimit;
-    void (*m_previousHandler)(int);
-};
-
-/// Someone who may not do everything, for a scope, and a folder that is theirs.
-class OrdinaryUser
-{
-public:
-    explicit OrdinaryUser(const ProjectFolder &folder)
-        : m_isSuperuser(geteuid() == 0)
-    {
-        if (m_isSuperuser
-            && (chown(QFile::encodeName(folder.path()).constData(), s_user, gid_t(-1)) != 0
-                || setresuid(s_user, s_user, 0) != 0)) {
-            qFatal("cannot become an ordinary user");
-        }
-    }
-
-    ~OrdinaryUser()
-    {
-        if (m_isSuperuser && setresuid(0, 0, 0) != 0) {
-            qFatal("cannot become the superuser again");
-        }
-    }
-
-private:
-    Q_DISABLE_COPY(OrdinaryUser)
-
-    static constexpr uid_t s_user = 65534;
-
-    bool m_isSuperuser;
-};
 
 } // namespace
 

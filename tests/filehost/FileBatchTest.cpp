@@ -1,0 +1,527 @@
+#include "filehost/FileBatch.h"
+#include "filehost/FaultySurroundings.h"
+#include "filehost/ProjectFolder.h"
+#include "support/StrictTest.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdlib>
+
+Q_DECLARE_METATYPE(BatchJournal::State)
+
+namespace {
+
+const QString s_plant = QStringLiteral("plant");
+const QString s_network = QStringLiteral("network");
+const QString s_a = QStringLiteral("plant/configuration/a.json");
+const QString s_b = QStringLiteral("plant/process/b.json");
+const QString s_bus = QStringLiteral("network/configuration/bus.json");
+const QStringList s_names{s_a, s_b, s_bus};
+
+/// Two projects with three files, each of which holds "old".
+class Projects : public ProjectFolder
+{
+public:
+    Projects()
+    {
+        for (const QString &name : s_names) {
+            write(name, "old");
+        }
+    }
+
+    QString projectOf(const QString &name) const
+    {
+        return path(name.section(QLatin1Char('/'), 0, 0));
+    }
+
+    bool add(FileBatch &batch, const QString &name, const QByteArray &content) const
+    {
+        Diagnostic error;
+        TextFile::Stamp stamp;
+        return batch.add(projectOf(name), path(name), content, stamp, error);
+    }
+
+    QByteArrayList contents() const
+    {
+        QByteArrayList contents;
+        for (const QString &name : s_names) {
+            contents.append(read(name));
+        }
+        return contents;
+    }
+};
+
+const QByteArrayList s_old{"old", "old", "old"};
+const QByteArrayList s_new{"new", "new", "new"};
+
+/// What a process that was ended leaves of a batch of the plant that changes all files to "new".
+void interrupt(const Projects &projects, BatchJournal::State state, int replaced)
+{
+    Diagnostic error;
+    BatchJournal journal(projects.path(s_plant));
+    BatchJournal pointer(projects.path(s_network));
+    bool isDone = journal.create(error) && journal.addProject(projects.path(s_network), error)
+        && pointer.create(error) && pointer.setOwner(projects.path(s_plant), error);
+    QVector<StagedFile> files;
+    for (const QString &name : s_names) {
+        files.append(StagedFile(projects.path(name), files.size()));
+        isDone = isDone && journal.addFile(projects.path(name), error)
+            && files.last().write("new", error);
+    }
+    if (state != BatchJournal::State::Collecting) {
+        isDone = isDone && journal.setState(BatchJournal::State::Replacing, error);
+    }
+    for (int i = 0; i < replaced; ++i) {
+        isDone = isDone && files.at(i).replace(error);
+    }
+    if (state == BatchJournal::State::Undoing) {
+        isDone = isDone && journal.setState(state, error) && files.at(0).undo(error);
+    }
+    if (!isDone) {
+        qFatal("%s", qPrintable(error.toString()));
+    }
+}
+
+} // namespace
+
+class FileBatchTest : public StrictTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void replacesAllFilesAtOnce()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        FileBatch batch(projects.path(s_plant));
+        for (const QString &name : s_names) {
+            QVERIFY(projects.add(batch, name, "new"));
+            QCOMPARE(projects.contents(), s_old);
+        }
+        QVERIFY(FileBatch::isInterrupted(projects.path(s_plant)));
+        QVERIFY(FileBatch::isInterrupted(projects.path(s_network)));
+        QCOMPARE(FileBatch::owner(projects.path(s_network)), projects.path(s_plant));
+        QCOMPARE(FileBatch::owner(projects.path(s_plant)), projects.path(s_plant));
+        QString error;
+        QVERIFY2(batch.commit(error), qPrintable(error));
+        QCOMPARE(projects.contents(), s_new);
+        QCOMPARE(projects.entries(), entries);
+        QVERIFY(!FileBatch::isInterrupted(projects.path(s_plant)));
+    }
+
+    void leavesNothingWithoutFiles()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        QString error;
+        FileBatch batch(projects.path(s_plant));
+        QCOMPARE(projects.entries(), entries);
+        QVERIFY(batch.commit(error));
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    void takesTheLastContentOfEachFile()
+    {
+        const Projects projects;
+        projects.link(QStringLiteral("plant/configuration/link.json"), QStringLiteral("a.json"));
+        const QStringList entries = projects.entries();
+        FileBatch batch(projects.path(s_plant));
+        QVERIFY(projects.add(batch, s_a, "a longer first content"));
+        QVERIFY(projects.add(batch, s_b, "new"));
+        QVERIFY(projects.add(batch, QStringLiteral("plant/configuration/link.json"), "second"));
+        QString error;
+        QVERIFY(batch.commit(error));
+        QCOMPARE(projects.contents(), QByteArrayList({"second", "new", "old"}));
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    void worksAgainAfterACommit()
+    {
+        const Projects projects;
+        FileBatch batch(projects.path(s_plant));
+        QString error;
+        QVERIFY(projects.add(batch, s_a, "new") && batch.commit(error));
+        QVERIFY(projects.add(batch, s_bus, "new") && batch.commit(error));
+        QCOMPARE(projects.contents(), QByteArrayList({"new", "old", "new"}));
+    }
+
+    void replacesManyFilesAndMakesNewOnes()
+    {
+        const Projects projects;
+        FileBatch batch(projects.path(s_plant));
+        QStringList names;
+        for (int i = 0; i < 40; ++i) {
+            names.append(QStringLiteral("plant/configuration/%1/a%2.json").arg(i % 3).arg(i));
+            if (i % 2 == 0) {
+                projects.write(names.last(), "old");
+            }
+            QVERIFY(projects.add(batch, names.last(), QByteArray::number(i)));
+        }
+        QString error;
+        QVERIFY2(batch.commit(error), qPrintable(error));
+        for (int i = 0; i < names.size(); ++i) {
+            QCOMPARE(projects.read(names.at(i)), QByteArray::number(i));
+        }
+        QVERIFY(projects.entries().filter(QStringLiteral(".configscript")).isEmpty());
+    }
+
+    void drops_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("dropped") << QStringLiteral("drop");
+        QTest::newRow("destroyed") << QStringLiteral("destroy");
+        QTest::newRow("given up") << QStringLiteral("give up");
+    }
+
+    void drops()
+    {
+        QFETCH(QString, how);
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        {
+            FileBatch batch(projects.path(s_plant));
+            for (const QString &name : s_names) {
+                QVERIFY(projects.add(batch, name, "new"));
+            }
+            if (how == QLatin1String("drop")) {
+                batch.drop();
+            } else if (how == QLatin1String("give up")) {
+                batch.giveUp(QStringLiteral("first reason"));
+                batch.giveUp(QStringLiteral("second reason"));
+                QString error;
+                QVERIFY(!batch.commit(error));
+                QCOMPARE(error, QStringLiteral("first reason"));
+            }
+        }
+        QCOMPARE(projects.contents(), s_old);
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    void isGivenUpWhenAFileCannotBeStored_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("a folder") << QStringLiteral("plant/configuration");
+        QTest::newRow("below a file") << QStringLiteral("plant/configuration/a.json/b.json");
+    }
+
+    void isGivenUpWhenAFileCannotBeStored()
+    {
+        QFETCH(QString, name);
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        FileBatch batch(projects.path(s_plant));
+        QVERIFY(projects.add(batch, s_a, "new"));
+        Diagnostic error;
+        TextFile::Stamp stamp;
+        QVERIFY(!batch.add(projects.path(s_plant), projects.path(name), "new", stamp, error));
+        projects.add(batch, s_bus, "new");
+        QString reason;
+        QVERIFY(!batch.commit(reason));
+        QCOMPARE(reason, error.toString());
+        QVERIFY2(reason.startsWith(projects.path(name) + QStringLiteral(": cannot be written: ")),
+                 qPrintable(reason));
+        QCOMPARE(projects.contents(), s_old);
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    void leavesNothingOnAFullDisk()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        QString error;
+        {
+            const FullDisk disk(1000);
+            FileBatch batch(projects.path(s_plant));
+            projects.add(batch, s_bus, "new");
+            QVERIFY(!projects.add(batch, s_a, QByteArray(2000, ' ')));
+            projects.add(batch, s_b, "new");
+            QVERIFY(!batch.commit(error));
+        }
+        QVERIFY2(error.startsWith(projects.path(s_a) + QStringLiteral(": cannot be written: ")),
+                 qPrintable(error));
+        QCOMPARE(projects.contents(), s_old);
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    void restoresAllWhenOneCannotBeReplaced()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        FileBatch batch(projects.path(s_plant));
+        for (const QString &name : s_names) {
+            QVERIFY(projects.add(batch, name, "new"));
+        }
+        QString error;
+        {
+            // Neither can the old file be kept, nor the new one take its place.
+            projects.write(QStringLiteral("network/configuration/.configscript-2.old/in the way"),
+                           "");
+            QVERIFY(QFile::remove(projects.path(s_bus)));
+            projects.makeFolder(s_bus + QStringLiteral("/in the way"));
+            QVERIFY(!batch.commit(error));
+        }
+        QVERIFY2(error.startsWith(projects.path(s_bus) + QStringLiteral(": cannot be written: ")),
+                 qPrintable(error));
+        QCOMPARE(projects.read(s_a), QByteArray("old"));
+        QCOMPARE(projects.read(s_b), QByteArray("old"));
+    }
+
+    void refusesASecondBatch()
+    {
+        const Projects projects;
+        FileBatch first(projects.path(s_plant));
+        QVERIFY(projects.add(first, s_a, "new"));
+        FileBatch second(projects.path(s_plant));
+        QVERIFY(!projects.add(second, s_b, "other"));
+        QString error;
+        QVERIFY(!second.commit(error));
+        QVERIFY(first.commit(error));
+        QCOMPARE(projects.contents(), QByteArrayList({"new", "old", "old"}));
+    }
+
+    void refusesAnotherBatchsProject()
+    {
+        const Projects projects;
+        FileBatch first(projects.path(s_plant));
+        QVERIFY(projects.add(first, s_bus, "new"));
+        {
+            FileBatch second(projects.path(s_network));
+            QVERIFY(!projects.add(second, s_bus, "other"));
+            FileBatch third(projects.path(QStringLiteral(".")));
+            QVERIFY(!projects.add(third, s_bus, "other"));
+        }
+        QString error;
+        QVERIFY2(first.commit(error), qPrintable(error));
+        QCOMPARE(projects.read(s_bus), QByteArray("new"));
+    }
+
+    void recovers_data()
+    {
+        QTest::addColumn<BatchJournal::State>("state");
+        QTest::addColumn<int>("replaced");
+        QTest::addColumn<QString>("opened");
+        QTest::addColumn<QString>("move");
+        using State = BatchJournal::State;
+        for (const QString &opened : {s_plant, s_network}) {
+            const auto row = [&](const char *name) -> QTestData & {
+                return QTest::newRow(
+                    qPrintable(QLatin1String(name) + QStringLiteral(", ") + opened));
+            };
+            row("collecting") << State::Collecting << 0 << opened << QString();
+            row("nothing replaced") << State::Replacing << 0 << opened << QString();
+            row("one replaced") << State::Replacing << 1 << opened << QString();
+            row("all replaced") << State::Replacing << 3 << opened << QString();
+            row("undoing") << State::Undoing << 2 << opened << QString();
+            row("through a link") << State::Replacing << 1 << opened << QStringLiteral("link");
+            row("both moved") << State::Replacing << 1 << opened << QStringLiteral("rename");
+            row("both copied") << State::Replacing << 1 << opened << QStringLiteral("copy");
+        }
+    }
+
+    void recovers()
+    {
+        QFETCH(BatchJournal::State, state);
+        QFETCH(int, replaced);
+        QFETCH(QString, opened);
+        QFETCH(QString, move);
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        interrupt(projects, state, replaced);
+        QString folder = projects.path();
+        const QTemporaryDir elsewhere;
+        QString path = projects.path(opened);
+        if (move == QLatin1String("link")) {
+            path = elsewhere.filePath(QStringLiteral("link"));
+            QVERIFY(QFile::link(projects.path(opened), path));
+        } else if (!move.isEmpty()) {
+            for (const QString &name : {s_plant, s_network}) {
+                const QString target = elsewhere.filePath(name);
+                const QByteArray command = move == QLatin1String("copy") ? "cp -r '" : "mv '";
+                QCOMPARE(std::system((command + projects.path(name).toUtf8() + "' '"
+                                      + target.toUtf8() + '\'')
+                                         .constData()),
+                         0);
+            }
+            folder = elsewhere.path();
+            path = elsewhere.filePath(opened);
+        }
+        const bool isFinished = state == BatchJournal::State::Replacing;
+        Diagnostic error;
+        QVERIFY(FileBatch::isInterrupted(path));
+        const FileBatch::Recovery recovery = FileBatch::recover(path, error);
+        QCOMPARE(error.toString(), QString());
+        QCOMPARE(recovery,
+                 isFinished ? FileBatch::Recovery::Finished : FileBatch::Recovery::Undone);
+        for (const QString &name : s_names) {
+            QFile file(folder + QLatin1Char('/') + name);
+            QVERIFY(file.open(QFile::ReadOnly));
+            QCOMPARE(file.readAll(), QByteArray(isFinished ? "new" : "old"));
+        }
+        const QStringList left =
+            QDir(folder + QLatin1Char('/') + s_plant)
+                .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+            + QDir(folder + QLatin1Char('/') + s_network)
+                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        QCOMPARE(left,
+                 QStringList({QStringLiteral("configuration"), QStringLiteral("process"),
+                              QStringLiteral("configuration")}));
+        QCOMPARE(FileBatch::recover(path, error), FileBatch::Recovery::Nothing);
+        QCOMPARE(error.toString(), QString());
+        if (folder == projects.path()) {
+            QCOMPARE(projects.entries(), entries);
+        }
+    }
+
+    void findsNothingToRecover()
+    {
+        const Projects projects;
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Nothing);
+        QCOMPARE(error.toString(), QString());
+    }
+
+    void removesAnEmptyJournal()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        projects.write(QStringLiteral("plant/.configscript-journal"), "");
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Undone);
+        QCOMPARE(error.toString(), QString());
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    // It ended after it had made the other project's journal, and before it wrote to it.
+    void recoversBeforeTheOtherProjectPointsBack()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"alsoIn\":\"../network\"}\n");
+        projects.write(QStringLiteral("network/.configscript-journal"), "");
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Undone);
+        QCOMPARE(error.toString(), QString());
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    // The journal names a file before its folder is made.
+    void recoversBeforeAFoldersMade()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"file\":\"process/line9/new.json\"}\n");
+        Diagnostic error;
+        const FileBatch::Recovery recovery = FileBatch::recover(projects.path(s_plant), error);
+        QCOMPARE(error.toString(), QString());
+        QCOMPARE(recovery, FileBatch::Recovery::Undone);
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    // Before the switch-over nothing has been kept that could be put back: it is older than that.
+    void putsNothingBackBeforeTheSwitchOver()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        projects.write(QStringLiteral("plant/configuration/.configscript-0.old"), "ancient");
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"file\":\"configuration/a.json\"}\n");
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Undone);
+        QCOMPARE(projects.contents(), s_old);
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    void undoesWhatWasNotCommittedBesideLeftOvers()
+    {
+        const Projects projects;
+        const QString leftOver = QStringLiteral("plant/configuration/.configscript-0.old");
+        projects.makeFolder(leftOver); // cannot be removed as a file
+        FileBatch batch(projects.path(s_plant));
+        QVERIFY(!projects.add(batch, s_a, "new"));
+        batch.drop();
+        QCOMPARE(projects.contents(), s_old);
+    }
+
+    void touchesNoFileOutsideItsProjects_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("..") << QByteArray("../elsewhere/a.json");
+        QTest::newRow("absolute") << QByteArray("<folder>/elsewhere/a.json");
+        QTest::newRow("through a link") << QByteArray("configuration/link/a.json");
+    }
+
+    // A journal that somebody else made, who knows of files that a batch left elsewhere.
+    void touchesNoFileOutsideItsProjects()
+    {
+        QFETCH(QByteArray, name);
+        const Projects projects;
+        projects.write(QStringLiteral("elsewhere/a.json"), "theirs");
+        projects.write(QStringLiteral("elsewhere/.configscript-0.new"), "of another file");
+        projects.link(QStringLiteral("plant/configuration/link"),
+                      QStringLiteral("../../elsewhere"));
+        name.replace("<folder>", projects.path().toUtf8());
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"file\":\"" + name + "\"}\n{\"state\":\"replacing\"}\n");
+        Diagnostic error;
+        FileBatch::recover(projects.path(s_plant), error);
+        QCOMPARE(projects.read(QStringLiteral("elsewhere/a.json")), QByteArray("theirs"));
+        QVERIFY(QFile::exists(projects.path(QStringLiteral("elsewhere/.configscript-0.new"))));
+        QVERIFY(!error.message.isEmpty());
+    }
+
+    void leavesAnotherBatchsJournal()
+    {
+        const Projects projects;
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"alsoIn\":\"../network\"}\n{\"state\":\"replacing\"}\n");
+        projects.write(QStringLiteral("network/.configscript-journal"),
+                       "{\"belongsTo\":\"../third\"}\n");
+        Diagnostic error;
+        FileBatch::recover(projects.path(s_plant), error);
+        QVERIFY(FileBatch::isInterrupted(projects.path(s_network)));
+    }
+
+    void endsWhenJournalsPointToEachOther()
+    {
+        const Projects projects;
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"belongsTo\":\"../network\"}\n");
+        projects.write(QStringLiteral("network/.configscript-journal"),
+                       "{\"belongsTo\":\"../plant\"}\n");
+        Diagnostic error;
+        FileBatch::recover(projects.path(s_plant), error);
+        QCOMPARE(projects.contents(), s_old);
+    }
+
+    void keepsAJournalThatItDoesNotUnderstand()
+    {
+        const Projects projects;
+        projects.write(QStringLiteral("plant/.configscript-journal"), "{\"state\":\"later\"}\n");
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Nothing);
+        QVERIFY(!error.message.isEmpty());
+        QVERIFY(FileBatch::isInterrupted(projects.path(s_plant)));
+    }
+
+    // Finished or not, it does not say before the owner's journal can be read.
+    void saysNothingWhileTheOwnersJournalCannotBeRead()
+    {
+        const Projects projects;
+        projects.write(QStringLiteral("plant/.configscript-journal"), "{\"state\":\"later\"}\n");
+        projects.write(QStringLiteral("network/.configscript-journal"),
+                       "{\"belongsTo\":\"../plant\"}\n");
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_network), error), FileBatch::Recovery::Nothing);
+        QVERIFY(!error.message.isEmpty());
+        QVERIFY(FileBatch::isInterrupted(projects.path(s_network)));
+    }
+};
+
+QTEST_GUILESS_MAIN(FileBatchTest)
+
+#include "FileBatchTest.moc"
