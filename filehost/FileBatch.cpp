@@ -186,7 +186,7 @@ bool FileBatch::commit(QString &error)
         return false;
     }
     // All files are new, and on the disk. What cannot be cleaned up now is left to recover().
-    finish(failure);
+    discard(failure);
     m_isBegun = false;
     return true;
 }
@@ -256,8 +256,8 @@ FileBatch::Recovery FileBatch::recover(const QString &projectPath, Diagnostic &e
         return batch.discard(error) ? Recovery::Undone : Recovery::Nothing;
     }
     if (journal->state == BatchJournal::State::Replacing) {
-        return batch.replaceAll(error) && batch.finish(error) ? Recovery::Finished
-                                                              : Recovery::Nothing;
+        return batch.replaceAll(error) && batch.discard(error) ? Recovery::Finished
+                                                               : Recovery::Nothing;
     }
     return batch.undo(error) ? Recovery::Undone : Recovery::Nothing;
 }
@@ -289,18 +289,7 @@ bool FileBatch::replaceAll(Diagnostic &error)
     return syncFolders(m_files, error);
 }
 
-/// Cleans up after replaceAll().
-bool FileBatch::finish(Diagnostic &error)
-{
-    for (const StagedFile &file : m_files) {
-        if (!file.forgetOld(error)) {
-            return false;
-        }
-    }
-    return end(error);
-}
-
-/// Before the switch-over.
+/// Before the switch-over, or when it is done.
 bool FileBatch::discard(Diagnostic &error)
 {
     for (const StagedFile &file : m_files) {
@@ -333,7 +322,8 @@ bool FileBatch::pointsHere(const QString &projectPath) const
                                      : journal->owner == m_projectPath);
 }
 
-/// Whether all files lie in the projects that take part: the journal is no way out of them.
+/// Whether all files that are left to do lie in the projects that take part: the journal is no way
+/// out of them.
 bool FileBatch::checkFiles(Diagnostic &error) const
 {
     QStringList projects{m_projectPath};
@@ -349,7 +339,7 @@ bool FileBatch::checkFiles(Diagnostic &error) const
             std::any_of(projects.begin(), projects.end(), [&path](const QString &project) {
                 return path.startsWith(project + QLatin1Char('/'));
             });
-        if (!isInside) {
+        if (!isInside && file.isPending()) {
             error = {BatchJournal::filePath(m_projectPath), 0, 0,
                      QStringLiteral("names a file outside of its projects: ") + file.filePath()};
             return false;

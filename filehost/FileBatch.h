@@ -74,7 +74,6 @@ private:
     bool joinProject(const QString &projectPath, Diagnostic &error);
     bool syncContents(Diagnostic &error) const;
     bool replaceAll(Diagnostic &error);
-    bool finish(Diagnostic &error);
     bool discard(Diagnostic &error);
     bool undo(Diagnostic &error);
     bool pointsHere(const QString &projectPath) const;

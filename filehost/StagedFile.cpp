@@ -165,14 +165,16 @@ bool StagedFile::replaceFinally(Diagnostic &error) const
     return false;
 }
 
-bool StagedFile::forgetOld(Diagnostic &error) const
-{
-    return discard(error);
-}
-
 bool StagedFile::discard(Diagnostic &error) const
 {
     return remove(oldPath(), error) && remove(newPath(), error);
+}
+
+bool StagedFile::isPending() const
+{
+    struct stat status;
+    return ::lstat(newPath().constData(), &status) == 0
+        || ::lstat(oldPath().constData(), &status) == 0;
 }
 
 bool StagedFile::undo(Diagnostic &error) const

@@ -42,14 +42,14 @@ public:
     /// Replaces the file for good.
     bool replaceFinally(Diagnostic &error) const;
 
-    /// Gives up the old file, after replace().
-    bool forgetOld(Diagnostic &error) const;
-
     /// Puts the old file back after replace(), if it came that far, and gives up the new content.
     bool undo(Diagnostic &error) const;
 
-    /// Gives up the new content before replace().
+    /// Removes the new content before replace(), and the old file after it.
     bool discard(Diagnostic &error) const;
+
+    /// Whether there is something to replace, to undo or to discard.
+    bool isPending() const;
 
     /// Waits until the folder's entries are on the disk.
     static bool syncFolder(const QByteArray &folder);

@@ -474,6 +474,21 @@ private Q_SLOTS:
         QVERIFY(!error.message.isEmpty());
     }
 
+    // The other project's journal is removed first; the crash comes before the own one's turn.
+    void endsWhenTheOtherProjectPointsBackNoMore()
+    {
+        const Projects projects;
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"alsoIn\":\"../network\"}\n"
+                       "{\"file\":\"../network/configuration/bus.json\"}\n"
+                       "{\"state\":\"replacing\"}\n");
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Finished);
+        QCOMPARE(error.toString(), QString());
+        QVERIFY(!FileBatch::isInterrupted(projects.path(s_plant)));
+        QCOMPARE(projects.contents(), s_old);
+    }
+
     void leavesAnotherBatchsJournal()
     {
         const Projects projects;

@@ -78,7 +78,7 @@ private Q_SLOTS:
         QVERIFY(file.replace(error));
         QCOMPARE(folder.read(s_name), QByteArray("new"));
         QCOMPARE(folder.read(s_oldName), QByteArray("old"));
-        QVERIFY(file.forgetOld(error));
+        QVERIFY(file.discard(error));
         QCOMPARE(folder.read(s_name), QByteArray("new"));
         QCOMPARE(folder.entries(), QStringList{s_name});
         QCOMPARE(error.toString(), QString());
@@ -141,8 +141,8 @@ private Q_SLOTS:
         QVERIFY(file.write("new", error));
         QVERIFY(file.sync(error));
         QVERIFY(file.replace(error));
-        QVERIFY(file.forgetOld(error));
-        QVERIFY(file.forgetOld(error));
+        QVERIFY(file.discard(error));
+        QVERIFY(file.discard(error));
         QCOMPARE(folder.read(QStringLiteral("line1/a.json")), QByteArray("new"));
         QCOMPARE(folder.entries(),
                  QStringList({QStringLiteral("line1"), QStringLiteral("line1/a.json")}));
