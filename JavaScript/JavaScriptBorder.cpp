@@ -110,10 +110,10 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
 
 const JavaScriptBorder::Method &JavaScriptBorder::method(int id)
 {
-    if (m_methods.isEmpty()) {
-        m_methods.resize(metaObject()->methodCount());
+    if (m_methods.empty()) {
+        m_methods.resize(size_t(metaObject()->methodCount()));
     }
-    Method &method = m_methods[id];
+    Method &method = m_methods[size_t(id)];
     if (!method.owner) {
         const QMetaMethod metaMethod = metaObject()->method(id);
         method.owner = metaMethod.enclosingMetaObject();

@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QVector>
 
+#include <vector>
+
 /**
  * The border between scripts and the host's values, around the invokable methods of the classes
  * that derive from it.
@@ -38,5 +40,5 @@ private:
 
     const Method &method(int id);
 
-    QVector<Method> m_methods; ///< by index
+    std::vector<Method> m_methods; ///< by index
 };

@@ -310,10 +310,11 @@ void SavingTest::readsWhileAnotherCommandRuns()
     makeProjects(folder);
     slowDown(folder, 1000);
     Program program(folder.path());
-    program.setShellCommand(QStringLiteral("\"$@\" > first.txt & "
-                                           "until [ -e plant/.configscript-lock ]; do :; done; "
-                                           "\"$1\" list plant; code=$?; ls -A plant; wait $!; "
-                                           "exit $((10 * $? + code))"));
+    program.setShellCommand(
+        QStringLiteral("\"$@\" > first.txt & "
+                       "until [ -e plant/.configscript-lock ]; do :; done; "
+                       "\"${@:1:$#-2}\" list plant; code=$?; ls -A plant; wait $!; "
+                       "exit $((10 * $? + code))"));
     const ProgramRun run = program.run({QStringLiteral("resolve"), s_plant});
     QCOMPARE(run.errors, QString());
     QCOMPARE(run.exitCode, 0);
@@ -332,7 +333,7 @@ void SavingTest::waitsForTheOwnerOfTheBatch()
         QStringLiteral("\"$@\" > first.txt & "
                        "until [ -s plant/.configscript-lock ]; do :; done; "
                        "echo '{\"belongsTo\":\"../plant\"}' > network/.configscript-journal; "
-                       "\"$1\" list network; code=$?; "
+                       "\"${@:1:$#-2}\" list network; code=$?; "
                        "cat network/.configscript-journal; wait $!; exit $((10 * $? + code))"));
     const ProgramRun run = program.run({QStringLiteral("resolve"), s_plant});
     QCOMPARE(run.exitCode, 2);
