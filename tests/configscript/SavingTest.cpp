@@ -332,6 +332,7 @@ void SavingTest::waitsForTheOwnerOfTheBatch()
     program.setShellCommand(
         QStringLiteral("\"$@\" > first.txt & "
                        "until [ -s plant/.configscript-lock ]; do :; done; "
+                       "sleep 1; " // in which it looks for batches of others
                        "echo '{\"belongsTo\":\"../plant\"}' > network/.configscript-journal; "
                        "\"${@:1:$#-2}\" list network; code=$?; "
                        "cat network/.configscript-journal; wait $!; exit $((10 * $? + code))"));
