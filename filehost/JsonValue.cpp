@@ -16,12 +16,14 @@ namespace JsonValue {
 
 namespace {
 
-QVariant normalizedList(const QVariantList &list)
+QVariant normalized(const QVariant &value, int levels);
+
+QVariant normalizedList(const QVariantList &list, int levels)
 {
     QVariantList result;
     result.reserve(list.size());
     for (const QVariant &element : list) {
-        const QVariant value = normalized(element);
+        const QVariant value = normalized(element, levels);
         if (!value.isValid()) {
             return QVariant();
         }
@@ -31,17 +33,82 @@ QVariant normalizedList(const QVariantList &list)
 }
 
 template <typename Map>
-QVariant normalizedMap(const Map &map)
+QVariant normalizedMap(const Map &map, int levels)
 {
     QVariantMap result;
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        const QVariant value = normalized(it.value());
+        const QVariant value = normalized(it.value(), levels);
         if (!value.isValid()) {
             return QVariant();
         }
         result.insert(it.key(), value);
     }
     return result;
+}
+
+/// @param levels how deep the value may nest: more would use up the stack
+QVariant normalized(const QVariant &value, int levels)
+{
+    if (levels < 0) {
+        return QVariant();
+    }
+    switch (value.userType()) {
+    case QMetaType::Nullptr:
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::QString:
+        return value;
+    case QMetaType::SChar:
+    case QMetaType::Char:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::LongLong: {
+        const qlonglong number = value.toLongLong();
+        if (number >= std::numeric_limits<int>::min()
+            && number <= std::numeric_limits<int>::max()) {
+            return int(number);
+        }
+        return number;
+    }
+    case QMetaType::ULong:
+    case QMetaType::ULongLong: {
+        const qulonglong number = value.toULongLong();
+        if (number <= qulonglong(std::numeric_limits<qlonglong>::max())) {
+            return normalized(qlonglong(number), levels);
+        }
+        return double(number);
+    }
+    case QMetaType::Float:
+    case QMetaType::Double: {
+        const double number = value.toDouble();
+        return std::isfinite(number) ? JsonText::numberValue(number) : QVariant();
+    }
+    case QMetaType::QDateTime: {
+        const QDateTime dateTime = value.toDateTime().toUTC();
+        const QString text = dateTime.toString(Qt::ISODateWithMs);
+        return text.isEmpty() ? QVariant() : QVariant(text); // of years with four digits only
+    }
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList:
+        return normalizedList(value.toList(), levels - 1);
+    case QMetaType::QVariantMap:
+        return normalizedMap(value.toMap(), levels - 1);
+    case QMetaType::QVariantHash:
+        return normalizedMap(value.toHash(), levels - 1);
+    case QMetaType::QJsonValue:
+        return normalized(value.toJsonValue().toVariant(), levels);
+    case QMetaType::QJsonObject:
+        return normalizedMap(value.toJsonObject().toVariantMap(), levels - 1);
+    case QMetaType::QJsonArray:
+        return normalizedList(value.toJsonArray().toVariantList(), levels - 1);
+    case QMetaType::QJsonDocument:
+        return normalized(value.toJsonDocument().toVariant(), levels);
+    default:
+        return QVariant();
+    }
 }
 
 bool isInteger(int type)
@@ -76,63 +143,7 @@ bool areMapsEqual(const QVariantMap &left, const QVariantMap &right)
 
 QVariant normalized(const QVariant &value)
 {
-    switch (value.userType()) {
-    case QMetaType::Nullptr:
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::QString:
-        return value;
-    case QMetaType::SChar:
-    case QMetaType::Char:
-    case QMetaType::UChar:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::LongLong: {
-        const qlonglong number = value.toLongLong();
-        if (number >= std::numeric_limits<int>::min()
-            && number <= std::numeric_limits<int>::max()) {
-            return int(number);
-        }
-        return number;
-    }
-    case QMetaType::ULong:
-    case QMetaType::ULongLong: {
-        const qulonglong number = value.toULongLong();
-        if (number <= qulonglong(std::numeric_limits<qlonglong>::max())) {
-            return normalized(qlonglong(number));
-        }
-        return double(number);
-    }
-    case QMetaType::Float:
-    case QMetaType::Double: {
-        const double number = value.toDouble();
-        return std::isfinite(number) ? JsonText::numberValue(number) : QVariant();
-    }
-    case QMetaType::QDateTime: {
-        const QDateTime dateTime = value.toDateTime().toUTC();
-        const QString text = dateTime.toString(Qt::ISODateWithMs);
-        return text.isEmpty() ? QVariant() : QVariant(text); // of years with four digits only
-    }
-    case QMetaType::QStringList:
-    case QMetaType::QVariantList:
-        return normalizedList(value.toList());
-    case QMetaType::QVariantMap:
-        return normalizedMap(value.toMap());
-    case QMetaType::QVariantHash:
-        return normalizedMap(value.toHash());
-    case QMetaType::QJsonValue:
-        return normalized(value.toJsonValue().toVariant());
-    case QMetaType::QJsonObject:
-        return normalizedMap(value.toJsonObject().toVariantMap());
-    case QMetaType::QJsonArray:
-        return normalizedList(value.toJsonArray().toVariantList());
-    case QMetaType::QJsonDocument:
-        return normalized(value.toJsonDocument().toVariant());
-    default:
-        return QVariant();
-    }
+    return normalized(value, JsonText::maximumDepth);
 }
 
 int depth(const QVariant &value)

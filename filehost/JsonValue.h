@@ -10,7 +10,7 @@ namespace JsonValue {
 /**
  * @p value in that form: maps, lists, numbers and JSON values of any C++ type; a QDateTime as its
  * ISO 8601 text in UTC. Invalid when @p value, or anything inside it, has no JSON form: invalid
- * values, NaN, infinities, other types.
+ * values, NaN, infinities, other types; or when it nests deeper than a JsonText may.
  */
 QVariant normalized(const QVariant &value);
 
