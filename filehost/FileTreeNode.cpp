@@ -109,7 +109,7 @@ QHash<QString, ConfigurationAndProcessDataBase::BaseClassSharedPointer> FileTree
 {
     QHash<QString, BaseClassSharedPointer> children;
     const JsonText &json = m_tree->json();
-    for (const int element : childElements()) {
+    for (const int element : valuesOf(m_childrenElement)) {
         children.insert(json.string(element - 1), child(element));
     }
     return children;
@@ -164,7 +164,7 @@ QString FileTreeNode::path() const
 QVector<QSharedPointer<const FileTreeNode>> FileTreeNode::children() const
 {
     QVector<QSharedPointer<const FileTreeNode>> children;
-    for (const int element : childElements()) {
+    for (const int element : valuesOf(m_childrenElement)) {
         children.append(child(element));
     }
     return children;
@@ -207,14 +207,14 @@ const FileTreeNode *FileTreeNode::find(const QString &relUrl) const
     return node;
 }
 
-/// The children's texts, in their order.
-QVector<int> FileTreeNode::childElements() const
+/// The values of an object's members, in their order; each one's key stands in front of it.
+QVector<int> FileTreeNode::valuesOf(int object) const
 {
     QVector<int> elements;
     const JsonText &json = m_tree->json();
-    if (m_childrenElement >= 0) {
-        const int end = json.element(m_childrenElement).next;
-        for (int i = json.firstChild(m_childrenElement); i < end; i = json.element(i + 1).next) {
+    if (object >= 0) {
+        const int end = json.element(object).next;
+        for (int i = json.firstChild(object); i < end; i = json.element(i + 1).next) {
             elements.append(i + 1);
         }
     }
@@ -274,13 +274,9 @@ QVariant FileTreeNode::value(const QString &propertyKey) const
 
 QStringList FileTreeNode::keysOf(int object) const
 {
-    const JsonText &json = m_tree->json();
     QStringList keys;
-    if (object >= 0) {
-        for (int i = json.firstChild(object); i < json.element(object).next;
-             i = json.element(i + 1).next) {
-            keys.append(json.string(i));
-        }
+    for (const int element : valuesOf(object)) {
+        keys.append(m_tree->json().string(element - 1));
     }
     return keys;
 }

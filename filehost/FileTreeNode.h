@@ -70,7 +70,7 @@ private:
         int element; ///< the old value in the tree's text; -1 when the property was added
     };
 
-    QVector<int> childElements() const;
+    QVector<int> valuesOf(int object) const;
     QSharedPointer<FileTreeNode> child(int element) const;
     const WrittenProperty *writtenProperty(const QString &key) const;
     const FileTreeNode *find(const QString &relUrl) const;
