@@ -109,7 +109,8 @@ QHash<QString, ConfigurationAndProcessDataBase::BaseClassSharedPointer> FileTree
 {
     QHash<QString, BaseClassSharedPointer> children;
     const JsonText &json = m_tree->json();
-    for (const int element : valuesOf(m_childrenElement)) {
+    const QVector<int> elements = valuesOf(m_childrenElement);
+    for (const int element : elements) {
         children.insert(json.string(element - 1), child(element));
     }
     return children;
@@ -164,7 +165,8 @@ QString FileTreeNode::path() const
 QVector<QSharedPointer<const FileTreeNode>> FileTreeNode::children() const
 {
     QVector<QSharedPointer<const FileTreeNode>> children;
-    for (const int element : valuesOf(m_childrenElement)) {
+    const QVector<int> elements = valuesOf(m_childrenElement);
+    for (const int element : elements) {
         children.append(child(element));
     }
     return children;
@@ -224,14 +226,16 @@ QVector<int> FileTreeNode::valuesOf(int object) const
 /// The child whose text is @p element.
 QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
 {
-    const auto known = std::lower_bound(m_children.begin(), m_children.end(), element,
+    const auto known = std::lower_bound(m_children.cbegin(), m_children.cend(), element,
                                         [](const QSharedPointer<FileTreeNode> &child, int wanted) {
                                             return child->m_element < wanted;
                                         });
-    if (known != m_children.end() && (*known)->m_element == element) {
+    if (known != m_children.cend() && (*known)->m_element == element) {
         return *known;
     }
-    return *m_children.insert(known, QSharedPointer<FileTreeNode>::create(m_tree, element));
+    const auto child = QSharedPointer<FileTreeNode>::create(m_tree, element);
+    m_children.insert(int(known - m_children.cbegin()), child);
+    return child;
 }
 
 /// Whether the file could not be read again with a value.
@@ -275,7 +279,8 @@ QVariant FileTreeNode::value(const QString &propertyKey) const
 QStringList FileTreeNode::keysOf(int object) const
 {
     QStringList keys;
-    for (const int element : valuesOf(object)) {
+    const QVector<int> elements = valuesOf(object);
+    for (const int element : elements) {
         keys.append(m_tree->json().string(element - 1));
     }
     return keys;
