@@ -13,7 +13,6 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <tuple>
@@ -23,8 +22,13 @@ namespace {
 constexpr auto s_error = Finding::Severity::Error;
 constexpr auto s_warning = Finding::Severity::Warning;
 
-const QRegularExpression s_urlFunctions(
-    QStringLiteral("^(getPropertyExtern|setPropertyExtern|getListOfNodeInstancesWithText)$"));
+/// Whether the method of the script's API takes a URL first.
+bool takesUrl(const QString &method)
+{
+    return method == QLatin1String("getPropertyExtern")
+        || method == QLatin1String("setPropertyExtern")
+        || method == QLatin1String("getListOfNodeInstancesWithText");
+}
 
 bool isPunctuation(const ScriptToken &token, char character)
 {
@@ -328,7 +332,7 @@ void ProjectCheck::checkTokens(ScriptKind kind, const QString &filePath, const Q
         };
         if (token.kind == ScriptToken::Kind::String || token.kind == ScriptToken::Kind::Template) {
             const bool isWhole = i >= 2 && isPunctuation(tokens.at(i - 1), '(')
-                && tokens.at(i - 2).text.contains(s_urlFunctions) && isWholeArgument(tokens, i);
+                && takesUrl(tokens.at(i - 2).text) && isWholeArgument(tokens, i);
             checkUrl(token.text, isWhole, place());
             continue;
         }

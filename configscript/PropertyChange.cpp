@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -12,9 +13,9 @@ QVector<PropertyChange> flattenedMap(const PropertyChange &change)
 {
     const QVariantMap oldMap = change.oldValue.toMap();
     const QVariantMap newMap = change.newValue.toMap();
-    QStringList keys = oldMap.keys() + newMap.keys();
-    keys.sort();
-    keys.removeDuplicates();
+    QStringList keys;
+    std::set_union(oldMap.keyBegin(), oldMap.keyEnd(), newMap.keyBegin(), newMap.keyEnd(),
+                   std::back_inserter(keys));
     QVector<PropertyChange> changes;
     for (const QString &key : qAsConst(keys)) {
         changes += PropertyChange{change.path, change.key + QLatin1Char('.') + key,

@@ -122,7 +122,8 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
     }
 
     RunReport report = resolve(project, session);
-    for (const Diagnostic &warning : manifest.entryErrors() + manifest.warnings()) {
+    const QVector<Diagnostic> warnings = manifest.entryErrors() + manifest.warnings();
+    for (const Diagnostic &warning : warnings) {
         report.projectWarnings.append(project.relative(warning).toString());
     }
     report.notRun = omittedRuns(instances, report.runs, [&project](const QString &instance) {

@@ -40,7 +40,8 @@ void RunRecorder::instanceAnnounced(const QString &instance)
 
 void RunRecorder::savingFailed(const QString &reason)
 {
-    for (WrittenTree &tree : m_trees) {
+    for (auto &entry : m_trees) {
+        WrittenTree &tree = entry.second;
         if (tree.fate == Fate::Saved && !netChanges(tree).isEmpty()) {
             tree.fate = Fate::Failed;
             tree.error = reason;
@@ -58,7 +59,7 @@ RunReport RunRecorder::report() const
     report.duration = Clock::now() - m_begin;
     QHash<QString, QVector<PropertyChange>> unsaved; // by instance
     for (const FileTree *key : m_treeOrder) {
-        const WrittenTree &tree = *m_trees.constFind(key);
+        const WrittenTree &tree = m_trees.at(key);
         const QVector<PropertyChange> changes = netChanges(tree);
         if (changes.isEmpty() && tree.fate != Fate::Failed) {
             continue;

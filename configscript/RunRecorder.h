@@ -10,6 +10,7 @@
 #include <QSharedPointer>
 
 #include <chrono>
+#include <unordered_map>
 
 class ProgressLine;
 class Project;
@@ -36,7 +37,7 @@ public:
     void savingFailed(const QString &reason);
 
     /// Whether anything was written to a node of the tree.
-    bool hasWritten(const FileTree &tree) const { return m_trees.contains(&tree); }
+    bool hasWritten(const FileTree &tree) const { return m_trees.count(&tree) != 0; }
 
     /// What was seen so far; the runs in their order.
     RunReport report() const;
@@ -96,7 +97,7 @@ private:
     Clock::time_point m_begin = Clock::now();
 
     QVector<const FileTree *> m_treeOrder;
-    QHash<const FileTree *, WrittenTree> m_trees;
+    std::unordered_map<const FileTree *, WrittenTree> m_trees;
     int m_savedTrees = 0;
     QStringList m_announced;
     QStringList m_warnings;

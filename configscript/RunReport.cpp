@@ -24,7 +24,7 @@ int RunReport::changedValues() const
 
 int RunReport::storedTrees() const
 {
-    return int(std::count_if(trees.begin(), trees.end(),
+    return int(std::count_if(trees.cbegin(), trees.cend(),
                              [](const ChangedTree &tree) { return tree.error.isEmpty(); }));
 }
 
@@ -36,13 +36,16 @@ bool RunReport::succeeded() const
 
 void RunReport::sort()
 {
-    std::sort(runs.begin(), runs.end(),
+    // Sorting in place is what detaches on purpose here.
+    std::sort(runs.begin(), runs.end(), // clazy:exclude=detaching-member
               [](const ScriptRun &a, const ScriptRun &b) { return a.instance < b.instance; });
-    std::sort(trees.begin(), trees.end(), [](const ChangedTree &a, const ChangedTree &b) {
-        return std::tie(a.identity.filePath, a.error) < std::tie(b.identity.filePath, b.error);
-    });
+    std::sort(trees.begin(), trees.end(), // clazy:exclude=detaching-member
+              [](const ChangedTree &a, const ChangedTree &b) {
+                  return std::tie(a.identity.filePath, a.error)
+                      < std::tie(b.identity.filePath, b.error);
+              });
     for (ChangedTree &tree : trees) {
-        std::sort(tree.changes.begin(), tree.changes.end(),
+        std::sort(tree.changes.begin(), tree.changes.end(), // clazy:exclude=detaching-member
                   [](const PropertyChange &a, const PropertyChange &b) {
                       return std::tie(a.path, a.key) < std::tie(b.path, b.key);
                   });

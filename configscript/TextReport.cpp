@@ -86,18 +86,23 @@ void TextReport::printEvents(const RunReport &report)
             (run.argument.isEmpty() ? run.function : run.function + QLatin1Char(' ') + run.argument)
                 + QStringLiteral("  ") + run.script);
         printDetails(run);
-        QVector<PropertyChange> writes;
-        for (const TreeWrite &write : run.writes) {
-            PropertyChange change = write.change;
-            if (write.tree.instance != run.instance
-                || write.tree.kind != FileTree::Kind::Configuration) {
-                change.path =
-                    m_project.relativePath(write.tree.filePath) + QLatin1Char('#') + change.path;
-            }
-            writes.append(change);
-        }
-        printChanges(writes, QString(9, QLatin1Char(' ')));
+        printWrites(run);
     }
+}
+
+void TextReport::printWrites(const ScriptRun &run)
+{
+    QVector<PropertyChange> writes;
+    for (const TreeWrite &write : run.writes) {
+        PropertyChange change = write.change;
+        if (write.tree.instance != run.instance
+            || write.tree.kind != FileTree::Kind::Configuration) {
+            change.path =
+                m_project.relativePath(write.tree.filePath) + QLatin1Char('#') + change.path;
+        }
+        writes.append(change);
+    }
+    printChanges(writes, QString(9, QLatin1Char(' ')));
 }
 
 void TextReport::printTrees(const RunReport &report, bool isDryRun)

@@ -29,6 +29,7 @@ private:
     void printHeading(const ScriptRun &run, const QString &text);
     void printDetails(const ScriptRun &run);
     void printTree(const ChangedTree &tree, bool isDryRun);
+    void printWrites(const ScriptRun &run);
     void printChanges(const QVector<PropertyChange> &changes, const QString &indentation);
     void printAnnounced(const RunReport &report);
     void printSummary(const RunReport &report, bool isDryRun);

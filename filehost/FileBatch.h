@@ -9,6 +9,7 @@
 #include <QVector>
 
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 /**
@@ -85,7 +86,7 @@ private:
     bool m_isBegun = false;
     std::vector<StagedFile> m_files;
     QHash<QString, int> m_numbers; ///< by real path
-    QHash<QString, QString> m_realFolders; ///< of the folders of files that were added
+    std::unordered_map<QString, QString> m_realFolders; ///< of the folders of files that were added
     QSet<QString> m_joinedProjects; ///< the paths that were given
     QStringList m_otherProjects; ///< that hold a journal which points here
     QString m_reasonToGiveUp; ///< the first one; empty for none

@@ -234,7 +234,7 @@ QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
         return *known;
     }
     const auto child = QSharedPointer<FileTreeNode>::create(m_tree, element);
-    m_children.insert(int(known - m_children.cbegin()), child);
+    m_children.insert(known, child);
     return child;
 }
 

@@ -7,6 +7,8 @@
 #include <QHash>
 #include <QStringList>
 
+#include <vector>
+
 class JsonEdit;
 
 /**
@@ -87,5 +89,6 @@ private:
     int m_readOnlyElement = -1;
     int m_childrenElement = -1;
     QVector<WrittenProperty> m_writtenProperties; ///< in the order of the first writes
-    mutable QVector<QSharedPointer<FileTreeNode>> m_children; ///< those asked for, as in the text
+    mutable std::vector<QSharedPointer<FileTreeNode>>
+        m_children; ///< those asked for, as in the text
 };

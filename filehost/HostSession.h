@@ -5,11 +5,13 @@
 #include "filehost/TextFile.h"
 
 #include <QHash>
-#include <QPair>
 #include <QSharedPointer>
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
+
+#include <map>
+#include <utility>
 
 class FileBatch;
 class FileTree;
@@ -74,6 +76,7 @@ private:
     Writing m_writing;
     FileBatch *m_batch = nullptr;
     TreeObserver *m_observer = nullptr;
-    QHash<QPair<quint64, quint64>, QSharedPointer<const FileTree>> m_storedTrees; ///< by file
+    std::map<std::pair<quint64, quint64>, QSharedPointer<const FileTree>>
+        m_storedTrees; ///< by file
     QHash<QString, ParsedFile> m_parsedFiles;
 };

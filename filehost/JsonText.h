@@ -8,6 +8,8 @@
 #include <QVariant>
 #include <QVector>
 
+#include <unordered_map>
+
 /**
  * A JSON text (RFC 8259) and where its values stand in it.
  *
@@ -109,7 +111,7 @@ private:
     QByteArray m_text;
     QVector<Entry> m_elements;
     QVector<Container> m_containers;
-    mutable QHash<int, Members> m_largeObjects; ///< those that were searched, by index
+    mutable std::unordered_map<int, Members> m_largeObjects; ///< those that were searched, by index
 };
 
 inline JsonText::Element JsonText::element(int index) const

@@ -18,6 +18,17 @@ QDir treeFolder(const Project &project, FileTree::Kind kind)
         : PropertyManagerConst::getConfigurationFolderPath(project.path());
 }
 
+SystemInformationManagerDBusProviderDescriptionItemContainer providerItems(
+    const QStringList &objectNames)
+{
+    using Item = SystemInformationManagerDBusProviderDescriptionItem;
+    QVector<Item> items;
+    for (const QString &objectName : objectNames) {
+        items.append(Item(objectName));
+    }
+    return SystemInformationManagerDBusProviderDescriptionItemContainer(items);
+}
+
 } // namespace
 
 std::optional<Project> Project::open(const QString &folder, Diagnostic &error)
@@ -198,18 +209,11 @@ bool Project::readUnits(Diagnostic &error)
 
 bool Project::readProviders(Diagnostic &error)
 {
-    using Item = SystemInformationManagerDBusProviderDescriptionItem;
-    using Container = SystemInformationManagerDBusProviderDescriptionItemContainer;
-
     ProjectFile file(m_path + QStringLiteral("/providers.json"));
     const auto dataTypes = file.members();
     for (const auto &dataType : dataTypes) {
-        QVector<Item> items;
         const QStringList objectNames = file.strings(dataType.second);
-        for (const QString &objectName : objectNames) {
-            items.append(Item(objectName));
-        }
-        m_providers.registerProviders(dataType.first, Container(items));
+        m_providers.registerProviders(dataType.first, providerItems(objectNames));
     }
     error = file.error();
     return !file.hasFailed();
