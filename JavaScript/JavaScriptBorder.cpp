@@ -1,5 +1,7 @@
 #include "JavaScriptBorder.h"
 
+#include "JavaScript/JavaScriptRunObserver.h"
+
 #include <QJSValue>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -81,6 +83,9 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
     }
 
     const Method &method = this->method(id);
+    if (m_runObserver) {
+        reportCall(method, arguments);
+    }
     const bool areHostValues =
         std::all_of(method.values.cbegin(), method.values.cend(), [arguments](int i) {
             return isHostValue(*static_cast<const QVariant *>(arguments[i]));
@@ -108,6 +113,20 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
     return -1;
 }
 
+void JavaScriptBorder::setRunObserver(JavaScriptRunObserver *observer)
+{
+    m_runObserver = observer;
+}
+
+void JavaScriptBorder::reportCall(const Method &method, void **arguments)
+{
+    QStringList texts;
+    for (const int i : method.texts) {
+        texts.append(*static_cast<const QString *>(arguments[i]));
+    }
+    m_runObserver->apiCalled(method.name, texts);
+}
+
 const JavaScriptBorder::Method &JavaScriptBorder::method(int id)
 {
     if (m_methods.empty()) {
@@ -117,11 +136,14 @@ const JavaScriptBorder::Method &JavaScriptBorder::method(int id)
     if (!method.owner) {
         const QMetaMethod metaMethod = metaObject()->method(id);
         method.owner = metaMethod.enclosingMetaObject();
+        method.name = metaMethod.name();
         method.ownIndex = id - method.owner->methodOffset();
         method.parameterCount = metaMethod.parameterCount();
         for (int i = 0; i < method.parameterCount; ++i) {
             if (metaMethod.parameterType(i) == QMetaType::QVariant) {
                 method.values.append(i + 1); // behind the result
+            } else if (metaMethod.parameterType(i) == QMetaType::QString) {
+                method.texts.append(i + 1);
             }
         }
         method.returnsValue = metaMethod.returnType() == QMetaType::QVariant;

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <QByteArray>
 #include <QObject>
 #include <QVector>
 
 #include <vector>
+
+class JavaScriptRunObserver;
 
 /**
  * The border between scripts and the host's values, around the invokable methods of the classes
@@ -24,6 +27,9 @@ class JavaScriptBorder : public QObject
 public:
     int qt_metacall(QMetaObject::Call call, int id, void **arguments) override;
 
+    /// @param observer learns of each call of a script; not owned; null for none
+    void setRunObserver(JavaScriptRunObserver *observer);
+
 protected:
     explicit JavaScriptBorder(QObject *parent);
 
@@ -33,12 +39,16 @@ private:
     {
         const QMetaObject *owner = nullptr; ///< null while nothing is found out
         int ownIndex = 0; ///< among the owner's methods
+        QByteArray name;
         QVector<int> values; ///< the parameters that are QVariants
+        QVector<int> texts; ///< the parameters that are QStrings
         int parameterCount = 0;
         bool returnsValue = false; ///< a QVariant
     };
 
     const Method &method(int id);
+    void reportCall(const Method &method, void **arguments);
 
+    JavaScriptRunObserver *m_runObserver = nullptr;
     std::vector<Method> m_methods; ///< by index
 };

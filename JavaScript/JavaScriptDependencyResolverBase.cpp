@@ -1,6 +1,7 @@
 #include "JavaScriptDependencyResolverBase.h"
 
 #include "JavaScript/JavaScriptRootPointerHandler.h"
+#include "JavaScript/JavaScriptRunObserver.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/SelectorUrlHandler.h"
 
@@ -23,6 +24,7 @@ JavaScriptDependencyResolverBase::JavaScriptDependencyResolverBase(
                       m_objectName, acceptAllObjects, this)
     , m_javaScriptHandler(m_javaScriptApi, nullptr)
     , m_fileCache(m_projectPath)
+    , m_runObserver(nullptr)
 {
 }
 
@@ -55,6 +57,9 @@ void JavaScriptDependencyResolverBase::resolveExternalDependencies()
 
     const QStringList instanceNames = m_dependenciesToResolve.keys();
     for (const QString &instanceName : instanceNames) {
+        if (m_runObserver) {
+            m_runObserver->instanceBegins(instanceName);
+        }
         const DependencyToResolve dependency = m_dependenciesToResolve.value(instanceName);
         m_javaScriptHandler.initializeHandler(dependency.rootPointer, dependency.javaScript,
                                               QString());
@@ -84,5 +89,11 @@ void JavaScriptDependencyResolverBase::resolveExternalDependencies()
 
 void JavaScriptDependencyResolverBase::setRunObserver(JavaScriptRunObserver *observer)
 {
+    m_runObserver = observer;
     m_javaScriptHandler.setRunObserver(observer);
+}
+
+void JavaScriptDependencyResolverBase::setInterrupted(bool interrupted)
+{
+    m_javaScriptHandler.setInterrupted(interrupted);
 }

@@ -25,8 +25,8 @@ class TextManager;
  * the root pointer handler, and construct them after this base: the constructor stores the
  * references and uses neither.
  *
- * Failures are warned of and stop nothing. Used on one thread; a receiver of the signal must not
- * start another run on the same resolver.
+ * Failures are warned of and stop nothing. Used on one thread, but for setInterrupted(); a receiver
+ * of the signal must not start another run on the same resolver.
  */
 class JAVASCRIPT_EXPORT JavaScriptDependencyResolverBase : public QObject
 {
@@ -64,6 +64,10 @@ public:
     /// See JavaScriptHandler::setRunObserver().
     void setRunObserver(JavaScriptRunObserver *observer);
 
+    /// See JavaScriptHandler::setInterrupted(). The resolver goes on with the next instance, whose
+    /// script is stopped in its turn.
+    void setInterrupted(bool interrupted);
+
 Q_SIGNALS:
     /// The process description of an instance was changed. Emitted after all trees were saved,
     /// once for each changed URL.
@@ -83,4 +87,5 @@ private:
     JavaScriptApi m_javaScriptApi;
     JavaScriptHandler m_javaScriptHandler;
     JavaScriptDependencyFileCache m_fileCache;
+    JavaScriptRunObserver *m_runObserver;
 };

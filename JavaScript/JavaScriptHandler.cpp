@@ -22,6 +22,7 @@ JavaScriptHandler::JavaScriptHandler(JavaScriptApi &javaScriptApi, QObject *pare
 
 JavaScriptHandler::~JavaScriptHandler()
 {
+    m_javaScriptApi.setRunObserver(nullptr);
     m_jsEngine.collectGarbage();
 }
 
@@ -170,4 +171,10 @@ void JavaScriptHandler::resetState()
 void JavaScriptHandler::setRunObserver(JavaScriptRunObserver *observer)
 {
     m_runObserver = observer;
+    m_javaScriptApi.setRunObserver(observer);
+}
+
+void JavaScriptHandler::setInterrupted(bool interrupted)
+{
+    m_jsEngine.setInterrupted(interrupted);
 }

@@ -43,3 +43,8 @@ QList<JavaScriptApi::ErrorMessage> JavaScriptHandlerUiWrapper::getErrorMesageLis
 {
     return m_javaScriptHandler.getErrorMesageList();
 }
+
+void JavaScriptHandlerUiWrapper::setInterrupted(bool interrupted)
+{
+    m_javaScriptHandler.setInterrupted(interrupted);
+}

@@ -18,7 +18,8 @@
  * tree stays the host's: nothing is saved here. Absolute URLs reach nothing: the wrapper knows no
  * projects. A host that needs them makes a JavaScriptHandler of its own.
  *
- * The two stores must outlive the wrapper. It is used on the thread that created it.
+ * The two stores must outlive the wrapper. It is used on the thread that created it, but for
+ * setInterrupted().
  */
 class JAVASCRIPT_EXPORT JavaScriptHandlerUiWrapper : public QObject
 {
@@ -40,6 +41,9 @@ public:
 
     /// The errors that the last event call reported. Reading the list empties it.
     QList<JavaScriptApi::ErrorMessage> getErrorMesageList();
+
+    /// See JavaScriptHandler::setInterrupted().
+    void setInterrupted(bool interrupted);
 
 Q_SIGNALS:
     /// See JavaScriptHandler::parametersChanged().

@@ -2,8 +2,10 @@
 
 #include "JavaScript/JavaScriptApi.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 /**
@@ -21,12 +23,23 @@ public:
     JavaScriptRunObserver() = default;
     virtual ~JavaScriptRunObserver() = default;
 
+    /// A dependency resolver turns to an instance: the runs to come are of its script.
+    virtual void instanceBegins(const QString & /*instanceName*/) { }
+
     /**
      * A run begins.
      * @param functionName the event function; empty for the evaluation of the script's text
      * @param argument what the function receives after the API object; empty for none
      */
     virtual void runBegins(const QString &functionName, const QString &argument) = 0;
+
+    /**
+     * The script calls an operation of its API; comes before the operation does its work. Once for
+     * each call: keep it short.
+     * @param operation the operation's name
+     * @param texts the arguments that the operation takes as texts, such as URL and property key
+     */
+    virtual void apiCalled(const QByteArray & /*operation*/, const QStringList & /*texts*/) { }
 
     /**
      * The run that began last threw an Error, or its text could not be compiled. Comes before the

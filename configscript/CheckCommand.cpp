@@ -5,6 +5,7 @@
 #include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
 #include "configscript/ProjectCheck.h"
+#include "configscript/ScriptWatchdog.h"
 #include "filehost/Manifest.h"
 
 CheckCommand::CheckCommand(CLI::App &program)
@@ -14,15 +15,18 @@ CheckCommand::CheckCommand(CLI::App &program)
     arguments().add_option("PROJECT", m_projectPath, "The project folder")->required();
     arguments().add_flag("--json", m_isJson, "Print the findings as JSON");
     arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
+    m_limits.addOptions(arguments());
 }
 
 int CheckCommand::run()
 {
+    m_limits.limitMemory();
     const auto project = openProject(m_projectPath);
     if (!project) {
         return ExitCode::unusable;
     }
-    const auto findings = ProjectCheck(*project).checkAll(Manifest(*project));
+    ScriptWatchdog watchdog(m_limits.timeout());
+    const auto findings = ProjectCheck(*project, watchdog).checkAll(Manifest(*project));
     Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
     if (m_isJson) {
         output.json(Findings::toJson(*project, findings));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "configscript/Command.h"
+#include "configscript/ScriptLimits.h"
 
 /// configscript check: looks for mistakes in a project without running it.
 class CheckCommand : public Command
@@ -14,4 +15,5 @@ private:
     std::string m_projectPath;
     bool m_isJson = false;
     bool m_isColorless = false;
+    ScriptLimits m_limits;
 };

@@ -8,6 +8,7 @@
 #include "configscript/OmittedRuns.h"
 #include "configscript/ProgressLine.h"
 #include "configscript/RunRecorder.h"
+#include "configscript/ScriptWatchdog.h"
 #include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
 #include "filehost/FileTreeNode.h"
@@ -39,12 +40,13 @@ QString rootInstanceOf(const Project &project, const QString &treePath, const QS
 } // namespace
 
 InplaceResolve::InplaceResolve(const Project &project, const QString &treePath,
-                               const QString &instance)
+                               const QString &instance, std::chrono::milliseconds timeout)
     : m_project(project)
     , m_treePath(QFileInfo::exists(treePath) ? QFileInfo(treePath).canonicalFilePath()
                                              : QFileInfo(treePath).absoluteFilePath())
     , m_instance(instance)
     , m_rootInstance(rootInstanceOf(project, m_treePath, instance))
+    , m_timeout(timeout)
 {
 }
 
@@ -140,7 +142,10 @@ RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
             textManager, &acceptAllObjects);
     }
     ProgressLine progress(ProgressLine::Visibility::Never);
-    RunRecorder recorder(m_project, progress);
+    ScriptWatchdog watchdog(m_timeout);
+    RunRecorder recorder(m_project, progress, watchdog, [&resolver](bool isInterrupted) {
+        resolver->setInterrupted(isInterrupted);
+    });
     recorder.setRecordsWrites(true);
     const QString key =
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
@@ -157,7 +162,7 @@ RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
     session.setObserver(nullptr);
 
     RunReport report = recorder.report();
-    noteForeignFunctions(m_project, report.runs);
+    noteForeignFunctions(m_project, watchdog, report.runs);
     report.sort();
     return report;
 }

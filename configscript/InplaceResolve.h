@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
+
 class FileTreeNode;
 class Project;
 
@@ -19,8 +21,10 @@ public:
     /**
      * @param treePath the file. Below the project's configuration folder it is the tree of the
      *        instance it is named after; anywhere else the tree of @p instance itself.
+     * @param timeout of each script; zero for none
      */
-    InplaceResolve(const Project &project, const QString &treePath, const QString &instance);
+    InplaceResolve(const Project &project, const QString &treePath, const QString &instance,
+                   std::chrono::milliseconds timeout);
 
     /// Runs the scripts, prints what they changed as a diff, and writes it if all succeeded.
     /// @return the program's exit code
@@ -34,4 +38,5 @@ private:
     QString m_treePath;
     QString m_instance;
     QString m_rootInstance;
+    std::chrono::milliseconds m_timeout;
 };

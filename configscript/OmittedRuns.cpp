@@ -65,7 +65,8 @@ QVector<OmittedRun> omittedRuns(const QStringList &selected, const QVector<Scrip
     return omitted;
 }
 
-void noteForeignFunctions(const Project &project, QVector<ScriptRun> &runs)
+void noteForeignFunctions(const Project &project, ScriptWatchdog &watchdog,
+                          QVector<ScriptRun> &runs)
 {
     QMap<QString, bool> definesFunction; // by script
     QString owner; // the script whose function the engine holds
@@ -76,8 +77,10 @@ void noteForeignFunctions(const Project &project, QVector<ScriptRun> &runs)
             Diagnostic error;
             TextFile::read(project.path() + QLatin1Char('/') + run.script,
                            FileTree::maximumFileSize, text, error);
-            defines = definesFunction.insert(
-                run.script, ScriptProbe(QString::fromUtf8(text)).functions.contains(run.function));
+            defines =
+                definesFunction.insert(run.script,
+                                       ScriptProbe(QString::fromUtf8(text), run.script, watchdog)
+                                           .functions.contains(run.function));
         }
         if (*defines) {
             owner = run.script;

@@ -5,6 +5,7 @@
 #include <functional>
 
 class Project;
+class ScriptWatchdog;
 
 /// The instances among @p selected that did not run, and why.
 QVector<OmittedRun> omittedRuns(const QStringList &selected, const QVector<ScriptRun> &runs,
@@ -19,4 +20,5 @@ QString reasonOfOmission(const Project &project, const QString &instance);
  * All scripts of a run share one engine. A script that does not compile, or does not define the
  * function, leaves the function of the script before it in place. Such a run has failed.
  */
-void noteForeignFunctions(const Project &project, QVector<ScriptRun> &runs);
+void noteForeignFunctions(const Project &project, ScriptWatchdog &watchdog,
+                          QVector<ScriptRun> &runs);

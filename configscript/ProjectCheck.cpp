@@ -76,8 +76,9 @@ int lineOfName(const QString &script, const QString &name)
 
 } // namespace
 
-ProjectCheck::ProjectCheck(const Project &project)
+ProjectCheck::ProjectCheck(const Project &project, ScriptWatchdog &watchdog)
     : m_project(project)
+    , m_watchdog(watchdog)
 {
 }
 
@@ -291,7 +292,7 @@ QString ProjectCheck::checkScript(const NamedScript &script)
 void ProjectCheck::checkFunctions(const NamedScript &script, const QString &filePath,
                                   const QString &text)
 {
-    const ScriptProbe probe(text);
+    const ScriptProbe probe(text, m_project.relativePath(filePath), m_watchdog);
     if (!isEvaluated(probe, filePath)) {
         return;
     }
@@ -410,7 +411,9 @@ void ProjectCheck::checkUnusedScripts()
                 Diagnostic error;
                 if (TextFile::read(filePath, FileTree::maximumFileSize, text, error)
                     == TextFile::ReadResult::Read) {
-                    isEvaluated(ScriptProbe(QString::fromUtf8(text)), filePath);
+                    isEvaluated(ScriptProbe(QString::fromUtf8(text),
+                                            m_project.relativePath(filePath), m_watchdog),
+                                filePath);
                 }
             }
         }

@@ -11,12 +11,13 @@
 #include <QVector>
 
 class Project;
+class ScriptWatchdog;
 
 /// Looks at a project before its scripts run, for what would go wrong, or has gone wrong already.
 class ProjectCheck
 {
 public:
-    explicit ProjectCheck(const Project &project);
+    ProjectCheck(const Project &project, ScriptWatchdog &watchdog);
 
     /// What keeps the dependency scripts of @p instances from running as they should: errors only.
     QVector<Finding> checkInstances(const Manifest &manifest, const QStringList &instances);
@@ -62,6 +63,7 @@ private:
     QVector<Finding> sorted() const;
 
     const Project &m_project;
+    ScriptWatchdog &m_watchdog;
     QVector<NamedScript> m_scripts;
     QSet<QString> m_namedScripts; ///< property and value, as in the trees
     QSet<QString> m_scriptPaths; ///< of the scripts named

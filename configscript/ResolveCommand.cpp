@@ -12,6 +12,7 @@
 #include "configscript/ProjectArgument.h"
 #include "configscript/ProjectCheck.h"
 #include "configscript/RunRecorder.h"
+#include "configscript/ScriptWatchdog.h"
 #include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
 #include "filehost/FileBatch.h"
@@ -42,6 +43,7 @@ ResolveCommand::ResolveCommand(CLI::App &program)
     arguments().add_flag("--json", m_isJson, "Print the report as JSON");
     auto *quiet = arguments().add_flag("-q,--quiet", m_isQuiet, "Print only what went wrong");
     arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
+    m_limits.addOptions(arguments());
 
     auto *inplace = arguments().add_option("--in-place", m_treePath,
                                            "Run inside this tree file alone, and print what would "
@@ -72,6 +74,7 @@ ResolveCommand::ResolveCommand(CLI::App &program)
 
 int ResolveCommand::run()
 {
+    m_limits.limitMemory();
     const bool isInplace = !m_treePath.empty();
     std::unique_ptr<ProjectLock> lock;
     auto *neededLock = (isInplace ? m_isWriting : !m_isDryRun) ? &lock : nullptr;
@@ -84,7 +87,7 @@ int ResolveCommand::run()
     Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
     if (isInplace) {
         return InplaceResolve(*project, QString::fromStdString(m_treePath),
-                              QString::fromStdString(m_inplaceInstance))
+                              QString::fromStdString(m_inplaceInstance), m_limits.timeout())
             .run(m_isWriting ? InplaceResolve::Writing::File : InplaceResolve::Writing::Nothing,
                  m_isJson ? InplaceResolve::Format::Json : InplaceResolve::Format::Text, output);
     }
@@ -110,18 +113,19 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
                 QStringLiteral("no listed instance is \"%1\" or begins with it").arg(instance));
         }
     }
+    ScriptWatchdog watchdog(m_limits.timeout());
     // The check and the resolver read the same trees.
     HostSession session(project.units(),
                         m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
     if (!m_isUnchecked) {
-        const auto findings = ProjectCheck(project).checkInstances(manifest, instances);
+        const auto findings = ProjectCheck(project, watchdog).checkInstances(manifest, instances);
         if (Findings::hasErrors(findings)) {
             refuse(project, findings, output);
             return ExitCode::failure;
         }
     }
 
-    RunReport report = resolve(project, session);
+    RunReport report = resolve(project, session, watchdog);
     const QVector<Diagnostic> warnings = manifest.entryErrors() + manifest.warnings();
     for (const Diagnostic &warning : warnings) {
         report.projectWarnings.append(project.relative(warning).toString());
@@ -130,7 +134,7 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
         return reasonOfOmission(project, instance);
     });
     if (m_isUnchecked) {
-        noteForeignFunctions(project, report.runs);
+        noteForeignFunctions(project, watchdog, report.runs);
     }
     report.sort();
     if (m_isJson) {
@@ -182,7 +186,8 @@ QStringList ResolveCommand::selectedInstances(const Project &project,
     return instances;
 }
 
-RunReport ResolveCommand::resolve(const Project &project, HostSession &session) const
+RunReport ResolveCommand::resolve(const Project &project, HostSession &session,
+                                  ScriptWatchdog &watchdog) const
 {
     FileBatch batch(project.path());
     session.setBatch(&batch);
@@ -197,7 +202,9 @@ RunReport ResolveCommand::resolve(const Project &project, HostSession &session) 
 
     ProgressLine progress(m_isJson || m_isQuiet ? ProgressLine::Visibility::Never
                                                 : ProgressLine::Visibility::Automatic);
-    RunRecorder recorder(project, progress);
+    RunRecorder recorder(project, progress, watchdog, [&resolver](bool isInterrupted) {
+        resolver->setInterrupted(isInterrupted);
+    });
     recorder.setRecordsWrites(m_isJson);
     session.setObserver(&recorder);
     resolver->setRunObserver(&recorder);

@@ -2,6 +2,7 @@
 
 #include "configscript/Command.h"
 #include "configscript/RunReport.h"
+#include "configscript/ScriptLimits.h"
 
 #include <QStringList>
 
@@ -9,6 +10,7 @@ class Manifest;
 class HostSession;
 class Output;
 class Project;
+class ScriptWatchdog;
 struct Finding;
 
 /// configscript resolve: runs the dependency scripts of a project.
@@ -24,7 +26,7 @@ private:
     QStringList selectedInstances(const Project &project, const Manifest &manifest) const;
     bool isKnownInstance(const Project &project) const;
     void refuse(const Project &project, const QVector<Finding> &findings, Output &output) const;
-    RunReport resolve(const Project &project, HostSession &session) const;
+    RunReport resolve(const Project &project, HostSession &session, ScriptWatchdog &watchdog) const;
 
     std::string m_projectPath;
     std::string m_instance;
@@ -36,4 +38,5 @@ private:
     bool m_isJson = false;
     bool m_isQuiet = false;
     bool m_isColorless = false;
+    ScriptLimits m_limits;
 };

@@ -10,6 +10,7 @@
 #include "configscript/ProjectArgument.h"
 #include "configscript/RunRecorder.h"
 #include "configscript/ScriptProbe.h"
+#include "configscript/ScriptWatchdog.h"
 #include "configscript/TextReport.h"
 #include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
@@ -126,10 +127,12 @@ RunCommand::RunCommand(CLI::App &program)
                          "event succeeded");
     arguments().add_flag("--json", m_isJson, "Print the report as JSON");
     arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
+    m_limits.addOptions(arguments());
 }
 
 int RunCommand::run()
 {
+    m_limits.limitMemory();
     std::unique_ptr<ProjectLock> lock;
     const auto project = openProject(m_projectPath, m_isWriting ? &lock : nullptr);
     if (!project) {
@@ -243,7 +246,9 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
                       project.objectName(), true, nullptr);
     JavaScriptHandler handler(api, nullptr);
     ProgressLine progress(ProgressLine::Visibility::Never);
-    RunRecorder recorder(project, progress);
+    ScriptWatchdog watchdog(m_limits.timeout());
+    RunRecorder recorder(project, progress, watchdog,
+                         [&handler](bool isInterrupted) { handler.setInterrupted(isInterrupted); });
     recorder.setRecordsWrites(true);
     recorder.setSubject(instance, script->path);
     session.setObserver(&recorder);

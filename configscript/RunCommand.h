@@ -2,6 +2,7 @@
 
 #include "configscript/Command.h"
 #include "configscript/RunReport.h"
+#include "configscript/ScriptLimits.h"
 
 #include <QSharedPointer>
 #include <QString>
@@ -52,4 +53,5 @@ private:
     bool m_isWriting = false;
     bool m_isJson = false;
     bool m_isColorless = false;
+    ScriptLimits m_limits;
 };

@@ -6,11 +6,24 @@
 #include "filehost/Project.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
-#include "host/SelectorUrlHandler.h"
 
-RunRecorder::RunRecorder(const Project &project, ProgressLine &progress)
+#include <utility>
+
+namespace {
+
+constexpr int s_maximumMessages = 10'000; ///< of each kind, for each run
+
+const QString s_restOmitted =
+    QStringLiteral("(more than %1 messages: the rest is left out)").arg(s_maximumMessages);
+
+} // namespace
+
+RunRecorder::RunRecorder(const Project &project, ProgressLine &progress, ScriptWatchdog &watchdog,
+                         ScriptWatchdog::Interrupt interrupt)
     : m_project(project)
     , m_progress(progress)
+    , m_watchdog(watchdog)
+    , m_interrupt(std::move(interrupt))
     , m_configurationFolder(PropertyManagerConst::getConfigurationFolderPath(project.path()))
 {
 }
@@ -23,7 +36,8 @@ void RunRecorder::setRecordsWrites(bool recordsWrites)
 void RunRecorder::setSubject(const QString &instance, const QString &script)
 {
     m_subjectInstance = instance;
-    m_subjectScript = script;
+    m_instance = instance;
+    m_script = script;
 }
 
 void RunRecorder::setScript(const QString &instance, const QString &fileName)
@@ -77,6 +91,14 @@ RunReport RunRecorder::report() const
     return report;
 }
 
+void RunRecorder::instanceBegins(const QString &instanceName)
+{
+    m_instance = instanceName;
+    m_script =
+        m_project.relativePath(PropertyManagerConst::getDependencyFolderPath(m_project.path())
+                               + QLatin1Char('/') + m_scripts.value(instanceName));
+}
+
 void RunRecorder::runBegins(const QString &functionName, const QString &argument)
 {
     m_isRunning = true;
@@ -84,30 +106,37 @@ void RunRecorder::runBegins(const QString &functionName, const QString &argument
     if (functionName.isEmpty()) {
         m_run = ScriptRun();
     } else {
-        m_run.instance = m_subjectInstance;
-        m_run.script = m_subjectScript;
-        if (m_subjectInstance.isEmpty()) {
-            m_run.instance = SelectorUrlHandler(argument).getInstance();
-            m_run.script = m_project.relativePath(
-                PropertyManagerConst::getDependencyFolderPath(m_project.path()) + QLatin1Char('/')
-                + m_scripts.value(m_run.instance));
-        }
+        m_run.instance = m_instance;
+        m_run.script = m_script;
         m_run.function = functionName;
         m_run.argument = argument;
     }
     m_runBegin = Clock::now();
+    m_watchdog.begin({m_instance, m_script, functionName}, m_interrupt);
+}
+
+void RunRecorder::apiCalled(const QByteArray &operation, const QStringList &texts)
+{
+    m_watchdog.apiCalled(operation, texts);
 }
 
 void RunRecorder::exceptionThrown(int line, const QString &text)
 {
-    m_run.exceptions.append({line, text, !m_run.function.isEmpty()});
     m_isExceptionKnown = true;
+    // What stopped the script is told when the run has ended.
+    if (!m_watchdog.hasInterrupted()) {
+        m_run.exceptions.append({line, text, !m_run.function.isEmpty()});
+    }
 }
 
 void RunRecorder::runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors)
 {
     m_run.duration += Clock::now() - m_runBegin;
     m_isRunning = false;
+    const QString overrun = m_watchdog.end();
+    if (!overrun.isEmpty()) {
+        m_run.exceptions.append({0, overrun, !m_run.function.isEmpty()});
+    }
     if (m_run.function.isEmpty()) {
         m_run.isEvaluated = succeeded;
         return;
@@ -189,7 +218,11 @@ void RunRecorder::treeNotSaved(const FileTreeNode &root, const QString &reason)
 
 void RunRecorder::consoleMessage(QtMsgType level, int line, const QString &text)
 {
-    m_run.console.append({level, line, text, !m_run.function.isEmpty()});
+    if (m_run.console.size() < s_maximumMessages) {
+        m_run.console.append({level, line, text, !m_run.function.isEmpty()});
+    } else if (m_run.console.size() == s_maximumMessages) {
+        m_run.console.append({QtWarningMsg, 0, s_restOmitted, !m_run.function.isEmpty()});
+    }
 }
 
 void RunRecorder::message(const QString &function, const QString &text)
@@ -199,7 +232,11 @@ void RunRecorder::message(const QString &function, const QString &text)
         if (!m_isExceptionKnown) {
             // A value alone says nothing without the operation.
             const bool isBare = text.startsWith(QLatin1Char('"'));
-            m_run.warnings.append(isBare ? function + QStringLiteral(": ") + text : text);
+            const QString warning = isBare ? function + QStringLiteral(": ") + text : text;
+            if (m_run.warnings.size() <= s_maximumMessages) {
+                m_run.warnings.append(m_run.warnings.size() < s_maximumMessages ? warning
+                                                                                : s_restOmitted);
+            }
         }
     } else {
         m_warnings.append(text);

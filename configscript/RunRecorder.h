@@ -3,6 +3,7 @@
 #include "JavaScript/JavaScriptRunObserver.h"
 #include "configscript/MessageLog.h"
 #include "configscript/RunReport.h"
+#include "configscript/ScriptWatchdog.h"
 #include "filehost/TreeObserver.h"
 
 #include <QHash>
@@ -19,13 +20,15 @@ class Project;
 class RunRecorder : public JavaScriptRunObserver, public TreeObserver, public MessageLog
 {
 public:
-    RunRecorder(const Project &project, ProgressLine &progress);
+    /// @param interrupt stops the script that runs, and its like, or lets them go on
+    RunRecorder(const Project &project, ProgressLine &progress, ScriptWatchdog &watchdog,
+                ScriptWatchdog::Interrupt interrupt);
 
     /// Whether the report holds each write of a run, besides what came of them; by default not.
     void setRecordsWrites(bool recordsWrites);
 
-    /// All runs to come are of this instance and script. Without it, runs are those of a resolver:
-    /// the argument is the instance's URL, and its tree names the script.
+    /// All runs to come are of this instance and script. Without it, runs are those of a resolver,
+    /// which tells the instance; its tree names the script.
     void setSubject(const QString &instance, const QString &script);
 
     /// The dependency script of an instance whose tree is not read from a file of its own.
@@ -42,7 +45,9 @@ public:
     /// What was seen so far; the runs in their order.
     RunReport report() const;
 
+    void instanceBegins(const QString &instanceName) override;
     void runBegins(const QString &functionName, const QString &argument) override;
+    void apiCalled(const QByteArray &operation, const QStringList &texts) override;
     void exceptionThrown(int line, const QString &text) override;
     void runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors) override;
 
@@ -83,11 +88,14 @@ private:
 
     const Project &m_project;
     ProgressLine &m_progress;
+    ScriptWatchdog &m_watchdog;
+    const ScriptWatchdog::Interrupt m_interrupt;
     QString m_configurationFolder;
     bool m_recordsWrites = false;
     QHash<QString, QString> m_scripts; ///< instance to its dependency script
     QString m_subjectInstance;
-    QString m_subjectScript;
+    QString m_instance; ///< whose script runs
+    QString m_script; ///< its file, relative to the project
 
     QVector<ScriptRun> m_runs;
     ScriptRun m_run; ///< the one in progress

@@ -1,27 +1,32 @@
 #include "ScriptProbe.h"
 
+#include "configscript/ScriptWatchdog.h"
 #include "configscript/SilentLog.h"
 
 #include <QJSEngine>
 #include <QJSValue>
 
-ScriptProbe::ScriptProbe(const QString &text)
+ScriptProbe::ScriptProbe(const QString &text, const QString &file, ScriptWatchdog &watchdog)
     : m_text(text)
+    , m_file(file)
+    , m_watchdog(watchdog)
 {
-    const SilentLog log;
-    QJSEngine engine;
-    engine.installExtensions(QJSEngine::ConsoleExtension);
-    const QJSValue result = engine.evaluate(text);
-    isEvaluated = !result.isError();
-    if (!isEvaluated) {
-        errorLine = result.property(QStringLiteral("lineNumber")).toInt();
-        error = result.toString();
-    }
-    const QStringList names = eventFunctions();
-    for (const QString &name : names) {
-        if (engine.globalObject().property(name).isCallable()) {
-            functions.insert(name);
+    const QString overrun = evaluate(text, [this](const QJSEngine &engine, const QJSValue &result) {
+        isEvaluated = !result.isError();
+        if (!isEvaluated) {
+            errorLine = result.property(QStringLiteral("lineNumber")).toInt();
+            error = result.toString();
         }
+        const QStringList names = eventFunctions();
+        for (const QString &name : names) {
+            if (engine.globalObject().property(name).isCallable()) {
+                functions.insert(name);
+            }
+        }
+    });
+    if (!overrun.isEmpty()) {
+        isEvaluated = false;
+        error = overrun;
     }
 }
 
@@ -31,11 +36,27 @@ bool ScriptProbe::isHidden(const QString &name) const
         return false;
     }
     // What is declared with const, let or class is known only to the text that declares it.
+    bool isFunction = false;
+    evaluate(m_text + QStringLiteral("\n;typeof ") + name,
+             [&isFunction](const QJSEngine & /*engine*/, const QJSValue &result) {
+                 isFunction = result.toString() == QLatin1String("function");
+             });
+    return isFunction;
+}
+
+/// @param look what is to be done with the result; it may run the script's functions
+/// @return why the script was stopped; empty when it was not
+QString ScriptProbe::evaluate(
+    const QString &text,
+    const std::function<void(const QJSEngine &engine, const QJSValue &result)> &look) const
+{
     const SilentLog log;
     QJSEngine engine;
     engine.installExtensions(QJSEngine::ConsoleExtension);
-    return engine.evaluate(m_text + QStringLiteral("\n;typeof ") + name).toString()
-        == QLatin1String("function");
+    m_watchdog.begin({QString(), m_file, QString()},
+                     [&engine](bool isInterrupted) { engine.setInterrupted(isInterrupted); });
+    look(engine, engine.evaluate(text));
+    return m_watchdog.end();
 }
 
 QStringList ScriptProbe::eventFunctions()

@@ -4,6 +4,12 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
+class QJSEngine;
+class QJSValue;
+class ScriptWatchdog;
+
 /**
  * What the library will find in a script: the result of evaluating its text, alone, in an engine
  * of its own, and of looking its event functions up as the library does.
@@ -11,7 +17,8 @@
 class ScriptProbe
 {
 public:
-    explicit ScriptProbe(const QString &text);
+    /// @param file the script's, for messages
+    ScriptProbe(const QString &text, const QString &file, ScriptWatchdog &watchdog);
 
     /// Whether the library will not find an event function, because it is declared with const, let
     /// or class. Evaluates the text once more.
@@ -26,5 +33,11 @@ public:
     QSet<QString> functions; ///< event functions that the library will find
 
 private:
+    QString evaluate(
+        const QString &text,
+        const std::function<void(const QJSEngine &engine, const QJSValue &result)> &look) const;
+
     QString m_text;
+    QString m_file;
+    ScriptWatchdog &m_watchdog;
 };

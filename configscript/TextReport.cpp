@@ -9,10 +9,15 @@ namespace {
 
 using Style = Output::Style;
 
+constexpr int s_shownValue = 1000; ///< characters
+constexpr int s_shownLines = 100; ///< of each kind, for each run
+
 QString valueText(const QVariant &value)
 {
-    return Output::printable(
-        QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced)));
+    const QString text = QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
+    return text.size() <= s_shownValue ? Output::printable(text)
+                                       : Output::printable(text.left(s_shownValue))
+            + QStringLiteral("… (%1 characters)").arg(text.size());
 }
 
 QString milliseconds(std::chrono::nanoseconds duration)
@@ -120,6 +125,18 @@ void TextReport::printHeading(const ScriptRun &run, const QString &text)
                   + m_output.styled(Style::Dim, milliseconds(run.duration)));
 }
 
+/// Prints the first of a script's many lines, and how many there are besides.
+template <typename List, typename Print>
+void TextReport::printSome(const List &list, const QString &noun, Print print)
+{
+    std::for_each(list.cbegin(), list.cbegin() + std::min(list.size(), s_shownLines), print);
+    if (list.size() > s_shownLines) {
+        m_output.line(QString(9, QLatin1Char(' '))
+                      + Output::counted(list.size() - s_shownLines, noun)
+                      + QStringLiteral(" more; --json shows them"));
+    }
+}
+
 void TextReport::printDetails(const ScriptRun &run)
 {
     const QString indentation(9, QLatin1Char(' '));
@@ -151,7 +168,7 @@ void TextReport::printDetails(const ScriptRun &run)
                           + (count > 1 ? QStringLiteral(" (%1 times)").arg(count) : QString()));
         }
     }
-    for (const ConsoleMessage &message : run.console) {
+    printSome(run.console, QStringLiteral("console message"), [&](const ConsoleMessage &message) {
         const QString level = message.level == QtWarningMsg
             ? m_output.styled(Style::Warning, QStringLiteral("warn: "))
             : message.level == QtCriticalMsg
@@ -159,10 +176,12 @@ void TextReport::printDetails(const ScriptRun &run)
             : QString();
         m_output.line(indentation + place(run.scriptOf(message.isOfFunction), message.line)
                       + QLatin1Char(' ') + level + Output::printable(message.text));
-    }
-    for (const JavaScriptApi::ErrorMessage &error : run.errors) {
-        const QString text = m_texts.value(error.errorLabelTextId);
-        m_output.line(indentation + m_output.styled(Style::Warning, QStringLiteral("reported: "))
+    });
+    printSome(run.errors, QStringLiteral("reported error"),
+              [&](const JavaScriptApi::ErrorMessage &error) {
+                  const QString text = m_texts.value(error.errorLabelTextId);
+                  m_output.line(
+                      indentation + m_output.styled(Style::Warning, QStringLiteral("reported: "))
                       + Output::printable(
                           (error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
                           + (text.isEmpty() ? QString() : text + QLatin1Char(' '))
@@ -170,7 +189,7 @@ void TextReport::printDetails(const ScriptRun &run)
                       + (error.value.isValid() ? QStringLiteral(" value ")
                                  + valueText(JsonValue::normalized(error.value))
                                                : QString()));
-    }
+              });
     if (!run.unsavedChanges.isEmpty()) {
         m_output.line(indentation + m_output.styled(Style::Warning, QStringLiteral("not saved: "))
                       + QStringLiteral("written by relative URL, which nobody saves; write to ")

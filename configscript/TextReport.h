@@ -29,6 +29,8 @@ private:
     void printHeading(const ScriptRun &run, const QString &text);
     void printDetails(const ScriptRun &run);
     void printTree(const ChangedTree &tree, bool isDryRun);
+    template <typename List, typename Print>
+    void printSome(const List &list, const QString &noun, Print print);
     void printWrites(const ScriptRun &run);
     void printChanges(const QVector<PropertyChange> &changes, const QString &indentation);
     void printAnnounced(const RunReport &report);

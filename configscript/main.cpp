@@ -1,5 +1,6 @@
 #include "configscript/CheckCommand.h"
 #include "configscript/ExitCode.h"
+#include "configscript/LastWords.h"
 #include "configscript/ListCommand.h"
 #include "configscript/Output.h"
 #include "configscript/ResolveCommand.h"
@@ -32,6 +33,7 @@ void openStandardStreams()
 int main(int argc, char *argv[])
 {
     openStandardStreams();
+    LastWords::prepare();
     // Arguments, file names and files are UTF-8, whatever the locale says.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 
