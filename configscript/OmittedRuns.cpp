@@ -32,11 +32,12 @@ QString reasonOfOmission(const Project &project, const QString &instance)
         return QStringLiteral("%1: expected the property \"%2\", the name of a script")
             .arg(project.relativePath(treePath), key);
     }
-    if (!Project::scriptNameError(fileName).isEmpty()) {
-        return Project::scriptNameError(fileName);
+    const QString folder = PropertyManagerConst::getDependencyFolderPath(project.path());
+    const QString scriptError = project.scriptError(folder, fileName);
+    if (!scriptError.isEmpty()) {
+        return scriptError;
     }
-    const QString scriptPath =
-        PropertyManagerConst::getDependencyFolderPath(project.path()) + QLatin1Char('/') + fileName;
+    const QString scriptPath = folder + QLatin1Char('/') + fileName;
     QByteArray text;
     switch (TextFile::read(scriptPath, FileTree::maximumFileSize, text, error)) {
     case TextFile::ReadResult::Missing:

@@ -107,6 +107,25 @@ QVector<Finding> ProjectCheck::checkInstances(const Manifest &manifest,
     return sorted();
 }
 
+QVector<Finding> ProjectCheck::checkWalls(const QStringList &instances)
+{
+    for (const QString &instance : instances) {
+        Diagnostic error;
+        const auto root = m_project.readTree(FileTree::Kind::Configuration, instance, error);
+        if (!root.isNull()) {
+            nameScript(*root, ScriptKind::Dependency);
+        }
+    }
+    for (const NamedScript &script : qAsConst(m_scripts)) {
+        const QFileInfo file(scriptPath(script.kind, script.fileName));
+        if (checkPlace(script) && file.exists() && !file.isFile()) { // the library would wait
+            add(s_error, "missing-script",
+                {file.filePath(), 0, 0, QStringLiteral("cannot be read: it is no file")});
+        }
+    }
+    return sorted();
+}
+
 QVector<Finding> ProjectCheck::checkAll(const Manifest &manifest)
 {
     checkTexts();
@@ -255,18 +274,27 @@ void ProjectCheck::checkNode(const FileTreeNode &node)
     }
 }
 
+/// Whether the script may lie where it lies.
+bool ProjectCheck::checkPlace(const NamedScript &script)
+{
+    Diagnostic place = script.place;
+    place.message = m_project.scriptError(folderOf(script.kind), script.fileName);
+    if (!place.message.isEmpty()) {
+        add(s_error, "missing-script", place);
+    }
+    return place.message.isEmpty();
+}
+
 /// @return the script's text
 QString ProjectCheck::checkScript(const NamedScript &script)
 {
+    if (!checkPlace(script)) {
+        return QString();
+    }
     const QString filePath = scriptPath(script.kind, script.fileName);
     QByteArray content;
     Diagnostic error;
     Diagnostic place = script.place;
-    place.message = Project::scriptNameError(script.fileName);
-    if (!place.message.isEmpty()) {
-        add(s_error, "missing-script", place);
-        return QString();
-    }
     switch (TextFile::read(filePath, FileTree::maximumFileSize, content, error)) {
     case TextFile::ReadResult::Missing:
         place.message = QStringLiteral("there is no script %1/%2")

@@ -22,6 +22,10 @@ public:
     /// What keeps the dependency scripts of @p instances from running as they should: errors only.
     QVector<Finding> checkInstances(const Manifest &manifest, const QStringList &instances);
 
+    /// Which of these instances' scripts must not be opened, because of what they are or where they
+    /// lie. Nothing is evaluated.
+    QVector<Finding> checkWalls(const QStringList &instances);
+
     /// Everything, by file and line.
     QVector<Finding> checkAll(const Manifest &manifest);
 
@@ -44,6 +48,7 @@ private:
     QSharedPointer<FileTreeNode> checkTree(FileTree::Kind kind, const QString &instance);
     void checkDependencyScript(const FileTreeNode &root, bool isListed);
     void checkNode(const FileTreeNode &node);
+    bool checkPlace(const NamedScript &script);
     QString checkScript(const NamedScript &script);
     void checkFunctions(const NamedScript &script, const QString &filePath, const QString &text);
     bool isEvaluated(const ScriptProbe &probe, const QString &filePath);

@@ -117,12 +117,12 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
     // The check and the resolver read the same trees.
     HostSession session(project.units(),
                         m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
-    if (!m_isUnchecked) {
-        const auto findings = ProjectCheck(project, watchdog).checkInstances(manifest, instances);
-        if (Findings::hasErrors(findings)) {
-            refuse(project, findings, output);
-            return ExitCode::failure;
-        }
+    ProjectCheck check(project, watchdog);
+    const auto findings =
+        m_isUnchecked ? check.checkWalls(instances) : check.checkInstances(manifest, instances);
+    if (Findings::hasErrors(findings)) {
+        refuse(project, findings, output);
+        return ExitCode::failure;
     }
 
     RunReport report = resolve(project, session, watchdog);
@@ -157,8 +157,9 @@ void ResolveCommand::refuse(const Project &project, const QVector<Finding> &find
         return;
     }
     Findings::print(output, findings);
-    output.line(QStringLiteral("No script was run: %1. --no-check runs them all the same.")
-                    .arg(Findings::summary(findings)));
+    output.line(
+        QStringLiteral("No script was run: %1.").arg(Findings::summary(findings))
+        + (m_isUnchecked ? QString() : QStringLiteral(" --no-check runs them all the same.")));
 }
 
 bool ResolveCommand::isKnownInstance(const Project &project) const

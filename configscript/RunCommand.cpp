@@ -65,9 +65,9 @@ std::optional<Script> readScript(const Project &project, const FileTreeNode &roo
                           .toString());
         return std::nullopt;
     }
-    const QString nameError = Project::scriptNameError(fileName);
-    if (!nameError.isEmpty()) {
-        Output::error(root.placeOf(key, nameError).toString());
+    const QString scriptError = project.scriptError(project.userInterfaceScriptFolder(), fileName);
+    if (!scriptError.isEmpty()) {
+        Output::error(root.placeOf(key, scriptError).toString());
         return std::nullopt;
     }
     const QString filePath = project.userInterfaceScriptFolder() + QLatin1Char('/') + fileName;

@@ -3,6 +3,7 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/InstanceFile.h"
 #include "filehost/ProjectFile.h"
+#include "filehost/Walls.h"
 #include "host/PropertyManagerConst.h"
 
 #include <QDir>
@@ -71,13 +72,17 @@ QString Project::keyOfUserInterfaceScript()
     return QStringLiteral("scriptFile");
 }
 
-QString Project::scriptNameError(const QString &fileName)
+QString Project::scriptError(const QString &folder, const QString &fileName) const
 {
     const QString clean = QDir::cleanPath(fileName);
-    return clean == QLatin1String("..") || clean.startsWith(QLatin1String("../"))
-            || QDir::isAbsolutePath(clean)
-        ? QStringLiteral("\"%1\" leads out of the scripts' folder").arg(fileName)
-        : QString();
+    if (clean == QLatin1String("..") || clean.startsWith(QLatin1String("../"))
+        || QDir::isAbsolutePath(clean) || fileName.contains(QChar::Null)) {
+        return QStringLiteral("\"%1\" leads out of the scripts' folder").arg(fileName);
+    }
+    const QString filePath = folder + QLatin1Char('/') + fileName;
+    return Walls::liesInside(m_path, folder + QLatin1Char('/') + fileName)
+        ? QString()
+        : QStringLiteral("\"%1\": a link leads out of the project folder").arg(fileName);
 }
 
 QString Project::userInterfaceScriptFolder() const

@@ -69,8 +69,12 @@ public:
     QSharedPointer<FileTreeNode> readTree(FileTree::Kind kind, const QString &instance,
                                           Diagnostic &error) const;
 
-    /// What is wrong with the name of a script; empty for nothing.
-    static QString scriptNameError(const QString &fileName);
+    /**
+     * What is wrong with the place of a script, which need not exist.
+     * @param folder the scripts'
+     * @return that its name or a link leads out; empty for nothing
+     */
+    QString scriptError(const QString &folder, const QString &fileName) const;
 
     /// @p diagnostic with its file as seen from the project folder.
     Diagnostic relative(Diagnostic diagnostic) const;

@@ -2,7 +2,10 @@
 #include "configscript/ProgramRun.h"
 #include "configscript/ScratchFolder.h"
 
+#include <QFile>
 #include <QTest>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -19,6 +22,8 @@ class ResolveBadScriptTest : public CommandTest
 private Q_SLOTS:
     void refusesAnInstanceWithoutAScript_data();
     void refusesAnInstanceWithoutAScript();
+    void readsNoScriptOutsideOfTheProject_data();
+    void readsNoScriptOutsideOfTheProject();
     void refusesAScriptThatCannotRun_data();
     void refusesAScriptThatCannotRun();
     void tellsWhereAScriptFailed_data();
@@ -112,6 +117,50 @@ void ResolveBadScriptTest::refusesAnInstanceWithoutAScript()
     COMPARE_RUN(program.run(s_resolvePlant), refusal(finding));
     COMPARE_RUN(program.run(s_resolvePlant + s_noCheck), notRun(QStringLiteral("pump  ") + reason));
     COMPARE_FILES(folder.files(), before);
+}
+
+void ResolveBadScriptTest::readsNoScriptOutsideOfTheProject_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("finding");
+
+    const QString place = QStringLiteral("configuration/pump.json:1: error: ");
+    const QString outside =
+        QStringLiteral("\"%1\" leads out of the scripts' folder [missing-script]");
+    const QString link =
+        QStringLiteral("\"%1\": a link leads out of the project folder [missing-script]");
+    QTest::newRow("parent folder") << QStringLiteral("../../outside/valve.js")
+                                   << place + outside.arg(QStringLiteral("../../outside/valve.js"));
+    QTest::newRow("absolute path")
+        << QStringLiteral("/etc/passwd") << place + outside.arg(QStringLiteral("/etc/passwd"));
+    QTest::newRow("link") << QStringLiteral("link.js")
+                          << place + link.arg(QStringLiteral("link.js"));
+    QTest::newRow("folder of a link")
+        << QStringLiteral("folder/valve.js") << place + link.arg(QStringLiteral("folder/valve.js"));
+    QTest::newRow("pipe")
+        << QStringLiteral("pipe.js")
+        << QStringLiteral(
+               "dependency/pipe.js: error: cannot be read: it is no file [missing-script]");
+}
+
+void ResolveBadScriptTest::readsNoScriptOutsideOfTheProject()
+{
+    QFETCH(const QString, script);
+    QFETCH(const QString, finding);
+
+    const ScratchFolder folder;
+    folder.makePlant();
+    folder.write(QStringLiteral("outside/valve.js"), "function onSave() {}\n");
+    folder.link(QStringLiteral("plant/dependency/link.js"),
+                QStringLiteral("../../outside/valve.js"));
+    folder.link(QStringLiteral("plant/dependency/folder"), QStringLiteral("../../outside"));
+    const QString pipe = folder.path(QStringLiteral("plant/dependency/pipe.js"));
+    QVERIFY(mkfifo(QFile::encodeName(pipe), 0600) == 0);
+    folder.addInstance(QStringLiteral("pump"), script);
+    const Program program(folder.path());
+    COMPARE_RUN(program.run(s_resolvePlant), refusal(finding));
+    COMPARE_RUN(program.run(s_resolvePlant + s_noCheck), 1,
+                finding + QStringLiteral("\nNo script was run: 1 error, 0 warnings.\n"), QString());
 }
 
 void ResolveBadScriptTest::refusesAScriptThatCannotRun_data()

@@ -371,9 +371,35 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         QFETCH(bool, isOutside);
-        QCOMPARE(Project::scriptNameError(name),
+        m_folder->write(s_projectFile, s_station);
+        const auto project = open();
+        QVERIFY(project);
+        QCOMPARE(project->scriptError(project->userInterfaceScriptFolder(), name),
                  isOutside ? QStringLiteral("\"%1\" leads out of the scripts' folder").arg(name)
                            : QString());
+    }
+
+    void tellsWhichScriptsLieOutsideByALink()
+    {
+        m_folder->write(s_projectFile, s_station);
+        m_folder->write(QStringLiteral("scripts/pump.js"), QByteArray());
+        m_folder->write(QStringLiteral("common/valve.js"), QByteArray());
+        m_folder->link(QStringLiteral("scripts/inside.js"), QStringLiteral("../common/valve.js"));
+        m_folder->link(QStringLiteral("scripts/outside.js"), QStringLiteral("../../valve.js"));
+        m_folder->link(QStringLiteral("scripts/far"), QStringLiteral("/"));
+        const auto project = open();
+        QVERIFY(project);
+        const auto error = [&project](const char *name) {
+            return project->scriptError(project->userInterfaceScriptFolder(),
+                                        QString::fromUtf8(name));
+        };
+        QCOMPARE(error("pump.js"), QString());
+        QCOMPARE(error("inside.js"), QString());
+        QCOMPARE(error("outside.js"),
+                 QStringLiteral("\"outside.js\": a link leads out of the project folder"));
+        QCOMPARE(error("far/etc/passwd"),
+                 QStringLiteral("\"far/etc/passwd\": a link leads out of the project folder"));
+        QCOMPARE(error("missing.js"), QString());
     }
 
     void readsATreeAsItIsNow()

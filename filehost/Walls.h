@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+/// Whether files lie where they seem to lie.
+namespace Walls {
+
+/// Whether the file, or as much of its path as exists, really lies in the project folder or below:
+/// whether no link leads out.
+/// @param filePath absolute, beginning with @p projectPath
+bool liesInside(const QString &projectPath, const QString &filePath);
+
+} // namespace Walls
