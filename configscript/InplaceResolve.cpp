@@ -161,7 +161,7 @@ RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
     recorder.treeSaved(*root, m_treePath); // what was written stays in the caller's tree
     session.setObserver(nullptr);
 
-    RunReport report = recorder.report();
+    RunReport report = recorder.takeReport();
     noteForeignFunctions(m_project, watchdog, report.runs);
     report.sort();
     return report;

@@ -222,5 +222,6 @@ RunReport ResolveCommand::resolve(const Project &project, HostSession &session,
     if (!batch.commit(error)) {
         recorder.savingFailed(error);
     }
-    return recorder.report();
+    resolver.reset(); // the report takes the place of its trees
+    return recorder.takeReport();
 }

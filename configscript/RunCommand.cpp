@@ -91,9 +91,9 @@ std::optional<Script> readScript(const Project &project, const FileTreeNode &roo
 }
 
 /// Whether what was done may be saved: what a user-interface host asks before it saves.
-bool isToBeSaved(const RunReport &report)
+bool isToBeSaved(const QVector<ScriptRun> &runs)
 {
-    return std::all_of(report.runs.begin(), report.runs.end(), [](const ScriptRun &run) {
+    return std::all_of(runs.begin(), runs.end(), [](const ScriptRun &run) {
         return run.succeeded && (run.function != QLatin1String("onOk") || run.errors.isEmpty());
     });
 }
@@ -276,7 +276,7 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
                                  "another tree, by the absolute URL ")
             + url;
         Output::error(QStringLiteral("nothing is saved: ") + refusal);
-    } else if (!isToBeSaved(recorder.report())) {
+    } else if (!isToBeSaved(recorder.runs())) {
         refusal = m_isWriting ? s_refusal : QString();
     } else {
         if (isChanged) {
@@ -292,7 +292,7 @@ std::optional<RunReport> RunCommand::fire(const Project &project, const QString 
     if (!batch.commit(error)) {
         recorder.savingFailed(error);
     }
-    RunReport report = recorder.report();
+    RunReport report = recorder.takeReport();
     report.refusal = refusal;
     return report;
 }
@@ -317,7 +317,7 @@ void RunCommand::print(const Project &project, const RunReport &report,
     TextReport text(project, output, TextReport::Detail::Everything);
     text.printEvents(report);
     text.printTrees(report, !m_isWriting);
-    if (!isToBeSaved(report)) {
+    if (!isToBeSaved(report.runs)) {
         output.line();
         output.line(QStringLiteral("Nothing is saved: ") + s_refusal + QLatin1Char('.'));
     } else if (!m_isWriting && !report.trees.isEmpty()) {

@@ -7,6 +7,7 @@
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -64,27 +65,30 @@ void RunRecorder::savingFailed(const QString &reason)
     m_announced.clear();
 }
 
-RunReport RunRecorder::report() const
+RunReport RunRecorder::takeReport()
 {
     RunReport report;
-    report.runs = m_runs;
-    report.announced = m_announced;
-    report.warnings = m_warnings;
+    report.runs = std::exchange(m_runs, {});
+    report.announced = std::exchange(m_announced, {});
+    report.warnings = std::exchange(m_warnings, {});
     report.duration = Clock::now() - m_begin;
     QHash<QString, QVector<PropertyChange>> unsaved; // by instance
-    for (const FileTree *key : m_treeOrder) {
-        const WrittenTree &tree = m_trees.at(key);
+    const QVector<const FileTree *> treeOrder = std::exchange(m_treeOrder, {});
+    for (const FileTree *key : treeOrder) {
+        const FileTree::Identity identity = key->identity();
+        const WrittenTree tree = std::move(m_trees[key]);
+        m_trees.erase(key);
         const QVector<PropertyChange> changes = netChanges(tree);
         if (changes.isEmpty() && tree.fate != Fate::Failed) {
             continue;
         }
-        const FileTree::Identity identity = key->identity();
         if (tree.fate != Fate::NotSaved) {
             report.trees.append({identity, tree.error, changes});
         } else if (m_subjectInstance.isEmpty()) { // a subject's tree is its owner's to save
             unsaved[identity.instance] += changes;
         }
     }
+    m_trees.clear();
     for (ScriptRun &run : report.runs) {
         run.unsavedChanges = unsaved.value(run.instance);
     }
@@ -177,30 +181,25 @@ void RunRecorder::propertyWritten(const FileTreeNode &node, const QString &prope
         m_run.writes.append(
             {node.tree().identity(), {node.path(), propertyKey, oldValue, newValue}});
     }
-    const int known = indexOf(tree, node, propertyKey);
-    if (known >= 0) {
-        tree.properties[known].newValue = newValue;
-    } else {
-        tree.properties.append({node.sharedFromThis(), propertyKey, oldValue, newValue});
+    if (!isKnown(tree, node, propertyKey)) {
+        tree.properties.append({node.sharedFromThis(), propertyKey});
     }
 }
 
-int RunRecorder::indexOf(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey)
+bool RunRecorder::isKnown(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey)
 {
     constexpr int manyProperties = 64;
     const QVector<WrittenProperty> &properties = tree.properties;
     if (properties.size() < manyProperties) {
-        for (int i = 0; i < properties.size(); ++i) {
-            if (properties.at(i).node.data() == &node && properties.at(i).key == propertyKey) {
-                return i;
-            }
-        }
-        return -1;
+        return std::any_of(properties.begin(), properties.end(),
+                           [&](const WrittenProperty &property) {
+                               return property.node.data() == &node && property.key == propertyKey;
+                           });
     }
     for (int i = tree.index.size(); i < properties.size(); ++i) {
-        tree.index.insert({properties.at(i).node.data(), properties.at(i).key}, i);
+        tree.index.insert({properties.at(i).node.data(), properties.at(i).key});
     }
-    return tree.index.value({&node, propertyKey}, -1);
+    return tree.index.contains({&node, propertyKey});
 }
 
 void RunRecorder::treeSaved(const FileTreeNode &root, const QString & /*filePath*/)
@@ -243,15 +242,22 @@ void RunRecorder::message(const QString &function, const QString &text)
     }
 }
 
-QVector<PropertyChange> RunRecorder::netChanges(const WrittenTree &tree) const
+QVector<PropertyChange> RunRecorder::netChanges(const WrittenTree &tree)
 {
     QVector<PropertyChange> changes;
+    const FileTreeNode *node = nullptr;
+    QString path;
     for (const WrittenProperty &property : tree.properties) {
-        if (!property.oldValue.isValid()
-            || !JsonValue::areEqual(property.oldValue, property.newValue)) {
-            changes.append(
-                {property.node->path(), property.key, property.oldValue, property.newValue});
+        const QVariant oldValue = property.node->valueInFile(property.key);
+        const QVariant newValue = property.node->value(property.key);
+        if (!oldValue.isValid() || !JsonValue::areEqual(oldValue, newValue)) {
+            if (node != property.node.data()) {
+                node = property.node.data();
+                path = node->path();
+            }
+            changes.append({path, property.key, oldValue, newValue});
         }
     }
+    changes.squeeze();
     return changes;
 }

@@ -8,6 +8,7 @@
 
 #include <QHash>
 #include <QPair>
+#include <QSet>
 #include <QSharedPointer>
 
 #include <chrono>
@@ -42,8 +43,11 @@ public:
     /// Whether anything was written to a node of the tree.
     bool hasWritten(const FileTree &tree) const { return m_trees.count(&tree) != 0; }
 
-    /// What was seen so far; the runs in their order.
-    RunReport report() const;
+    const QVector<ScriptRun> &runs() const { return m_runs; }
+
+    /// What was seen; the runs in their order. Nothing of it is kept: of the trees that nobody else
+    /// uses any more, each one makes room for its changes.
+    RunReport takeReport();
 
     void instanceBegins(const QString &instanceName) override;
     void runBegins(const QString &functionName, const QString &argument) override;
@@ -65,13 +69,11 @@ private:
 
     enum class Fate { NotSaved, Saved, Failed };
 
-    /// A property from its first old value to its last new one.
+    /// The node knows the values.
     struct WrittenProperty
     {
         QSharedPointer<const FileTreeNode> node;
         QString key;
-        QVariant oldValue;
-        QVariant newValue;
     };
 
     /// A tree that was written to.
@@ -80,11 +82,11 @@ private:
         Fate fate = Fate::NotSaved;
         QString error;
         QVector<WrittenProperty> properties;
-        QHash<QPair<const FileTreeNode *, QString>, int> index; ///< of the properties, if many
+        QSet<QPair<const FileTreeNode *, QString>> index; ///< of the properties, if many
     };
 
-    static int indexOf(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey);
-    QVector<PropertyChange> netChanges(const WrittenTree &tree) const;
+    static bool isKnown(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey);
+    static QVector<PropertyChange> netChanges(const WrittenTree &tree);
 
     const Project &m_project;
     ProgressLine &m_progress;

@@ -146,6 +146,18 @@ bool FileTreeNode::isReadOnly(const QString &propertyKey) const
     return false;
 }
 
+QVariant FileTreeNode::value(const QString &propertyKey) const
+{
+    const WrittenProperty *written = writtenProperty(propertyKey);
+    return written ? written->value : valueInFile(propertyKey);
+}
+
+QVariant FileTreeNode::valueInFile(const QString &propertyKey) const
+{
+    const int element = propertyElement(propertyKey);
+    return element < 0 ? QVariant() : m_tree->json().value(element);
+}
+
 QString FileTreeNode::path() const
 {
     const JsonText &json = m_tree->json();
@@ -264,16 +276,6 @@ const FileTreeNode::WrittenProperty *FileTreeNode::writtenProperty(const QString
 int FileTreeNode::propertyElement(const QString &propertyKey) const
 {
     return m_propertiesElement < 0 ? -1 : m_tree->json().member(m_propertiesElement, propertyKey);
-}
-
-/// Invalid when there is no such property.
-QVariant FileTreeNode::value(const QString &propertyKey) const
-{
-    if (const WrittenProperty *written = writtenProperty(propertyKey)) {
-        return written->value;
-    }
-    const int element = propertyElement(propertyKey);
-    return element < 0 ? QVariant() : m_tree->json().value(element);
 }
 
 QStringList FileTreeNode::keysOf(int object) const

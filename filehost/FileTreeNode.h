@@ -46,6 +46,12 @@ public:
     QStringList childNames() const; ///< in the file's order
     bool isReadOnly(const QString &propertyKey) const;
 
+    /// As getProperty(), but nobody sees it.
+    QVariant value(const QString &propertyKey) const;
+
+    /// What getProperty() gave when nothing was written yet.
+    QVariant valueInFile(const QString &propertyKey) const;
+
     /// The relative URL of the node from its tree's root.
     QString path() const;
 
@@ -77,7 +83,6 @@ private:
     const WrittenProperty *writtenProperty(const QString &key) const;
     const FileTreeNode *find(const QString &relUrl) const;
     int propertyElement(const QString &propertyKey) const;
-    QVariant value(const QString &propertyKey) const;
     bool isTooDeep(const QVariant &value) const;
     QStringList keysOf(int object) const;
     void collectEdits(JsonEdit &edit) const;

@@ -26,6 +26,9 @@ void HostSession::setBatch(FileBatch *batch)
 {
     m_batch = batch;
     m_storedTrees.clear();
+    if (!batch) {
+        m_parsedFiles.clear(); // a batch that comes to its end changes most of them
+    }
 }
 
 QHash<QString, QVariantMap> HostSession::units()

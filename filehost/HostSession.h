@@ -58,7 +58,7 @@ public:
     static bool admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
                        Diagnostic &error);
 
-    /// A file as it was last read, in order that it is parsed once.
+    /// A file as it was last read, in order that it is parsed once. Forgotten with a batch.
     struct ParsedFile
     {
         JsonText json; ///< null when the file was not read yet
