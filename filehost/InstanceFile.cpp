@@ -15,7 +15,8 @@ QString path(const QDir &folder, const QString &instance, QString &error)
         return QString();
     }
     const QString folderPath = QDir::cleanPath(folder.absolutePath());
-    QString filePath = folderPath + QLatin1Char('/') + instance + QStringLiteral(".json");
+    // Of exactly the length that it needs: trees keep it.
+    QString filePath = QStringLiteral("%1/%2.json").arg(folderPath, instance);
     const QString projectPath = QFileInfo(folderPath).path();
     if (filePath
         == PropertyManagerConst::getConfigurationFolderPath(projectPath) + QLatin1Char('/')

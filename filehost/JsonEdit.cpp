@@ -21,7 +21,7 @@ JsonEdit::JsonEdit(const JsonText &json)
         m_lineBreak = newline > 0 && lead.at(newline - 1) == '\r' ? "\r\n" : "\n";
         m_indentation = lead.mid(newline + 1);
     }
-    m_colon = slice(keyElement.end, m_json.element(key + 1).begin);
+    m_colon = slice(m_json.end(key), m_json.element(key + 1).begin);
     if (m_colon == ":") {
         m_layout = JsonValue::Layout::Compact;
     }
@@ -30,14 +30,15 @@ JsonEdit::JsonEdit(const JsonText &json)
 void JsonEdit::setValue(int element, const QVariant &value)
 {
     const auto &old = m_json.element(element);
-    m_replacements.append({old.begin, old.end, merged(element, value)});
+    m_replacements.append({old.begin, m_json.end(element), merged(element, value)});
 }
 
 void JsonEdit::appendMembers(int object, const QVector<Member> &members)
 {
     const auto &old = m_json.element(object);
     if (m_json.isEmpty(object)) {
-        m_replacements.append({old.begin, old.end, newObject(members, indentationAt(old.begin))});
+        m_replacements.append(
+            {old.begin, m_json.end(object), newObject(members, indentationAt(old.begin))});
         return;
     }
     const Items items = itemsOf(object);
@@ -47,7 +48,7 @@ void JsonEdit::appendMembers(int object, const QVector<Member> &members)
         text += ',' + items.nextLead + JsonValue::toText(member.first) + last.colon
             + JsonValue::toText(member.second, m_layout);
     }
-    const int end = m_json.element(last.element).end;
+    const int end = m_json.end(last.element);
     m_replacements.append({end, end, text});
 }
 
@@ -59,7 +60,8 @@ void JsonEdit::prependObject(int object, const QString &key, const QVector<Membe
     const QByteArray text =
         m_lineBreak + inner + JsonValue::toText(key) + m_colon + newObject(members, inner);
     if (m_json.isEmpty(object)) {
-        m_replacements.append({old.begin, old.end, '{' + text + m_lineBreak + outer + '}'});
+        m_replacements.append(
+            {old.begin, m_json.end(object), '{' + text + m_lineBreak + outer + '}'});
     } else {
         m_replacements.append({old.begin + 1, old.begin + 1, text + ','});
     }
@@ -72,7 +74,7 @@ QByteArray JsonEdit::result(int element) const
         replacements.begin(), replacements.end(),
         [](const Replacement &left, const Replacement &right) { return left.begin < right.begin; });
     int offset = element == 0 ? 0 : m_json.element(element).begin;
-    const int end = element == 0 ? m_json.text().size() : m_json.element(element).end;
+    const int end = element == 0 ? m_json.text().size() : m_json.end(element);
     QByteArray text;
     text.reserve(end - offset + (end - offset) / 16);
     for (const Replacement &replacement : qAsConst(replacements)) {
@@ -95,14 +97,15 @@ JsonEdit::Items JsonEdit::itemsOf(int element) const
         item.element = isObject ? i + 1 : i;
         const auto &value = m_json.element(item.element);
         const bool isLast = value.next == container.next;
-        const int end = isLast ? container.end - 1 : m_json.text().indexOf(',', value.end);
+        const int valueEnd = m_json.end(item.element);
+        const int end = isLast ? m_json.end(element) - 1 : m_json.text().indexOf(',', valueEnd);
         item.value = m_json.rawText(item.element);
         if (isObject) {
             item.key = m_json.rawText(i);
-            item.colon = slice(m_json.element(i).end, value.begin);
+            item.colon = slice(m_json.end(i), value.begin);
         }
         const QByteArray lead = slice(begin, m_json.element(i).begin);
-        const QByteArray trail = slice(value.end, end);
+        const QByteArray trail = slice(valueEnd, end);
         (result.items.isEmpty() ? result.firstLead : item.lead) = lead;
         (isLast ? result.closing : item.trail) = trail;
         result.items.append(item);

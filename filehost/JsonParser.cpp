@@ -314,7 +314,7 @@ bool JsonParser::parseCommaOrEnd()
 
 void JsonParser::appendScalar(int begin, JsonText::Type type, bool isPlain)
 {
-    m_json.m_elements.append({quint32(begin), quint32(type), quint32(isPlain), m_offset});
+    m_json.m_elements.append({quint32(begin), quint32(type), quint32(isPlain)});
 }
 
 bool JsonParser::open(JsonText::Type type)
@@ -325,8 +325,8 @@ bool JsonParser::open(JsonText::Type type)
                         .arg(JsonText::maximumDepth));
     }
     m_open.append(m_json.m_elements.size());
-    m_json.m_elements.append({quint32(m_offset), quint32(type), 0, m_json.m_containers.size()});
-    m_json.m_containers.append({0, 0});
+    m_json.m_elements.append({quint32(m_json.m_containers.size()), quint32(type), 0});
+    m_json.m_containers.append({m_offset, 0, 0});
     ++m_offset;
     m_expecting =
         type == JsonText::Type::Object ? Expecting::FirstKeyOrEnd : Expecting::FirstElementOrEnd;
@@ -337,7 +337,9 @@ bool JsonParser::close()
 {
     ++m_offset;
     const int index = m_open.takeLast();
-    m_json.m_containers[m_json.m_elements.at(index).extent] = {m_offset, m_json.m_elements.size()};
+    JsonText::Container &container = m_json.m_containers[int(m_json.m_elements.at(index).place)];
+    container.end = m_offset;
+    container.next = m_json.m_elements.size();
     m_expecting = Expecting::CommaOrEnd;
     return m_json.element(index).type == JsonText::Type::Array || checkKeysDiffer(index);
 }

@@ -17,6 +17,12 @@ QVariant integerValue(qlonglong number)
     return number;
 }
 
+bool isPartOfNumber(char character)
+{
+    return (character >= '0' && character <= '9') || character == '.' || character == '-'
+        || character == '+' || character == 'e' || character == 'E';
+}
+
 /// QString::fromUtf8() drops a byte order mark; inside a text it is a character like others.
 QString fromUtf8(const char *begin, const char *end)
 {
@@ -36,10 +42,40 @@ JsonText JsonText::parse(const QByteArray &text, Diagnostic &error)
     return JsonParser(text).parse(error);
 }
 
+int JsonText::end(int index) const
+{
+    const Entry &entry = m_elements.at(index);
+    const char *const text = m_text.constData();
+    int offset = int(entry.place);
+    switch (Type(entry.type)) {
+    case Type::Object:
+    case Type::Array:
+        return m_containers.at(int(entry.place)).end;
+    case Type::String:
+        for (++offset; text[offset] != '"'; ++offset) {
+            if (text[offset] == '\\') {
+                ++offset;
+            }
+        }
+        return offset + 1;
+    case Type::Number:
+        while (offset < m_text.size() && isPartOfNumber(text[offset])) {
+            ++offset;
+        }
+        return offset;
+    case Type::False:
+        return offset + 5;
+    case Type::True:
+    case Type::Null:
+        break;
+    }
+    return offset + 4;
+}
+
 QByteArray JsonText::rawText(int index) const
 {
-    const Element element = this->element(index);
-    return m_text.mid(element.begin, element.end - element.begin);
+    const int begin = element(index).begin;
+    return m_text.mid(begin, end(index) - begin);
 }
 
 int JsonText::member(int index, const QString &key) const
@@ -72,13 +108,24 @@ const JsonText::Members &JsonText::largeObject(int index) const
 
 QLatin1String JsonText::rawString(int index) const
 {
-    const Element element = this->element(index);
-    return QLatin1String(m_text.constData() + element.begin + 1, element.end - element.begin - 2);
+    const int begin = element(index).begin;
+    return QLatin1String(m_text.constData() + begin + 1, end(index) - begin - 2);
 }
 
 bool JsonText::isString(int index, const QString &text) const
 {
-    return m_elements.at(index).isPlain == 1 ? rawString(index) == text : string(index) == text;
+    const Entry &entry = m_elements.at(index);
+    if (entry.isPlain == 0) {
+        return string(index) == text;
+    }
+    const char *character = m_text.constData() + entry.place + 1;
+    for (const QChar wanted : text) {
+        if (*character == '"' || wanted != QLatin1Char(*character)) {
+            return false;
+        }
+        ++character;
+    }
+    return *character == '"';
 }
 
 QString JsonText::string(int index) const
@@ -142,7 +189,7 @@ QVariant JsonText::value(int index) const
         return string(index);
     case Type::Number: {
         const char *begin = m_text.constData() + element.begin;
-        const char *end = m_text.constData() + element.end;
+        const char *end = m_text.constData() + this->end(index);
         qlonglong integer = 0;
         const auto result = std::from_chars(begin, end, integer);
         if (result.ec == std::errc() && result.ptr == end && !(integer == 0 && *begin == '-')) {

@@ -8,8 +8,6 @@
 #include <QVariant>
 #include <QVector>
 
-#include <unordered_map>
-
 /**
  * A JSON text (RFC 8259) and where its values stand in it.
  *
@@ -27,7 +25,6 @@ public:
     struct Element
     {
         int begin; ///< offset of the first byte
-        int end; ///< offset behind the last byte
         int next; ///< index behind the element and all that it contains
         Type type;
         bool isPlain = false; ///< a string of ASCII characters without escapes
@@ -51,6 +48,7 @@ public:
     bool isNull() const { return m_elements.isEmpty(); }
     const QByteArray &text() const { return m_text; }
     Element element(int index) const;
+    int end(int index) const; ///< offset behind the last byte of an element
     QByteArray rawText(int index) const;
 
     /**
@@ -97,13 +95,13 @@ private:
     /// An element in as little memory as possible: large trees have many.
     struct Entry
     {
-        quint32 begin : 28;
+        quint32 place : 28; ///< a scalar's first byte; a container's index among the containers
         quint32 type : 3;
         quint32 isPlain : 1;
-        int extent; ///< a scalar's end; a container's index among the containers
     };
     struct Container
     {
+        int begin;
         int end;
         int next;
     };
@@ -111,7 +109,7 @@ private:
     QByteArray m_text;
     QVector<Entry> m_elements;
     QVector<Container> m_containers;
-    mutable std::unordered_map<int, Members> m_largeObjects; ///< those that were searched, by index
+    mutable QHash<int, Members> m_largeObjects; ///< those that were searched, by index
 };
 
 inline JsonText::Element JsonText::element(int index) const
@@ -119,8 +117,8 @@ inline JsonText::Element JsonText::element(int index) const
     const Entry &entry = m_elements.at(index);
     const auto type = Type(entry.type);
     if (type == Type::Object || type == Type::Array) {
-        const Container &container = m_containers.at(entry.extent);
-        return {int(entry.begin), container.end, container.next, type, false};
+        const Container &container = m_containers.at(int(entry.place));
+        return {container.begin, container.next, type, false};
     }
-    return {int(entry.begin), entry.extent, index + 1, type, bool(entry.isPlain)};
+    return {int(entry.place), index + 1, type, bool(entry.isPlain)};
 }

@@ -159,8 +159,8 @@ void edit(const FileTreeNode &root, const QStringList &paths, Fuzzing::Reader &i
 Cut cutOfAdded(const JsonText &oldJson, int oldNode, const JsonText &newJson, int newNode)
 {
     const auto whole = [&](int oldElement, int newElement) {
-        return Cut{oldJson.element(oldElement).begin, oldJson.element(oldElement).end,
-                   newJson.element(newElement).begin, newJson.element(newElement).end};
+        return Cut{oldJson.element(oldElement).begin, oldJson.end(oldElement),
+                   newJson.element(newElement).begin, newJson.end(newElement)};
     };
     const int oldObject = oldJson.member(oldNode, s_properties);
     const int newObject = newJson.member(newNode, s_properties);
@@ -173,8 +173,7 @@ Cut cutOfAdded(const JsonText &oldJson, int oldNode, const JsonText &newJson, in
     if (oldObject < 0) {
         const int oldBegin = oldJson.element(oldNode).begin + 1;
         // With the comma behind it.
-        return {oldBegin, oldBegin, newJson.element(newNode).begin + 1,
-                newJson.element(newObject).end + 1};
+        return {oldBegin, oldBegin, newJson.element(newNode).begin + 1, newJson.end(newObject) + 1};
     }
     int oldEnd = 0;
     int newEnd = 0;
@@ -182,12 +181,12 @@ Cut cutOfAdded(const JsonText &oldJson, int oldNode, const JsonText &newJson, in
     int newKey = newJson.firstChild(newObject);
     for (int i = oldJson.firstChild(oldObject); i < oldJson.element(oldObject).next;
          i = oldJson.element(i + 1).next) {
-        oldEnd = oldJson.element(i + 1).end;
-        newEnd = newJson.element(newKey + 1).end;
+        oldEnd = oldJson.end(i + 1);
+        newEnd = newJson.end(newKey + 1);
         newKey = newJson.element(newKey + 1).next;
     }
     for (int i = newKey; i < newJson.element(newObject).next; i = newJson.element(i + 1).next) {
-        addedEnd = newJson.element(i + 1).end;
+        addedEnd = newJson.end(i + 1);
     }
     return {oldEnd, oldEnd, newEnd, addedEnd};
 }
@@ -200,11 +199,12 @@ void requireOnlyEdits(const JsonText &oldJson, const JsonText &newJson, const Tr
         const int oldNode = elementOf(oldJson, it.key());
         const int newNode = elementOf(newJson, it.key());
         for (auto value = it->oldValues.cbegin(); value != it->oldValues.cend(); ++value) {
-            const auto oldElement =
-                oldJson.element(oldJson.member(oldJson.member(oldNode, s_properties), value.key()));
-            const auto newElement =
-                newJson.element(newJson.member(newJson.member(newNode, s_properties), value.key()));
-            cuts.append({oldElement.begin, oldElement.end, newElement.begin, newElement.end});
+            const int oldElement =
+                oldJson.member(oldJson.member(oldNode, s_properties), value.key());
+            const int newElement =
+                newJson.member(newJson.member(newNode, s_properties), value.key());
+            cuts.append({oldJson.element(oldElement).begin, oldJson.end(oldElement),
+                         newJson.element(newElement).begin, newJson.end(newElement)});
         }
         if (!it->addedKeys.isEmpty()) {
             cuts.append(cutOfAdded(oldJson, oldNode, newJson, newNode));
