@@ -33,9 +33,8 @@ FileTreeNode::FileTreeNode(const QSharedPointer<const FileTree> &tree, int eleme
 ConfigurationAndProcessDataBase::BaseClassSharedPointer FileTreeNode::getNode(
     const QString &relUrl) const
 {
-    const FileTreeNode *node = find(relUrl);
-    return node ? qSharedPointerConstCast<FileTreeNode>(node->sharedFromThis())
-                : QSharedPointer<FileTreeNode>();
+    auto *node = const_cast<FileTreeNode *>(find(relUrl)); // nodes lead to their children freely
+    return node ? node->sharedFromThis() : QSharedPointer<FileTreeNode>();
 }
 
 bool FileTreeNode::isUrlValid(const QString &relUrl) const
@@ -235,8 +234,8 @@ QVector<int> FileTreeNode::valuesOf(int object) const
     return elements;
 }
 
-/// The child whose text is @p element.
-QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
+/// The child whose text is @p element; the reference is for use before another child is asked for.
+const QSharedPointer<FileTreeNode> &FileTreeNode::child(int element) const
 {
     const auto known = std::lower_bound(m_children.cbegin(), m_children.cend(), element,
                                         [](const QSharedPointer<FileTreeNode> &child, int wanted) {
@@ -245,9 +244,7 @@ QSharedPointer<FileTreeNode> FileTreeNode::child(int element) const
     if (known != m_children.cend() && (*known)->m_element == element) {
         return *known;
     }
-    const auto child = QSharedPointer<FileTreeNode>::create(m_tree, element);
-    m_children.insert(known, child);
-    return child;
+    return *m_children.insert(known, QSharedPointer<FileTreeNode>::create(m_tree, element));
 }
 
 /// Whether the file could not be read again with a value.

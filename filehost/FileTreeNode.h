@@ -79,7 +79,7 @@ private:
     };
 
     QVector<int> valuesOf(int object) const;
-    QSharedPointer<FileTreeNode> child(int element) const;
+    const QSharedPointer<FileTreeNode> &child(int element) const;
     const WrittenProperty *writtenProperty(const QString &key) const;
     const FileTreeNode *find(const QString &relUrl) const;
     int propertyElement(const QString &propertyKey) const;

@@ -3,8 +3,6 @@
 #include "filehost/PercentEncoding.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 
-#include <QSharedData>
-
 // <scheme>://<module>/<object>/<instance>#<path>. The instance may hold "/", and so may the path;
 // everything else that has a meaning in the syntax is percent-encoded inside a part.
 
@@ -15,15 +13,22 @@ const QLatin1String s_schemeEnd("://");
 } // namespace
 
 /// What a URL is made of. Handlers share it: it never changes, but for what it finds out of itself.
-class SelectorUrlHandler::Parts : public QSharedData
+class SelectorUrlHandler::Parts
 {
 public:
     using Pointer = QExplicitlySharedDataPointer<Parts>;
 
+    /// Counts the pointers, all of which belong to one thread: an atomic counter takes much longer.
+    struct PointerCounter
+    {
+        void ref() { ++count; }
+        bool deref() { return --count != 0; }
+        int count = 0;
+    };
+
     Parts() = default;
     Parts(const Parts &other)
-        : QSharedData(other)
-        , scheme(other.scheme)
+        : scheme(other.scheme)
         , isConfiguration(other.isConfiguration)
         , isProcess(other.isProcess)
         , moduleName(other.moduleName)
@@ -46,6 +51,7 @@ public:
 
     void setScheme(const QString &newScheme);
 
+    mutable PointerCounter ref; ///< as QExplicitlySharedDataPointer wants it
     QString scheme;
     bool isConfiguration = false;
     bool isProcess = false;
