@@ -326,7 +326,7 @@ bool JsonParser::open(JsonText::Type type)
     }
     m_open.append(m_json.m_elements.size());
     m_json.m_elements.append({quint32(m_json.m_containers.size()), quint32(type), 0});
-    m_json.m_containers.append({m_offset, 0, 0});
+    m_json.m_containers.append({m_offset, 0});
     ++m_offset;
     m_expecting =
         type == JsonText::Type::Object ? Expecting::FirstKeyOrEnd : Expecting::FirstElementOrEnd;
@@ -337,9 +337,7 @@ bool JsonParser::close()
 {
     ++m_offset;
     const int index = m_open.takeLast();
-    JsonText::Container &container = m_json.m_containers[int(m_json.m_elements.at(index).place)];
-    container.end = m_offset;
-    container.next = m_json.m_elements.size();
+    m_json.m_containers[int(m_json.m_elements.at(index).place)].next = m_json.m_elements.size();
     m_expecting = Expecting::CommaOrEnd;
     return m_json.element(index).type == JsonText::Type::Array || checkKeysDiffer(index);
 }

@@ -45,21 +45,15 @@ JsonText JsonText::parse(const QByteArray &text, Diagnostic &error)
 int JsonText::end(int index) const
 {
     const Entry &entry = m_elements.at(index);
-    const char *const text = m_text.constData();
     int offset = int(entry.place);
     switch (Type(entry.type)) {
     case Type::Object:
     case Type::Array:
-        return m_containers.at(int(entry.place)).end;
+        return endOfContainer(m_containers.at(int(entry.place)).begin);
     case Type::String:
-        for (++offset; text[offset] != '"'; ++offset) {
-            if (text[offset] == '\\') {
-                ++offset;
-            }
-        }
-        return offset + 1;
+        return endOfString(offset);
     case Type::Number:
-        while (offset < m_text.size() && isPartOfNumber(text[offset])) {
+        while (offset < m_text.size() && isPartOfNumber(m_text.at(offset))) {
             ++offset;
         }
         return offset;
@@ -70,6 +64,40 @@ int JsonText::end(int index) const
         break;
     }
     return offset + 4;
+}
+
+int JsonText::endOfString(int begin) const
+{
+    const char *character = m_text.constData() + begin + 1;
+    while (*character != '"') {
+        character += *character == '\\' ? 2 : 1;
+    }
+    return int(character - m_text.constData()) + 1;
+}
+
+int JsonText::endOfContainer(int begin) const
+{
+    int depth = 0;
+    int offset = begin;
+    do {
+        switch (m_text.at(offset)) {
+        case '"':
+            offset = endOfString(offset);
+            continue;
+        case '{':
+        case '[':
+            ++depth;
+            break;
+        case '}':
+        case ']':
+            --depth;
+            break;
+        default:
+            break;
+        }
+        ++offset;
+    } while (depth > 0);
+    return offset;
 }
 
 QByteArray JsonText::rawText(int index) const

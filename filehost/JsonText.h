@@ -48,7 +48,8 @@ public:
     bool isNull() const { return m_elements.isEmpty(); }
     const QByteArray &text() const { return m_text; }
     Element element(int index) const;
-    int end(int index) const; ///< offset behind the last byte of an element
+    /// Offset behind the last byte of an element; looked for in the text.
+    int end(int index) const;
     QByteArray rawText(int index) const;
 
     /**
@@ -88,6 +89,8 @@ private:
     using Members = QHash<QString, int>; ///< values by key
 
     const Members &largeObject(int index) const;
+    int endOfString(int begin) const;
+    int endOfContainer(int begin) const;
 
     /// The bytes of a string element between the quotes.
     QLatin1String rawString(int index) const;
@@ -102,7 +105,6 @@ private:
     struct Container
     {
         int begin;
-        int end;
         int next;
     };
 
