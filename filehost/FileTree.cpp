@@ -29,9 +29,11 @@ QSharedPointer<FileTreeNode> FileTree::read(const Identity &identity, Diagnostic
                 return {};
             }
         }
-        HostSession::setParsedFile(identity.filePath, file);
+        file.path = identity.filePath;
+        HostSession::setParsedFile(file);
     }
-    const QSharedPointer<const FileTree> tree(new FileTree(file.json, identity, file.stamp));
+    const Pointer tree(
+        new FileTree(file.json, {file.path, identity.instance, identity.kind}, file.stamp));
     return QSharedPointer<FileTreeNode>::create(tree, 0);
 }
 
@@ -42,7 +44,7 @@ QSharedPointer<FileTreeNode> FileTree::parse(const QByteArray &text, const Ident
     if (json.isNull()) {
         return {};
     }
-    const QSharedPointer<const FileTree> tree(new FileTree(json, identity, TextFile::Stamp()));
+    const Pointer tree(new FileTree(json, identity, TextFile::Stamp()));
     return QSharedPointer<FileTreeNode>::create(tree, 0);
 }
 

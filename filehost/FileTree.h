@@ -3,6 +3,8 @@
 #include "filehost/JsonText.h"
 #include "filehost/TextFile.h"
 
+#include <QExplicitlySharedDataPointer>
+#include <QSharedData>
 #include <QSharedPointer>
 #include <QString>
 
@@ -15,9 +17,12 @@ class FileTreeNode;
  * object: key to value), "readOnly" (an array of keys that cannot be written) and "children" (an
  * object: name to node). Other members are kept and not looked at.
  */
-class FileTree
+class FileTree : public QSharedData
 {
 public:
+    /// Each node has one, which is why it is small.
+    using Pointer = QExplicitlySharedDataPointer<const FileTree>;
+
     /// Larger files are refused, in bytes.
     static constexpr qint64 maximumFileSize = qint64(32) * 1024 * 1024;
 

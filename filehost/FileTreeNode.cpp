@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <utility>
 
-FileTreeNode::FileTreeNode(const QSharedPointer<const FileTree> &tree, int element)
+FileTreeNode::FileTreeNode(const FileTree::Pointer &tree, int element)
     : m_tree(tree)
     , m_element(element)
 {

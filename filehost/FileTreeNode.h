@@ -23,7 +23,7 @@ class FileTreeNode : public ConfigurationAndProcessDataBase,
 {
 public:
     /// @param element the node's in the text of @p tree, which has a tree's format
-    FileTreeNode(const QSharedPointer<const FileTree> &tree, int element);
+    FileTreeNode(const FileTree::Pointer &tree, int element);
 
     /// Child names joined by "/".
     BaseClassSharedPointer getNode(const QString &relUrl) const override;
@@ -63,7 +63,7 @@ public:
     Diagnostic placeOf(const QString &propertyKey, const QString &message) const;
 
     const FileTree &tree() const { return *m_tree; }
-    QSharedPointer<const FileTree> sharedTree() const { return m_tree; }
+    FileTree::Pointer sharedTree() const { return m_tree; }
 
     /// The JSON text of the node and all below it: the file's own, but for the values changed. Of
     /// the root, the whole file.
@@ -87,7 +87,7 @@ private:
     QStringList keysOf(int object) const;
     void collectEdits(JsonEdit &edit) const;
 
-    const QSharedPointer<const FileTree> m_tree;
+    const FileTree::Pointer m_tree;
     // Where they stand in the tree's text; -1 for what the node does not have.
     const int m_element;
     int m_propertiesElement = -1;

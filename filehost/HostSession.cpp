@@ -41,8 +41,7 @@ bool HostSession::writesFiles()
     return !s_current || s_current->m_writing == Writing::Files;
 }
 
-bool HostSession::admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
-                         Diagnostic &error)
+bool HostSession::admits(const FileTree::Pointer &tree, const QString &filePath, Diagnostic &error)
 {
     const bool isWrittenAtOnce = writesFiles() && !batch();
     if (isWrittenAtOnce || filePath != tree->identity().filePath) {
@@ -67,9 +66,9 @@ HostSession::ParsedFile HostSession::parsedFile(const QString &filePath)
     return s_current ? s_current->m_parsedFiles.value(filePath) : ParsedFile();
 }
 
-void HostSession::setParsedFile(const QString &filePath, const ParsedFile &file)
+void HostSession::setParsedFile(const ParsedFile &file)
 {
     if (s_current) {
-        s_current->m_parsedFiles.insert(filePath, file);
+        s_current->m_parsedFiles.insert(file.path, file);
     }
 }

@@ -4,8 +4,8 @@
 #include "filehost/JsonText.h"
 #include "filehost/TextFile.h"
 
+#include <QExplicitlySharedDataPointer>
 #include <QHash>
-#include <QSharedPointer>
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
@@ -55,17 +55,18 @@ public:
      * remembers the trees, and refuses, with @p error set, a second one for the same file: it was
      * read without what the first one would have written.
      */
-    static bool admits(const QSharedPointer<const FileTree> &tree, const QString &filePath,
-                       Diagnostic &error);
+    static bool admits(const QExplicitlySharedDataPointer<const FileTree> &tree,
+                       const QString &filePath, Diagnostic &error);
 
     /// A file as it was last read, in order that it is parsed once. Forgotten with a batch.
     struct ParsedFile
     {
+        QString path; ///< for all its trees
         JsonText json; ///< null when the file was not read yet
         TextFile::Stamp stamp;
     };
     static ParsedFile parsedFile(const QString &filePath);
-    static void setParsedFile(const QString &filePath, const ParsedFile &file);
+    static void setParsedFile(const ParsedFile &file);
 
 private:
     Q_DISABLE_COPY(HostSession)
@@ -76,7 +77,7 @@ private:
     Writing m_writing;
     FileBatch *m_batch = nullptr;
     TreeObserver *m_observer = nullptr;
-    std::map<std::pair<quint64, quint64>, QSharedPointer<const FileTree>>
+    std::map<std::pair<quint64, quint64>, QExplicitlySharedDataPointer<const FileTree>>
         m_storedTrees; ///< by file
     QHash<QString, ParsedFile> m_parsedFiles;
 };
