@@ -94,9 +94,15 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptRootPointerHan
 QDir JavaScriptRootPointerHandler::getDirectoryInstance(const QString &folderName,
                                                         bool isProcess) const
 {
+    const QString path = isProcess ? PropertyManagerConst::getProcessFolderPath(folderName)
+                                   : PropertyManagerConst::getConfigurationFolderPath(folderName);
+    const auto known = m_directories.constFind(path);
+    if (known != m_directories.constEnd()) {
+        return *known;
+    }
     QDir directory = QDir(QString());
-    directory.setPath(isProcess ? PropertyManagerConst::getProcessFolderPath(folderName)
-                                : PropertyManagerConst::getConfigurationFolderPath(folderName));
+    directory.setPath(path);
+    m_directories.insert(path, directory);
     return directory;
 }
 
