@@ -1,26 +1,30 @@
-/**
- * What a configuration script can call: the first argument of each of its event functions.
- *
- * Reference it from a script, and an editor completes and checks the calls:
- *
- *     /// <reference path="JavaScriptApi.d.ts" />
- *     // @ts-check
- *
- * A script is evaluated once; then its functions are called by name:
- *
- *     function onOpen(api)             the dialog of the instance has opened
- *     function onValueChange(api, url) the user changed the node with the relative URL url; for the
- *                                      root, whose URL is empty, url is left out
- *     function onOk(api)               the user wants to save; return false to refuse
- *     function onSave(api, url)        the dependencies of the instance with the absolute URL url
- *                                      are to be resolved
- *
- * They are declared with "function": what const, let and class declare stays invisible to the host.
- * Returning false reports failure; every other result, and none, is success. Throw Error objects
- * only: a string that is thrown counts as success.
- */
+// What a configuration script can call, and what it can define.
+//
+// Reference this file from a script, and an editor completes and checks the calls:
+//
+//     /// <reference path="../types/JavaScriptApi.d.ts" />
+//     // @ts-check
+//
+//     /** @type {OnOpen} */
+//     function onOpen(api) {
+//       api.setProperty("motor/ratedSpeed", "value", 1450);
+//     }
+//
+// A script is evaluated once; then its event functions are called by name. They have to be declared
+// with "function": what const, let and class declare stays invisible to the host.
+//
+// Nothing throws: what fails gives undefined, false or nothing, and a warning in the host's log.
+// Only a call with too few arguments throws an Error.
 
-/** A value that a property can hold, and that crosses between scripts and the host. */
+// ---- Values ----
+
+/**
+ * A value that a property can hold, and that crosses between scripts and the host unchanged.
+ *
+ * Numbers are doubles: integers beyond 2^53 lose digits. The members of an object come sorted by
+ * name. Objects and arrays are copies on both sides: to change one, read it, change it, and write it
+ * back.
+ */
 type ConfigValue =
   | null
   | boolean
@@ -29,85 +33,215 @@ type ConfigValue =
   | ConfigValue[]
   | { [member: string]: ConfigValue };
 
+/**
+ * A value that can be written. A Date is stored as a string, ISO 8601 in UTC, and read back as that
+ * string. undefined, NaN, Infinity and functions have no JSON form: the write is refused.
+ */
+type WritableValue =
+  | ConfigValue
+  | Date
+  | WritableValue[]
+  | { [member: string]: any };
+
 /** One child of a tree's root, as getListOfNodeInstancesWithText() lists it. */
-interface NodeInstance {
-  /** The child's name; a relative URL from the root. */
+type NodeInstance = {
+  /** The child's name: a relative URL from the root. */
   url: string;
   /** The child's label: a text, or the identifier of one. */
   text: string;
-}
+};
 
+// ---- Event functions ----
+
+/**
+ * What an event function says by its result: false for failure. Any other result is success, and so
+ * is none. An Error that it throws is failure, too; throw nothing else, since a string that is
+ * thrown counts as success.
+ */
+type EventResult = boolean | void;
+
+/**
+ * The dialog of the instance has opened.
+ *
+ * @example
+ * function onOpen(api) {
+ *   api.setProperty("motor/inputPower", "value", inputPower(api));
+ * }
+ */
+type OnOpen = (api: JavaScriptApi) => EventResult;
+
+/**
+ * The user changed a node. The list of errors is empty again at each event: report about this node
+ * only.
+ *
+ * url is the node's relative URL. For the root, whose URL is empty, it is left out.
+ *
+ * @example
+ * function onValueChange(api, url) {
+ *   if (url === "motor/ratedPower") {
+ *     checkPower(api);
+ *   }
+ * }
+ */
+type OnValueChange = (api: JavaScriptApi, url?: string) => EventResult;
+
+/**
+ * The user wants to save: check everything, report what is wrong with setError(), and return false
+ * to keep the dialog open.
+ *
+ * @example
+ * function onOk(api) {
+ *   return checkPower(api) && checkSpeed(api);
+ * }
+ */
+type OnOk = (api: JavaScriptApi) => EventResult;
+
+/**
+ * Dependency scripts only: bring in line what depends on the instance. Scripts of a run are called
+ * in no particular order.
+ *
+ * url is the absolute URL of the instance, without a path: "config://pumps/station/line1". Append
+ * "#" and a relative URL to address a node of it. Read by relative URL or absolute URL; write by
+ * absolute URL only, since nobody saves the instance otherwise.
+ *
+ * @example
+ * function onSave(api, url) {
+ *   const power = api.getProperty("motor/ratedPower", "value");
+ *   api.setPropertyExtern(url + "#limits/power", "value", 1.1 * power);
+ * }
+ */
+type OnSave = (api: JavaScriptApi, url: string) => EventResult;
+
+// ---- The API ----
+
+/**
+ * The first argument of each event function.
+ *
+ * A relative URL is the names of the nodes on the way down from the root of the script's own
+ * instance, joined by "/": "motor/ratedPower". "" is the root.
+ *
+ * An absolute URL addresses a node of any instance: config://module/object/instance#path, or
+ * process://… for the description of its process data. Without "#" it means the root. "%", "#" and
+ * other reserved characters within a part are percent-encoded. Only URLs of the scripts' own module
+ * are accepted.
+ *
+ * Values are in the units that the project gives them; nothing is converted.
+ */
 interface JavaScriptApi {
   /**
    * Reads a property of the script's own instance.
    *
-   * @param relUrl child names joined by "/"; "" is the root
-   * @returns a copy of the value: to change a map, change its members and write it back; undefined
-   *          when there is no such node or property
-   * @example const limits = api.getProperty("motor", "limits");
+   * @param relUrl the node
+   * @param propertyKey the property's name
+   * @returns the value, a copy if it is an object or array; undefined when the node does not exist
+   *          (with a warning), or has no such property (without one)
+   * @example
+   * const limits = api.getProperty("motor/ratedPower", "limits");
+   * limits.max = 90;
+   * api.setProperty("motor/ratedPower", "limits", limits);
    */
   getProperty(relUrl: string, propertyKey: string): any;
 
   /**
-   * Writes a property of the script's own instance, or adds it. The dialog saves it with the
-   * instance. After onSave nobody saves the instance: write by absolute URL there.
+   * Writes a property of the script's own instance, or adds it to the node. A dialog saves it with
+   * the instance. After onSave nobody saves the instance: write by absolute URL there.
    *
-   * Read-only properties and values without a JSON form (undefined, NaN, functions) are refused,
-   * with a warning in the host's log.
+   * Nothing is written, with a warning, when the node does not exist, the property is read-only, or
+   * the value has no JSON form. An equal value changes nothing, without a warning.
    *
-   * @example api.setProperty("motor", "power", 11);
+   * @param relUrl the node
+   * @param propertyKey the property's name
+   * @param value in the unit that the node has
+   * @example api.setProperty("motor/ratedPower", "value", 11);
    */
-  setProperty(relUrl: string, propertyKey: string, value: ConfigValue | Date): void;
+  setProperty(relUrl: string, propertyKey: string, value: WritableValue): void;
 
   /**
    * Reads a property of any instance or process description of the module.
    *
-   * @param absUrl config://module/object/instance#path, or process://… for process data; "%", "#"
-   *        and other reserved characters in a part are percent-encoded
-   * @returns as getProperty(); undefined also for a URL that is not valid, of another module, or of
-   *          an unknown object or instance
-   * @example api.getPropertyExtern("config://pumps/station/line1#pipe", "diameter");
+   * @param absUrl the node
+   * @param propertyKey the property's name
+   * @returns as getProperty(). undefined also for a URL that is not valid, of another module, or of
+   *          an object or instance that is unknown; with a warning, except for an object that the
+   *          host does not let scripts reach
+   * @example api.getPropertyExtern("config://pumps/station/line1#pipe/diameter", "value")
    */
   getPropertyExtern(absUrl: string, propertyKey: string): any;
 
   /**
-   * Writes a property of any instance or process description of the module, or adds it. The tree
-   * is saved when all scripts have run.
+   * Writes a property of any instance or process description of the module, or adds it to the node.
+   * The other scripts of the run see it at once; the files are saved when all scripts have run.
    *
-   * @example api.setPropertyExtern(url + "#motor", "power", 11);
+   * Nothing is written, with a warning, in the cases of setProperty() and getPropertyExtern().
+   *
+   * @param absUrl the node
+   * @param propertyKey the property's name
+   * @param value in the unit that the node has
+   * @example api.setPropertyExtern(url + "#limits/power", "value", 12.1);
    */
-  setPropertyExtern(absUrl: string, propertyKey: string, value: ConfigValue | Date): void;
+  setPropertyExtern(absUrl: string, propertyKey: string, value: WritableValue): void;
 
   /**
-   * Reports an error to the user, at the node with the relative URL.
+   * Reports an error to the user. It does not end the function, and is no failure by itself: return
+   * false from onOk to keep the dialog open. Nothing comes back, and nothing is checked: neither
+   * that the node exists nor that the text does.
    *
+   * @param relUrl the node concerned, in the script's own instance
    * @param errorLabelTextId identifier of the text to show
-   * @param value what to show with the text
-   * @example api.setError("motor/speed", "error.aboveMaximum", 3000);
+   * @param value what to show with the text, for example the limit; may be left out
+   * @example api.setError("motor/ratedPower", "error.aboveMaximum", 90);
    */
-  setError(relUrl: string, errorLabelTextId: string, value?: ConfigValue | Date): void;
+  setError(relUrl: string, errorLabelTextId: string, value?: WritableValue): void;
 
-  /** Whether the script's own instance has a node with that relative URL. */
+  /**
+   * Whether the script's own instance has a node.
+   *
+   * @param relUrl the node
+   * @returns false when it does not exist; without a warning
+   * @example const hasPositioner = api.isUrlValid("positioner");
+   */
   isUrlValid(relUrl: string): boolean;
 
   /**
-   * The texts of a unit by language.
+   * The texts of a unit in all languages.
    *
    * @param unit the unit's name
-   * @returns null when the host does not know the unit; undefined when unit has no text form
-   * @example api.getAllUnitTexts("rpm").en
+   * @returns an object from language to text; null when the host does not know the unit; undefined,
+   *          with a warning, when unit is an object or array
+   * @example const label = api.getAllUnitTexts("rpm").en;
    */
   getAllUnitTexts(unit: string | number): { [language: string]: string } | null | undefined;
 
-  /** The name of the type of host. */
+  /**
+   * The name of the type of host that runs the script. It never fails.
+   *
+   * @example console.log("running on", api.getHostTypeName());
+   */
   getHostTypeName(): string;
 
   /**
-   * Lists the direct children of the root of the tree that the URL addresses, whatever its path,
-   * in no particular order. Empty when there is no such tree.
+   * Lists the direct children of the root of the tree that a URL addresses, whatever the URL's path,
+   * in no particular order.
    *
-   * @param withDynTexts true for the labels' texts, false for their identifiers
-   * @example api.getListOfNodeInstancesWithText("config://pumps/station/line1", true)
+   * @param absUrl any node of the tree
+   * @param withDynTexts true for the texts of the labels, false for their identifiers
+   * @returns an empty array when there is no such tree, with a warning; as for getPropertyExtern()
+   * @example
+   * const children = api.getListOfNodeInstancesWithText("config://pumps/station/line1", true);
+   * children.sort((a, b) => (a.url < b.url ? -1 : 1));
    */
   getListOfNodeInstancesWithText(absUrl: string, withDynTexts: boolean): NodeInstance[];
 }
+
+// ---- The console ----
+
+/** Writes to the host's log. There is no other input or output, and there are no timers. */
+interface Console {
+  log(...values: any[]): void;
+  debug(...values: any[]): void;
+  info(...values: any[]): void;
+  warn(...values: any[]): void;
+  error(...values: any[]): void;
+}
+
+declare var console: Console;
