@@ -2,6 +2,7 @@
 #include "configscript/ExitCode.h"
 #include "configscript/LastWords.h"
 #include "configscript/ListCommand.h"
+#include "configscript/NewCommand.h"
 #include "configscript/Output.h"
 #include "configscript/ResolveCommand.h"
 #include "configscript/RunCommand.h"
@@ -50,6 +51,7 @@ int main(int argc, char *argv[])
     commands.push_back(std::make_unique<RunCommand>(program));
     commands.push_back(std::make_unique<CheckCommand>(program));
     commands.push_back(std::make_unique<ListCommand>(program));
+    commands.push_back(std::make_unique<NewCommand>(program));
 
     try {
         program.parse(argc, argv);

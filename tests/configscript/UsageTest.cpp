@@ -22,10 +22,14 @@ void UsageTest::printsItsHelp()
     const ProgramRun help = program.run({QStringLiteral("--help")});
     const ProgramRun resolveHelp =
         program.run({QStringLiteral("resolve"), QStringLiteral("--help")});
+    const ProgramRun newScriptHelp =
+        program.run({QStringLiteral("new"), QStringLiteral("script"), QStringLiteral("--help")});
     COMPARE_RUN(help, 0, help.output, QString());
+    COMPARE_RUN(newScriptHelp, 0, newScriptHelp.output, QString());
     COMPARE_RUN(resolveHelp, 0, resolveHelp.output, QString());
     COMPARE_GOLDEN(QStringLiteral("help"),
                    (Files{{QStringLiteral("help.txt"), help.output.toUtf8()},
+                          {QStringLiteral("new-script.txt"), newScriptHelp.output.toUtf8()},
                           {QStringLiteral("resolve.txt"), resolveHelp.output.toUtf8()}}));
     COMPARE_RUN(program.run({QStringLiteral("-h")}), 0, help.output, QString());
     COMPARE_RUN(program.run({QStringLiteral("resolve"), QStringLiteral("-h")}), 0,
