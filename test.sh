@@ -3,5 +3,9 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
+# For the TypeScript compiler. Where Node.js did not come from Debian, npm came with it.
+if ! command -v npm >/dev/null; then
+    cmake/install-packages.sh nodejs npm
+fi
 cmake/build.sh dev
 ctest --preset dev --parallel "$(nproc)" "$@"

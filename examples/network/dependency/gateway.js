@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the gateway: how much it has to poll.
  *
  * Reads   its own list of buses, the period and the limit of each

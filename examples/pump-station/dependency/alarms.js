@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the alarm list: every enabled alarm of the plant, sorted by alarm class.
  *
  * Reads   the alarm classes, the lines of the site and their members, the alarms of pumps and tanks

@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the lines: what follows from the members of a line.
  *
  * Reads   its own members, pipe and bus, the rated flows, tags and addresses of its members, the

@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the pumps: what follows from a pump's rated values.
  *
  * Reads   its own motor and tag, the short name of its line, the setting range of its feeder

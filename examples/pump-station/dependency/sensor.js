@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the level and pressure sensors: how a raw signal becomes a value.
  *
  * Reads   its own range and signal, the height of the tank that it measures, if it measures one

@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the site: the electrical power of all pumps, on the mains and on the
  * emergency generator.
  *

@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the tanks: what follows from a tank's geometry.
  *
  * Reads   its own geometry and switching levels, its sensor's name, the short name of its line

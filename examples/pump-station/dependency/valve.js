@@ -1,4 +1,4 @@
-/*
+/**
  * Dependency script of the valves: what follows from a valve's body and actuator.
  *
  * Reads   its own body and actuator, the pipe and the short name of its line

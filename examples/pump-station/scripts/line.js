@@ -1,4 +1,4 @@
-/*
+/**
  * User-interface script of the lines: checks the members and the pipe.
  *
  * Writes  pipe/crossSection, by relative URL
@@ -33,6 +33,7 @@ function onOk(api) {
   return lineCheckDiameter(api) && membersAreRight;
 }
 
+/** @param {JavaScriptApi} api */
 function lineCheckMembers(api) {
   const pumps = api.getProperty("members", "pumps");
   if (pumps.some((name, index) => pumps.indexOf(name) !== index)) {
@@ -47,6 +48,7 @@ function lineCheckMembers(api) {
   return true;
 }
 
+/** @param {JavaScriptApi} api */
 function lineCheckDiameter(api) {
   const choices = api.getProperty("pipe/diameter", "choices");
   const diameter = api.getProperty("pipe/diameter", "value");
@@ -57,6 +59,7 @@ function lineCheckDiameter(api) {
   return true;
 }
 
+/** @param {JavaScriptApi} api */
 function lineCalculate(api) {
   const diameter = api.getProperty("pipe/diameter", "value");
   const crossSection = Math.PI * diameter * diameter / 4 / 100;

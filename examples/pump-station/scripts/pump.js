@@ -1,4 +1,4 @@
-/*
+/**
  * User-interface script of the pumps: checks the fields and shows what follows from them at once.
  *
  * Writes  motor/inputPower and hydraulics/specificEnergy, by relative URL: the tree belongs to the
@@ -46,6 +46,7 @@ function pumpFields() {
   ];
 }
 
+/** @param {JavaScriptApi} api */
 function pumpCheckField(api, url) {
   const value = api.getProperty(url, "value");
   const limits = api.getProperty(url, "limits");
@@ -61,6 +62,7 @@ function pumpCheckField(api, url) {
   return false;
 }
 
+/** @param {JavaScriptApi} api */
 function pumpCheckTemperature(api) {
   const thresholds = api.getProperty("limits/temperature", "thresholds");
   if (!(thresholds.warning < thresholds.alarm)) {
@@ -70,6 +72,7 @@ function pumpCheckTemperature(api) {
   return true;
 }
 
+/** @param {JavaScriptApi} api */
 function pumpCalculate(api) {
   const inputPower = api.getProperty("motor/ratedPower", "value")
     / (api.getProperty("motor/efficiency", "value") / 100);

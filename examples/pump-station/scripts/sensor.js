@@ -1,4 +1,4 @@
-/*
+/**
  * User-interface script of the sensors: checks the measuring range.
  *
  * Writes  measuring/span, by relative URL
@@ -29,6 +29,7 @@ function onOk(api) {
   return sensorCheckRange(api);
 }
 
+/** @param {JavaScriptApi} api */
 function sensorCheckRange(api) {
   const range = api.getProperty("measuring/range", "range");
   if (!(range.min < range.max)) {
@@ -38,6 +39,7 @@ function sensorCheckRange(api) {
   return true;
 }
 
+/** @param {JavaScriptApi} api */
 function sensorCalculate(api) {
   const range = api.getProperty("measuring/range", "range");
   api.setProperty("measuring/span", "value", Math.round((range.max - range.min) * 1000) / 1000);

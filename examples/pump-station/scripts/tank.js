@@ -1,4 +1,4 @@
-/*
+/**
  * User-interface script of the tanks: checks the geometry and the order of the switching levels.
  *
  * Writes  geometry/crossSection, by relative URL
@@ -39,6 +39,7 @@ function onOk(api) {
   ].every((right) => right);
 }
 
+/** @param {JavaScriptApi} api */
 function tankCheckLength(api, url) {
   const limits = api.getProperty(url, "limits");
   const value = api.getProperty(url, "value");
@@ -54,6 +55,7 @@ function tankCheckLength(api, url) {
   return false;
 }
 
+/** @param {JavaScriptApi} api */
 function tankCheckLevels(api) {
   let right = true;
   let previous = 0;
@@ -68,6 +70,7 @@ function tankCheckLevels(api) {
   return right;
 }
 
+/** @param {JavaScriptApi} api */
 function tankCalculate(api) {
   const diameter = api.getProperty("geometry/diameter", "value");
   const crossSection = Math.PI * diameter * diameter / 4;

@@ -1,4 +1,4 @@
-/*
+/**
  * User-interface script of the valves: checks the actuator and shows how long a full way takes.
  *
  * Writes  actuator/travelTime, by relative URL
@@ -31,6 +31,7 @@ function onOk(api) {
   return valveCheckPositive(api, "actuator/speed") && strokeIsRight;
 }
 
+/** @param {JavaScriptApi} api */
 function valveCheckPositive(api, url) {
   const value = api.getProperty(url, "value");
   if (!(value > 0)) {
@@ -40,6 +41,7 @@ function valveCheckPositive(api, url) {
   return true;
 }
 
+/** @param {JavaScriptApi} api */
 function valveCalculate(api) {
   const travelTime = api.getProperty("actuator/stroke", "value")
     / api.getProperty("actuator/speed", "value");
