@@ -1,0 +1,5 @@
+/// <reference path="../types/JavaScriptApi.d.ts" />
+
+function onOpen(api) {
+  api.setProperty("motor/ratedCurrent", 20.8);
+}

@@ -1,0 +1,5 @@
+/// <reference path="../types/JavaScriptApi.d.ts" />
+
+function onOpen(api) {
+  console.log(api.getAllUnitTexts("kW")?.en);
+}

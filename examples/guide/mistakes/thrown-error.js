@@ -1,0 +1,5 @@
+/// <reference path="../types/JavaScriptApi.d.ts" />
+
+function onOk(api) {
+  throw new Error("the current is missing");
+}

@@ -1,0 +1,5 @@
+/// <reference path="../types/JavaScriptApi.d.ts" />
+
+function onSave(api, url) {
+  api.setProperty("motor/ratedCurrent", "value", 21);
+}

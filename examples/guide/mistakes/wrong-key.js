@@ -1,0 +1,6 @@
+/// <reference path="../types/JavaScriptApi.d.ts" />
+
+function onOpen(api) {
+  const limits = api.getProperty("motor/ratedPower", "limit");
+  console.log(limits.max);
+}
