@@ -11,6 +11,7 @@
 #include "configscript/ScriptWatchdog.h"
 #include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
+#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/Manifest.h"
@@ -79,7 +80,7 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
     if (newText != oldText && !report.succeeded()) {
         error.message = QStringLiteral("Nothing was written: a script failed.");
     } else if (newText != oldText && writing == Writing::File) {
-        isWritten = root->tree().write(*root, m_project.path(), m_treePath, error);
+        isWritten = write(*root, error);
     }
     if (writing == Writing::File) {
         for (ChangedTree &tree : report.trees) {
@@ -117,6 +118,28 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
         }
     }
     return report.succeeded() ? ExitCode::success : ExitCode::failure;
+}
+
+/// @param error set when it could not be written; its text names the file
+bool InplaceResolve::write(const FileTreeNode &root, Diagnostic &error) const
+{
+    const QString folder = QFileInfo(m_project.path()).canonicalFilePath() + QLatin1Char('/');
+    if (!m_treePath.startsWith(folder)) {
+        // A batch is for the files of projects.
+        return root.tree().write(root, m_project.path(), m_treePath, error);
+    }
+    HostSession session(m_project.units());
+    FileBatch batch(m_project.path());
+    session.setBatch(&batch);
+    QString reason;
+    if (!root.tree().write(root, m_project.path(), m_treePath, error)) {
+        return false;
+    }
+    if (!batch.commit(reason)) {
+        error.message = reason;
+        return false;
+    }
+    return true;
 }
 
 QStringList InplaceResolve::selectedInstances() const

@@ -10,6 +10,7 @@
 
 class FileTreeNode;
 class Project;
+struct Diagnostic;
 
 /// Resolves the dependencies of an instance inside one tree file.
 class InplaceResolve
@@ -31,6 +32,7 @@ public:
     int run(Writing writing, Format format, Output &output) const;
 
 private:
+    bool write(const FileTreeNode &root, Diagnostic &error) const;
     QStringList selectedInstances() const;
     RunReport resolve(const QSharedPointer<FileTreeNode> &root, const QStringList &instances) const;
 

@@ -8,14 +8,27 @@
 
 namespace {
 
-/// @param isLocked whether this process has the right to write the project
-void recoverProject(const QString &path, bool isLocked, Diagnostic &error)
+QString realPath(const QString &path)
 {
-    const QString owner = FileBatch::owner(path);
-    const auto lock = isLocked && owner == path ? nullptr : ProjectLock::acquire(owner, error);
-    if (!error.message.isEmpty()) {
-        return;
-    }
+    return QFileInfo(path).canonicalFilePath();
+}
+
+/// @param lockedPath the project that this process has the right to write; empty for none
+void recoverProject(const QString &path, const QString &lockedPath, Diagnostic &error)
+{
+    std::unique_ptr<ProjectLock> lock;
+    QString owner;
+    // While it waits, one batch may end, and another one begin.
+    do {
+        lock = nullptr;
+        owner = FileBatch::owner(path);
+        if (realPath(owner) != lockedPath) {
+            lock = ProjectLock::acquire(owner, error);
+            if (!lock) {
+                return;
+            }
+        }
+    } while (FileBatch::owner(path) != owner);
     switch (FileBatch::recover(path, error)) {
     case FileBatch::Recovery::Nothing:
         break;
@@ -26,8 +39,13 @@ void recoverProject(const QString &path, bool isLocked, Diagnostic &error)
         break;
     case FileBatch::Recovery::Undone:
         Output::error(path
-                      + QStringLiteral(": a run was interrupted before it saved; none of its "
-                                       "files is changed"));
+                      + QStringLiteral(": a run was interrupted before all was saved; none of "
+                                       "its files is changed"));
+        break;
+    case FileBatch::Recovery::Unknown:
+        Output::error(path
+                      + QStringLiteral(": a run of another project was interrupted, which does not "
+                                       "know of it any more; each file is as it was, or saved"));
         break;
     }
 }
@@ -47,7 +65,7 @@ std::optional<Project> openProject(const std::string &argument, std::unique_ptr<
         paths.removeDuplicates();
         for (const QString &path : qAsConst(paths)) {
             if (error.message.isEmpty() && FileBatch::isInterrupted(path)) {
-                recoverProject(path, lock && path == project->path(), error);
+                recoverProject(path, lock ? realPath(project->path()) : QString(), error);
             }
         }
     }

@@ -3,6 +3,7 @@
 #include "filehost/Descriptor.h"
 #include "filehost/JsonText.h"
 #include "filehost/JsonValue.h"
+#include "filehost/StagedFile.h"
 #include "filehost/TextFile.h"
 
 #include <QDir>
@@ -16,12 +17,18 @@
 
 namespace {
 
+const QLatin1String s_number("number");
 const QLatin1String s_file("file");
+const QLatin1String s_folder("folder");
 const QLatin1String s_otherProject("alsoIn");
 const QLatin1String s_owner("belongsTo");
 const QLatin1String s_state("state");
-const QLatin1String s_replacing("replacing");
-const QLatin1String s_undoing("undoing");
+const QLatin1String s_saved("saved");
+
+QByteArray lineOf(QLatin1String member, const QString &value)
+{
+    return JsonValue::toText(QVariantMap{{member, value}}, JsonValue::Layout::Compact) + '\n';
+}
 
 } // namespace
 
@@ -61,16 +68,20 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
         }
         const QString &key = member.firstKey();
         const QString path = QDir::cleanPath(folder.absoluteFilePath(value));
-        if (key == s_file) {
+        bool isNumber = false;
+        const qint64 number = value.toLongLong(&isNumber);
+        if (key == s_number && isNumber) {
+            content.number = number;
+        } else if (key == s_file) {
             content.files.append(path);
+        } else if (key == s_folder) {
+            content.folders.append(path);
         } else if (key == s_otherProject) {
             content.otherProjects.append(path);
         } else if (key == s_owner) {
             content.owner = path;
-        } else if (key == s_state && value == s_replacing) {
-            content.state = State::Replacing;
-        } else if (key == s_state && value == s_undoing) {
-            content.state = State::Undoing;
+        } else if (key == s_state && value == s_saved) {
+            content.isSaved = true;
         } else {
             error = {filePath(projectPath), text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected a member of a journal, found \"%1\"").arg(key)};
@@ -80,12 +91,21 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
     return content;
 }
 
-bool BatchJournal::create(Diagnostic &error)
+bool BatchJournal::create(qint64 number, Diagnostic &error)
 {
-    m_file = std::make_unique<Descriptor>(
-        ::open(QFile::encodeName(filePath(m_projectPath)).constData(),
-               O_CREAT | O_EXCL | O_WRONLY | O_APPEND | O_CLOEXEC, 0666));
-    return *m_file >= 0 || fail(error);
+    m_file =
+        std::make_unique<Descriptor>(::open(QFile::encodeName(filePath(m_projectPath)).constData(),
+                                            O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
+    m_size = 0;
+    if (*m_file < 0) {
+        return fail(error);
+    }
+    if (!append(s_number, QString::number(number), error)) {
+        Diagnostic ignored; // recovered as a batch without files
+        remove(ignored);
+        return false;
+    }
+    return true;
 }
 
 bool BatchJournal::addFile(const QString &filePath, Diagnostic &error)
@@ -93,20 +113,54 @@ bool BatchJournal::addFile(const QString &filePath, Diagnostic &error)
     return append(s_file, relative(filePath), error);
 }
 
+bool BatchJournal::addFolder(const QString &folderPath, Diagnostic &error)
+{
+    return append(s_folder, relative(folderPath), error);
+}
+
 bool BatchJournal::addProject(const QString &projectPath, Diagnostic &error)
 {
     return append(s_otherProject, relative(projectPath), error);
 }
 
-bool BatchJournal::setOwner(const QString &projectPath, Diagnostic &error)
+bool BatchJournal::sync(Diagnostic &error) const
 {
-    return append(s_owner, relative(projectPath), error) && sync(error);
+    const Descriptor file(::open(QFile::encodeName(filePath(m_projectPath)).constData(),
+                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    return (file >= 0 && ::fsync(file) == 0) || fail(error);
 }
 
-bool BatchJournal::setState(State state, Diagnostic &error)
+bool BatchJournal::setSaved(Diagnostic &error)
 {
-    const QLatin1String value = state == State::Replacing ? s_replacing : s_undoing;
-    return sync(error) && append(s_state, value, error) && sync(error);
+    const off_t size = m_size;
+    if (!append(s_state, s_saved, error)) {
+        return false;
+    }
+    if (sync(error)) {
+        return true;
+    }
+    // Who reads it now finds the line: it is taken back, or else it holds.
+    if (::ftruncate(*m_file, size) != 0) {
+        return true;
+    }
+    Diagnostic ignored; // the disk is broken, whatever this says
+    sync(ignored);
+    return false;
+}
+
+bool BatchJournal::pointTo(const QString &ownersPath, qint64 number, Diagnostic &error) const
+{
+    const StagedFile file(filePath(m_projectPath), number);
+    const bool isMade = file.write(lineOf(s_owner, relative(ownersPath)), error) && file.sync(error)
+        && file.placeNew(error);
+    Diagnostic ignored;
+    giveUpPointing(number, ignored);
+    return isMade;
+}
+
+bool BatchJournal::giveUpPointing(qint64 number, Diagnostic &error) const
+{
+    return StagedFile(filePath(m_projectPath), number).discard(error);
 }
 
 bool BatchJournal::remove(Diagnostic &error)
@@ -118,27 +172,18 @@ bool BatchJournal::remove(Diagnostic &error)
 
 bool BatchJournal::append(QLatin1String member, const QString &value, Diagnostic &error)
 {
-    const QByteArray line =
-        JsonValue::toText(QVariantMap{{member, value}}, JsonValue::Layout::Compact) + '\n';
-    const off_t end = ::lseek(*m_file, 0, SEEK_END);
-    if (::write(*m_file, line.constData(), size_t(line.size())) == line.size()) {
-        return true;
+    // What was written of a line that failed is written over by the next one.
+    const QByteArray line = lineOf(member, value);
+    if (!m_file->write(line, m_size)) {
+        return fail(error);
     }
-    fail(error);
-    // On a full disk a part of the line may have been written.
-    const int ignored = end < 0 ? 0 : ::ftruncate(*m_file, end);
-    Q_UNUSED(ignored)
-    return false;
+    m_size += line.size();
+    return true;
 }
 
 QString BatchJournal::relative(const QString &path) const
 {
     return QDir(m_projectPath).relativeFilePath(path);
-}
-
-bool BatchJournal::sync(Diagnostic &error)
-{
-    return ::fsync(*m_file) == 0 || fail(error);
 }
 
 bool BatchJournal::fail(Diagnostic &error) const

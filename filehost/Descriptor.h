@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 
+#include <cerrno>
 #include <utility>
 
 #include <unistd.h>
@@ -30,6 +32,20 @@ public:
     {
         const int descriptor = std::exchange(m_descriptor, -1);
         return descriptor < 0 || ::close(descriptor) == 0;
+    }
+
+    /// Writes all of it from a place in the file on; false when only a part could be written.
+    bool write(const QByteArray &content, off_t begin) const
+    {
+        for (off_t written = 0; written < content.size();) {
+            const ssize_t count = ::pwrite(m_descriptor, content.constData() + written,
+                                           size_t(content.size() - written), begin + written);
+            if (count < 0 && errno != EINTR) {
+                return false;
+            }
+            written += count < 0 ? 0 : off_t(count);
+        }
+        return true;
     }
 
     operator int() const { return m_descriptor; }

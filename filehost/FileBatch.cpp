@@ -7,11 +7,12 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QSet>
+#include <QRandomGenerator>
 
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <limits>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,8 +20,9 @@
 
 namespace {
 
-/// Fewer files are synced one by one: to sync a file system waits for whatever others wrote to it.
-constexpr size_t s_manyFiles = 16;
+/// Fewer files or folders are synced one by one: to sync a file system waits for whatever others
+/// wrote to it.
+constexpr size_t s_many = 16;
 
 bool syncFileSystem(const QByteArray &folder)
 {
@@ -28,13 +30,10 @@ bool syncFileSystem(const QByteArray &folder)
     return file >= 0 && ::syncfs(file) == 0;
 }
 
-QSet<QByteArray> foldersOf(const std::vector<StagedFile> &files)
+bool fail(const QString &path, Diagnostic &error)
 {
-    QSet<QByteArray> folders;
-    for (const StagedFile &file : files) {
-        folders.insert(file.folder());
-    }
-    return folders;
+    error = {path, 0, 0, QStringLiteral("cannot be written: ") + qt_error_string(errno)};
+    return false;
 }
 
 /// Removes what batches have stored in a project's folders of trees.
@@ -51,30 +50,43 @@ void removeLeftOvers(const QString &projectPath)
     }
 }
 
-/// Waits until all entries of the folders, and with many files all their contents, are on the disk.
-bool syncFolders(const std::vector<StagedFile> &files, Diagnostic &error)
+/// What a journal names may lie in the projects that take part only: it is no way out of them.
+bool isInside(const QString &path, const QStringList &projects)
 {
-    QSet<dev_t> synced;
-    const QSet<QByteArray> folders = foldersOf(files);
+    QFileInfo folder(QFileInfo(path).path());
+    while (!folder.exists() && !folder.isRoot()) {
+        folder.setFile(folder.path());
+    }
+    const QString realFolder = folder.canonicalFilePath() + QLatin1Char('/');
+    return std::any_of(projects.begin(), projects.end(), [&](const QString &project) {
+        return realFolder.startsWith(project + QLatin1Char('/'));
+    });
+}
+
+/// Waits until all entries of the folders are on the disk; of many files in them also the contents.
+bool syncFolders(const std::set<QByteArray> &folders, size_t files, Diagnostic &error)
+{
+    const bool areMany = std::max(folders.size(), files) >= s_many;
+    std::set<dev_t> synced;
     for (const QByteArray &folder : folders) {
-        struct stat status;
-        if (::stat(folder.constData(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR)) {
+        struct stat status
+        {
+        };
+        const bool exists = ::stat(folder.constData(), &status) == 0;
+        if (exists ? !S_ISDIR(status.st_mode) : errno == ENOENT || errno == ENOTDIR) {
             continue; // it was never made
         }
-        bool isSynced = false;
-        if (files.size() < s_manyFiles) {
-            isSynced = StagedFile::syncFolder(folder);
-        } else {
-            isSynced = synced.contains(status.st_dev) || syncFileSystem(folder);
-            synced.insert(status.st_dev);
-        }
-        if (!isSynced) {
-            error = {QFile::decodeName(folder), 0, 0,
-                     QStringLiteral("cannot be written: ") + qt_error_string(errno)};
-            return false;
+        const bool isNeeded = !areMany || synced.insert(status.st_dev).second;
+        if (isNeeded && !(areMany ? syncFileSystem(folder) : StagedFile::syncFolder(folder))) {
+            return fail(QFile::decodeName(folder), error);
         }
     }
     return true;
+}
+
+bool syncFolders(const std::set<QByteArray> &folders, Diagnostic &error)
+{
+    return syncFolders(folders, 0, error);
 }
 
 } // namespace
@@ -93,36 +105,26 @@ FileBatch::~FileBatch()
 bool FileBatch::add(const QString &projectPath, const QString &filePath, const QByteArray &content,
                     TextFile::Stamp &stamp, Diagnostic &error)
 {
-    const QString path = realPath(filePath);
+    const QString path = StagedFile::realPath(filePath, m_realFolders);
     const bool isKnown = m_numbers.contains(path);
-    const int number = isKnown ? m_numbers.value(path) : int(m_files.size());
-    const bool isJournaled = isKnown
-        || (begin(error) && joinProject(projectPath, error) && m_journal.addFile(path, error));
-    if (isJournaled && !isKnown) {
-        m_numbers.insert(path, number);
-        m_files.emplace_back(path, number);
+    if (!isKnown && prepare(projectPath, path, error)) {
+        m_numbers.insert(path, int(m_files.size()));
+        m_files.emplace_back(path, m_number + qint64(m_files.size()));
     }
-    if (!isJournaled || !m_files[size_t(number)].write(content, error)) {
+    const auto number = m_numbers.constFind(path);
+    if (number == m_numbers.constEnd() || !m_files[size_t(*number)].write(content, error)) {
         giveUp(error.toString());
         return false;
     }
-    stamp = TextFile::stampOf(QFile::decodeName(m_files[size_t(number)].newPath()));
+    stamp = TextFile::stampOf(QFile::decodeName(m_files[size_t(*number)].newPath()));
     return true;
 }
 
-/// As StagedFile::realPath(), which takes its time.
-QString FileBatch::realPath(const QString &filePath)
+/// Makes all that a file needs before it is stored; the journals know of it first.
+bool FileBatch::prepare(const QString &projectPath, const QString &filePath, Diagnostic &error)
 {
-    struct stat status;
-    if (::lstat(QFile::encodeName(filePath).constData(), &status) != 0 || S_ISLNK(status.st_mode)) {
-        return StagedFile::realPath(filePath);
-    }
-    const int nameBegin = filePath.lastIndexOf(QLatin1Char('/')) + 1;
-    QString &folder = m_realFolders[filePath.left(nameBegin)];
-    if (folder.isNull()) {
-        folder = QFileInfo(filePath.left(nameBegin)).canonicalFilePath() + QLatin1Char('/');
-    }
-    return folder + filePath.mid(nameBegin);
+    return begin(error) && joinProject(projectPath, error) && makeFolder(filePath, error)
+        && m_journal.addFile(filePath, error);
 }
 
 void FileBatch::giveUp(const QString &reason)
@@ -135,7 +137,10 @@ void FileBatch::giveUp(const QString &reason)
 bool FileBatch::begin(Diagnostic &error)
 {
     if (!m_isBegun) {
-        m_isBegun = m_journal.create(error);
+        // What another batch left, or a journal that comes back after a loss of power, is not taken
+        // for this one's.
+        m_number = QRandomGenerator::system()->bounded(1, std::numeric_limits<int>::max());
+        m_isBegun = m_journal.create(m_number, error);
     }
     return m_isBegun;
 }
@@ -146,17 +151,33 @@ bool FileBatch::joinProject(const QString &givenPath, Diagnostic &error)
         return true;
     }
     const QString projectPath = QFileInfo(givenPath).canonicalFilePath();
-    if (projectPath != m_projectPath && !m_otherProjects.contains(projectPath)) {
-        BatchJournal journal(projectPath);
-        if (!m_journal.addProject(projectPath, error) || !journal.create(error)) {
+    if (!projects().contains(projectPath)) {
+        if (!m_journal.addProject(projectPath, error)
+            || !BatchJournal(projectPath).pointTo(m_projectPath, m_number - 1, error)) {
             return false;
         }
         m_otherProjects.append(projectPath);
-        if (!journal.setOwner(m_projectPath, error)) {
-            return false;
-        }
     }
     m_joinedProjects.insert(givenPath);
+    return true;
+}
+
+bool FileBatch::makeFolder(const QString &filePath, Diagnostic &error)
+{
+    QStringList missing;
+    for (QString folder = QFileInfo(filePath).path(); !QFileInfo::exists(folder);
+         folder = QFileInfo(folder).path()) {
+        missing.prepend(folder);
+    }
+    for (const QString &folder : qAsConst(missing)) {
+        if (!m_journal.addFolder(folder, error)) {
+            return false;
+        }
+        if (::mkdir(QFile::encodeName(folder).constData(), 0777) != 0) {
+            return fail(filePath, error);
+        }
+        m_madeFolders.append(folder);
+    }
     return true;
 }
 
@@ -170,32 +191,30 @@ bool FileBatch::commit(QString &error)
     if (!m_isBegun) {
         return true;
     }
+    // A failure needs nothing to be written in order to be undone: without its last line the
+    // journal means that.
     Diagnostic failure;
-    if (!syncContents(failure)) {
+    const bool isSaved = keepAll(failure) && syncContents(failure) && replaceAll(failure)
+        && syncFolders(folders(), failure) && m_journal.setSaved(failure);
+    Diagnostic ignored; // what cannot be cleaned up or undone now is left to recover()
+    if (isSaved) {
+        forgetOld(ignored);
+    } else {
         error = failure.toString();
-        drop();
-        return false;
-    }
-    if (!m_journal.setState(BatchJournal::State::Replacing, failure) || !replaceAll(failure)) {
-        error = failure.toString();
-        if (!m_journal.setState(BatchJournal::State::Undoing, failure) || !undo(failure)) {
-            error += QStringLiteral("; the project is finished or restored when it is opened the "
-                                    "next time");
-            m_isBegun = false;
+        if (!undo(ignored)) {
+            error += QStringLiteral("; the project is restored when it is opened the next time");
         }
-        return false;
     }
-    // All files are new, and on the disk. What cannot be cleaned up now is left to recover().
-    discard(failure);
-    m_isBegun = false;
-    return true;
+    clear();
+    return isSaved;
 }
 
 void FileBatch::drop()
 {
     if (m_isBegun) {
         Diagnostic ignored; // what cannot be removed now is removed by recover()
-        discard(ignored);
+        undo(ignored);
+        clear();
     }
 }
 
@@ -225,82 +244,114 @@ FileBatch::Recovery FileBatch::recover(const QString &projectPath, Diagnostic &e
         if (!error.message.isEmpty()) {
             return Recovery::Nothing;
         }
-        auto recovery = Recovery::Undone;
+        auto recovery = Recovery::Unknown;
         if (ownersJournal && ownersJournal->owner.isEmpty()) {
             recovery = recover(journal->owner, error);
         } else {
-            removeLeftOvers(projectPath); // each file is whole, and no more is known
+            removeLeftOvers(projectPath);
         }
         return error.message.isEmpty() && BatchJournal(projectPath).remove(error)
             ? recovery
             : Recovery::Nothing;
     }
     FileBatch batch(projectPath);
+    batch.m_number = journal->number;
     batch.m_otherProjects = journal->otherProjects;
-    for (int number = 0; number < journal->files.size(); ++number) {
-        const QString &file = journal->files.at(number);
-        // A project may have been copied without the others.
-        const bool isMissing = std::any_of(
-            journal->otherProjects.begin(), journal->otherProjects.end(),
-            [&file](const QString &project) {
-                return file.startsWith(project + QLatin1Char('/')) && !QFileInfo::exists(project);
-            });
-        if (!isMissing) {
-            batch.m_files.emplace_back(file, number);
+    QStringList takingPart{batch.m_projectPath};
+    for (const QString &project : journal->otherProjects) {
+        if (batch.pointsHere(project, error)) {
+            takingPart.append(project);
+        } else if (!error.message.isEmpty()) {
+            return Recovery::Nothing;
         }
     }
-    if (!batch.checkFiles(error)) {
-        return Recovery::Nothing;
+    for (int number = 0; number < journal->files.size(); ++number) {
+        const StagedFile file(journal->files.at(number), journal->number + number);
+        // A project may have been copied without the others.
+        const bool isMissing =
+            std::any_of(journal->otherProjects.begin(), journal->otherProjects.end(),
+                        [&file](const QString &project) {
+                            return file.filePath().startsWith(project + QLatin1Char('/'))
+                                && !QFileInfo::exists(project);
+                        });
+        if (!isMissing && file.isPending() && !isInside(file.filePath(), takingPart)) {
+            error = {BatchJournal::filePath(projectPath), 0, 0,
+                     QStringLiteral("names a file outside of its projects: ") + file.filePath()};
+            return Recovery::Nothing;
+        }
+        if (!isMissing) {
+            batch.m_files.push_back(file);
+        }
     }
-    if (journal->state == BatchJournal::State::Collecting) {
-        return batch.discard(error) ? Recovery::Undone : Recovery::Nothing;
+    if (journal->isSaved) {
+        // The process may have ended before that was on the disk.
+        return batch.m_journal.sync(error) && batch.forgetOld(error) ? Recovery::Finished
+                                                                     : Recovery::Nothing;
     }
-    if (journal->state == BatchJournal::State::Replacing) {
-        return batch.replaceAll(error) && batch.discard(error) ? Recovery::Finished
-                                                               : Recovery::Nothing;
-    }
+    std::copy_if(journal->folders.begin(), journal->folders.end(),
+                 std::back_inserter(batch.m_madeFolders),
+                 [&takingPart](const QString &folder) { return isInside(folder, takingPart); });
     return batch.undo(error) ? Recovery::Undone : Recovery::Nothing;
 }
 
+QStringList FileBatch::projects() const
+{
+    return QStringList(m_projectPath) + m_otherProjects;
+}
+
+/// Those in which the batch changes entries, but for journals.
+std::set<QByteArray> FileBatch::folders() const
+{
+    std::set<QByteArray> folders;
+    for (const StagedFile &file : m_files) {
+        folders.insert(file.folder());
+    }
+    for (const QString &folder : m_madeFolders) {
+        folders.insert(QFile::encodeName(QFileInfo(folder).path()));
+    }
+    return folders;
+}
+
+bool FileBatch::keepAll(Diagnostic &error)
+{
+    return std::all_of(m_files.begin(), m_files.end(),
+                       [&error](StagedFile &file) { return file.keep(error); });
+}
+
+/// Waits until all that undo() needs, and the contents, are on the disk.
 bool FileBatch::syncContents(Diagnostic &error) const
 {
-    if (m_files.size() < s_manyFiles) {
-        for (const StagedFile &file : m_files) {
-            if (!file.sync(error)) {
-                return false;
-            }
-        }
-    }
-    // The journals' own entries, too.
-    StagedFile::syncFolder(QFile::encodeName(m_projectPath));
-    for (const QString &project : m_otherProjects) {
-        StagedFile::syncFolder(QFile::encodeName(project));
-    }
-    return syncFolders(m_files, error);
-}
-
-bool FileBatch::replaceAll(Diagnostic &error)
-{
-    for (const StagedFile &file : m_files) {
-        if (!file.replace(error)) {
+    if (m_files.size() < s_many) {
+        const bool isSynced =
+            std::all_of(m_files.begin(), m_files.end(),
+                        [&error](const StagedFile &file) { return file.sync(error); });
+        if (!isSynced || !m_journal.sync(error)) {
             return false;
         }
     }
-    return syncFolders(m_files, error);
-}
-
-/// Before the switch-over, or when it is done.
-bool FileBatch::discard(Diagnostic &error)
-{
-    for (const StagedFile &file : m_files) {
-        if (!file.discard(error)) {
-            return false;
-        }
+    std::set<QByteArray> all = folders();
+    const QStringList projectPaths = projects();
+    for (const QString &project : projectPaths) {
+        all.insert(QFile::encodeName(project));
     }
-    return end(error);
+    return syncFolders(all, m_files.size(), error);
 }
 
-/// In the middle of the switch-over.
+bool FileBatch::replaceAll(Diagnostic &error) const
+{
+    return std::all_of(m_files.begin(), m_files.end(),
+                       [&error](const StagedFile &file) { return file.replace(error); });
+}
+
+/// When all is saved.
+bool FileBatch::forgetOld(Diagnostic &error)
+{
+    return std::all_of(m_files.begin(), m_files.end(),
+                       [&error](const StagedFile &file) { return file.discard(error); })
+        && end(error);
+}
+
+/// At any time before.
 bool FileBatch::undo(Diagnostic &error)
 {
     for (const StagedFile &file : m_files) {
@@ -308,62 +359,50 @@ bool FileBatch::undo(Diagnostic &error)
             return false;
         }
     }
-    return syncFolders(m_files, error) && end(error);
-}
-
-/// Whether another project's journal says that it takes part in this batch, and not in another
-/// one; an empty one was to say so.
-bool FileBatch::pointsHere(const QString &projectPath) const
-{
-    Diagnostic ignored;
-    const auto journal = BatchJournal::read(projectPath, ignored);
-    return journal
-        && (journal->owner.isEmpty() ? journal->files.isEmpty() && journal->otherProjects.isEmpty()
-                                     : journal->owner == m_projectPath);
-}
-
-/// Whether all files that are left to do lie in the projects that take part: the journal is no way
-/// out of them.
-bool FileBatch::checkFiles(Diagnostic &error) const
-{
-    QStringList projects{m_projectPath};
-    std::copy_if(m_otherProjects.begin(), m_otherProjects.end(), std::back_inserter(projects),
-                 [this](const QString &project) { return pointsHere(project); });
-    for (const StagedFile &file : m_files) {
-        QFileInfo folder(QFileInfo(file.filePath()).path());
-        while (!folder.exists() && !folder.isRoot()) {
-            folder.setFile(folder.path());
-        }
-        const QString path = folder.canonicalFilePath() + QLatin1Char('/');
-        const bool isInside =
-            std::any_of(projects.begin(), projects.end(), [&path](const QString &project) {
-                return path.startsWith(project + QLatin1Char('/'));
-            });
-        if (!isInside && file.isPending()) {
-            error = {BatchJournal::filePath(m_projectPath), 0, 0,
-                     QStringLiteral("names a file outside of its projects: ") + file.filePath()};
-            return false;
+    for (auto folder = m_madeFolders.crbegin(); folder != m_madeFolders.crend(); ++folder) {
+        if (::rmdir(QFile::encodeName(*folder).constData()) != 0 && errno != ENOENT
+            && errno != ENOTDIR && errno != ENOTEMPTY && errno != EEXIST) {
+            return fail(*folder, error);
         }
     }
-    return true;
+    return end(error);
 }
 
+/// Whether another project's journal says that it takes part in this batch, and not in another one.
+/// @param error set when it cannot be read
+bool FileBatch::pointsHere(const QString &projectPath, Diagnostic &error) const
+{
+    const auto journal = BatchJournal::read(projectPath, error);
+    return journal && journal->owner == m_projectPath;
+}
+
+/// Removes the journals when the files are as they shall stay. On the disk, too, each step comes
+/// before the next: what still points here or names files is never missed.
 bool FileBatch::end(Diagnostic &error)
 {
-    for (const QString &project : qAsConst(m_otherProjects)) {
-        if (pointsHere(project) && !BatchJournal(project).remove(error)) {
-            return false;
-        }
-    }
-    if (!m_journal.remove(error)) {
+    if (!syncFolders(folders(), error)) {
         return false;
     }
-    StagedFile::syncFolder(QFile::encodeName(m_projectPath));
+    std::set<QByteArray> otherFolders;
+    for (const QString &project : qAsConst(m_otherProjects)) {
+        BatchJournal journal(project);
+        const bool isOwn = pointsHere(project, error);
+        if (!error.message.isEmpty() || !journal.giveUpPointing(m_number - 1, error)
+            || (isOwn && !journal.remove(error))) {
+            return false;
+        }
+        otherFolders.insert(QFile::encodeName(project));
+    }
+    return syncFolders(otherFolders, error) && m_journal.remove(error);
+}
+
+void FileBatch::clear()
+{
     m_isBegun = false;
     m_files.clear();
     m_numbers.clear();
+    m_madeFolders.clear();
     m_joinedProjects.clear();
     m_realFolders.clear();
     m_otherProjects.clear();
-    return true;
 }

@@ -4,12 +4,13 @@
 #include "filehost/StagedFile.h"
 #include "filehost/TextFile.h"
 
+#include <QByteArray>
 #include <QHash>
 #include <QSet>
-#include <QVector>
+#include <QString>
+#include <QStringList>
 
-#include <memory>
-#include <unordered_map>
+#include <set>
 #include <vector>
 
 /**
@@ -46,17 +47,23 @@ public:
      * @param error the reason, which names a file
      * @return false when one of them could not be replaced, or the batch was given up before: all
      * files are as they were, or, when not even that could be restored, will be when recover() is
-     * called
+     * called. It never finishes what commit() did not.
      */
     bool commit(QString &error);
 
     /// Drops all contents.
     void drop();
 
-    enum class Recovery { Nothing, Finished, Undone };
+    enum class Recovery {
+        Nothing,
+        Finished,
+        Undone,
+        Unknown, ///< the batch belonged to a project that knows nothing of it; each file is whole
+    };
 
     /**
-     * Finishes or undoes what an interrupted batch left in a project.
+     * Finishes or undoes what an interrupted batch left in a project. The caller has the right to
+     * write the project that owner() names.
      * @param error set when that failed; the journal stays
      */
     static Recovery recover(const QString &projectPath, Diagnostic &error);
@@ -71,22 +78,28 @@ private:
     Q_DISABLE_COPY(FileBatch)
 
     bool begin(Diagnostic &error);
-    QString realPath(const QString &filePath);
     bool joinProject(const QString &projectPath, Diagnostic &error);
+    bool makeFolder(const QString &filePath, Diagnostic &error);
+    bool prepare(const QString &projectPath, const QString &filePath, Diagnostic &error);
+    QStringList projects() const;
+    std::set<QByteArray> folders() const;
+    bool keepAll(Diagnostic &error);
     bool syncContents(Diagnostic &error) const;
-    bool replaceAll(Diagnostic &error);
-    bool discard(Diagnostic &error);
+    bool replaceAll(Diagnostic &error) const;
+    bool forgetOld(Diagnostic &error);
     bool undo(Diagnostic &error);
-    bool pointsHere(const QString &projectPath) const;
-    bool checkFiles(Diagnostic &error) const;
+    bool pointsHere(const QString &projectPath, Diagnostic &error) const;
     bool end(Diagnostic &error);
+    void clear();
 
     QString m_projectPath;
     BatchJournal m_journal;
+    qint64 m_number = 0; ///< of the first file
     bool m_isBegun = false;
     std::vector<StagedFile> m_files;
-    QHash<QString, int> m_numbers; ///< by real path
-    std::unordered_map<QString, QString> m_realFolders; ///< of the folders of files that were added
+    QHash<QString, int> m_numbers; ///< by real path, from 0
+    StagedFile::RealFolders m_realFolders; ///< of files that were added
+    QStringList m_madeFolders; ///< outer ones first
     QSet<QString> m_joinedProjects; ///< the paths that were given
     QStringList m_otherProjects; ///< that hold a journal which points here
     QString m_reasonToGiveUp; ///< the first one; empty for none

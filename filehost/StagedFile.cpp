@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -14,19 +15,6 @@
 #include <unistd.h>
 
 namespace {
-
-bool writeWhole(int file, const QByteArray &content)
-{
-    for (int written = 0; written < content.size();) {
-        const ssize_t count =
-            ::write(file, content.constData() + written, size_t(content.size() - written));
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        written += count < 0 ? 0 : int(count);
-    }
-    return true;
-}
 
 bool syncPath(const QByteArray &path, int flags)
 {
@@ -42,14 +30,25 @@ StagedFile::StagedFile(const QString &filePath, qint64 number)
 {
 }
 
-QString StagedFile::realPath(const QString &filePath)
+QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
 {
-    const QFileInfo info(filePath);
-    if (info.exists()) {
-        return info.canonicalFilePath();
+    struct stat status;
+    if (::lstat(QFile::encodeName(filePath).constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        const QString target = QFileInfo(filePath).canonicalFilePath();
+        if (!target.isEmpty()) {
+            return target;
+        }
     }
-    const QString folder = QFileInfo(info.path()).canonicalFilePath();
-    return folder.isEmpty() ? info.absoluteFilePath() : folder + QLatin1Char('/') + info.fileName();
+    // To follow the links of a folder takes its time.
+    const QString absolutePath = QFileInfo(filePath).absoluteFilePath();
+    const int nameBegin = absolutePath.lastIndexOf(QLatin1Char('/')) + 1;
+    QString &folder = realFolders[absolutePath.left(nameBegin)];
+    if (folder.isNull()) {
+        const QString given = absolutePath.left(std::max(1, nameBegin - 1));
+        const QString real = QFileInfo(given).canonicalFilePath();
+        folder = real.isEmpty() ? realPath(given, realFolders) : real;
+    }
+    return folder + QLatin1Char('/') + absolutePath.mid(nameBegin);
 }
 
 QByteArray StagedFile::folder() const
@@ -94,17 +93,23 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         return refuse(QStringLiteral("the file is read-only"));
     }
     const QString folderPath = QFileInfo(m_filePath).path();
-    if (!exists && !QDir().mkpath(folderPath)) {
+    if (!exists && !QFileInfo(folderPath).isDir() && !QDir().mkpath(folderPath)) {
         return refuse(QStringLiteral("no folder ") + folderPath);
-    }
-    // Nothing of an earlier attempt shall be taken for this one's.
-    if (!remove(oldPath(), error) || !remove(newPath(), error)) {
-        return false;
     }
     bool isWritten = false;
     {
-        const Descriptor file(::open(newPath().constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                                     exists ? 0600 : 0666));
+        const auto make = [&] {
+            return ::open(newPath().constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                          exists ? 0600 : 0666);
+        };
+        Descriptor file(make());
+        if (file < 0 && errno == EEXIST) {
+            // An earlier content, or what somebody left there.
+            if (!remove(newPath(), error)) {
+                return false;
+            }
+            file = Descriptor(make());
+        }
         if (file < 0) {
             return fail(error);
         }
@@ -115,7 +120,7 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
             mode &= ~mode_t(S_IRWXG | S_ISGID); // another group shall not get what that one had
         }
         isWritten =
-            (!exists || ::fchmod(file, mode) == 0) && writeWhole(file, content) && file.close();
+            (!exists || ::fchmod(file, mode) == 0) && file.write(content, 0) && file.close();
     }
     if (!isWritten) {
         fail(error);
@@ -129,40 +134,56 @@ bool StagedFile::sync(Diagnostic &error) const
     return syncPath(newPath(), 0) || fail(error);
 }
 
+bool StagedFile::keep(Diagnostic &error)
+{
+    const auto link = [this] {
+        return ::link(path().constData(), oldPath().constData()) == 0;
+    };
+    bool isKept = link();
+    if (!isKept && errno == EEXIST) {
+        if (!remove(oldPath(), error)) {
+            return false;
+        }
+        isKept = link();
+    }
+    if (isKept) {
+        m_old = Old::Kept;
+        return true;
+    }
+    if (errno == ENOENT) {
+        m_old = Old::Missing;
+        return true;
+    }
+    // Not every file system has links: it is moved when its turn comes.
+    struct stat status;
+    if (::lstat(path().constData(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        return fail(error);
+    }
+    return true;
+}
+
 bool StagedFile::replace(Diagnostic &error) const
 {
-    struct stat status;
-    if (::lstat(newPath().constData(), &status) != 0) {
-        return errno == ENOENT || fail(error); // done already
+    if (m_old == Old::Missing) {
+        return placeNew(error);
     }
-    if (::lstat(path().constData(), &status) != 0) {
-        if (errno != ENOENT) {
-            return fail(error);
-        }
-        struct stat kept;
-        if (::lstat(oldPath().constData(), &kept) != 0) {
-            // A new file stays under both names: that tells it from one that was there before.
-            return ::link(newPath().constData(), path().constData()) == 0 || fail(error);
-        }
-    } else if (isInPlaceOf(newPath())) {
-        return true;
-    } else if (::link(path().constData(), oldPath().constData()) != 0 && errno != EEXIST) {
-        // Not every file system has links.
-        if (::rename(path().constData(), oldPath().constData()) != 0) {
-            return fail(error);
-        }
+    if (m_old == Old::Unknown && ::rename(path().constData(), oldPath().constData()) != 0) {
+        return fail(error);
     }
     return ::rename(newPath().constData(), path().constData()) == 0 || fail(error);
 }
 
+bool StagedFile::placeNew(Diagnostic &error) const
+{
+    // Two names tell it from a file that was there before.
+    return ::link(newPath().constData(), path().constData()) == 0 || fail(error);
+}
+
 bool StagedFile::replaceFinally(Diagnostic &error) const
 {
-    if (::rename(newPath().constData(), path().constData()) == 0) {
-        return syncFolder(folder()) || fail(error);
-    }
-    fail(error);
-    ::unlink(newPath().constData());
-    return false;
+    return (::rename(newPath().constData(), path().constData()) == 0 && syncFolder(folder()))
+        || fail(error);
 }
 
 bool StagedFile::discard(Diagnostic &error) const
@@ -179,14 +200,14 @@ bool StagedFile::isPending() const
 
 bool StagedFile::undo(Diagnostic &error) const
 {
-    struct stat status;
-    if (::lstat(oldPath().constData(), &status) == 0) {
-        // To rename one name of a file to another does nothing.
-        if (::rename(oldPath().constData(), path().constData()) != 0) {
+    // To rename one name of a file to another does nothing.
+    if (::rename(oldPath().constData(), path().constData()) != 0) {
+        if (errno != ENOENT && errno != ENOTDIR) {
             return fail(error);
         }
-    } else if (isInPlaceOf(newPath()) && !remove(path(), error)) {
-        return false;
+        if (isInPlace() && !remove(path(), error)) {
+            return false;
+        }
     }
     return discard(error);
 }
@@ -202,13 +223,13 @@ bool StagedFile::fail(Diagnostic &error) const
     return false;
 }
 
-/// Whether the file's path and another one are names of one file.
-bool StagedFile::isInPlaceOf(const QByteArray &otherPath) const
+/// Whether the file's path is another name of the new content.
+bool StagedFile::isInPlace() const
 {
-    struct stat own;
-    struct stat other;
-    return ::lstat(path().constData(), &own) == 0 && ::lstat(otherPath.constData(), &other) == 0
-        && own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+    struct stat file;
+    struct stat content;
+    return ::lstat(path().constData(), &file) == 0 && ::lstat(newPath().constData(), &content) == 0
+        && file.st_dev == content.st_dev && file.st_ino == content.st_ino;
 }
 
 bool StagedFile::remove(const QByteArray &path, Diagnostic &error) const

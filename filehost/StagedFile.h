@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <unordered_map>
+
 /**
  * The new content of a file, in a file of its own beside it, until it takes the file's place.
  *
@@ -12,17 +14,20 @@
  * too, so that all can be undone; there are two names for that, made of a number that is the
  * caller's to choose: no two staged files of a folder may have the same.
  *
- * Operations fail with an error that names the file itself. What has been done already, by a
- * process that ended, is no failure.
+ * Operations fail with an error that names the file itself. To undo or to discard what is undone or
+ * discarded already, by a process that ended, is no failure.
  */
 class StagedFile
 {
 public:
+    using RealFolders = std::unordered_map<QString, QString>;
+
     /// @param filePath absolute, and free of links; see StagedFile::realPath()
     StagedFile(const QString &filePath, qint64 number);
 
     /// The file that a path leads to in the end; where it leads to nothing, itself.
-    static QString realPath(const QString &filePath);
+    /// @param realFolders what is known of folders; receives more
+    static QString realPath(const QString &filePath, RealFolders &realFolders);
 
     const QString &filePath() const { return m_filePath; }
     QByteArray folder() const;
@@ -36,8 +41,14 @@ public:
     /// Waits until the content is on the disk.
     bool sync(Diagnostic &error) const;
 
-    /// Replaces the file, and keeps the old one.
+    /// Gives the old file another name, too, before replace().
+    bool keep(Diagnostic &error);
+
+    /// Replaces the file that was kept.
     bool replace(Diagnostic &error) const;
+
+    /// Makes the file, which must not be there; the content stays under its own name, too.
+    bool placeNew(Diagnostic &error) const;
 
     /// Replaces the file for good.
     bool replaceFinally(Diagnostic &error) const;
@@ -48,16 +59,19 @@ public:
     /// Removes the new content before replace(), and the old file after it.
     bool discard(Diagnostic &error) const;
 
-    /// Whether there is something to replace, to undo or to discard.
+    /// Whether there is something to undo or to discard.
     bool isPending() const;
 
     /// Waits until the folder's entries are on the disk.
     static bool syncFolder(const QByteArray &folder);
 
 private:
+    /// The file before it is replaced: unknown, with its second name, or not there.
+    enum class Old { Unknown, Kept, Missing };
+
     QByteArray oldPath() const;
     bool fail(Diagnostic &error) const;
-    bool isInPlaceOf(const QByteArray &otherPath) const;
+    bool isInPlace() const;
     bool remove(const QByteArray &path, Diagnostic &error) const;
 
     QByteArray path() const;
@@ -65,4 +79,5 @@ private:
 
     QString m_filePath;
     QByteArray m_number;
+    Old m_old = Old::Unknown;
 };

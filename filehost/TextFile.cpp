@@ -121,15 +121,14 @@ bool isUnchanged(const QString &filePath, const Stamp &stamp)
 
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error)
 {
-    const StagedFile file(StagedFile::realPath(filePath),
+    StagedFile::RealFolders ignoredFolders;
+    const StagedFile file(StagedFile::realPath(filePath, ignoredFolders),
                           QRandomGenerator::system()->bounded(std::numeric_limits<int>::max()));
-    if (file.write(content, error)) {
-        if (file.sync(error) && file.replaceFinally(error)) {
-            return true;
-        }
-        Diagnostic ignored;
-        file.discard(ignored);
+    if (file.write(content, error) && file.sync(error) && file.replaceFinally(error)) {
+        return true;
     }
+    Diagnostic ignored;
+    file.discard(ignored);
     error.file = filePath;
     return false;
 }

@@ -38,7 +38,7 @@ bool isUnchanged(const QString &filePath, const Stamp &stamp);
 
 /**
  * Replaces the file, or makes it, with the folders that lead to it. After a failure the old file
- * stands as it was.
+ * stands as it was; or the new one, when only its folder could not be synced.
  * @return false, with @p error set, when the file could not be written
  */
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error);

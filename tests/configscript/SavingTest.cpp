@@ -23,7 +23,7 @@ const QByteArray s_newBus("{ \"properties\": { \"participants\": 2 } }\n");
 const QString s_finished =
     QStringLiteral(": a run was interrupted while it saved; all its files are saved now\n");
 const QString s_undone =
-    QStringLiteral(": a run was interrupted before it saved; none of its files is changed\n");
+    QStringLiteral(": a run was interrupted before all was saved; none of its files is changed\n");
 
 QStringList words(const QString &text)
 {
@@ -50,24 +50,27 @@ void makeProjects(const ScratchFolder &folder)
     folder.write(s_busName, s_oldBus);
 }
 
-/// What a run leaves that is ended when it has replaced the plant's file, and not the network's; or
-/// before it could replace any.
-void interrupt(const ScratchFolder &folder, bool isSaving)
+/// What a run leaves that is ended when all is saved, and one of the old files is forgotten; or
+/// when it has replaced the plant's file, and not the network's.
+void interrupt(const ScratchFolder &folder, bool isSaved)
 {
-    const QByteArray journal("{\"file\":\"configuration/pump.json\"}\n"
+    const QByteArray journal("{\"number\":\"5\"}\n"
+                             "{\"file\":\"configuration/pump.json\"}\n"
                              "{\"alsoIn\":\"../network\"}\n"
                              "{\"file\":\"../network/configuration/bus.json\"}\n");
     folder.write(QStringLiteral("plant/.configscript-journal"),
-                 journal + (isSaving ? "{\"state\":\"replacing\"}\n" : "{\"state\":\"rep"));
+                 journal + (isSaved ? "{\"state\":\"saved\"}\n" : "{\"state\":\"sav"));
     folder.write(QStringLiteral("network/.configscript-journal"), "{\"belongsTo\":\"../plant\"}\n");
-    if (isSaving) {
-        QFile::rename(folder.path(s_pumpName),
-                      folder.path(QStringLiteral("plant/configuration/.configscript-0.old")));
-        folder.write(s_pumpName, s_newPump);
+    const QString oldBus = QStringLiteral("network/configuration/.configscript-6.old");
+    QFile::copy(folder.path(s_busName), folder.path(oldBus));
+    if (isSaved) {
+        folder.write(s_busName, s_newBus);
     } else {
-        folder.write(QStringLiteral("plant/configuration/.configscript-0.new"), s_newPump);
+        folder.write(QStringLiteral("network/configuration/.configscript-6.new"), s_newBus);
+        QFile::rename(folder.path(s_pumpName),
+                      folder.path(QStringLiteral("plant/configuration/.configscript-5.old")));
     }
-    folder.write(QStringLiteral("network/configuration/.configscript-1.new"), s_newBus);
+    folder.write(s_pumpName, s_newPump);
 }
 
 Files withNewContents(Files files)
@@ -118,6 +121,8 @@ private Q_SLOTS:
     void givesUpWaiting();
     void readsWhileAnotherCommandRuns();
     void waitsForTheOwnerOfTheBatch();
+    void waitsForTheNextOwnerOfTheBatch();
+    void recoversWhatItsOwnRunForgot();
     void goesOnAfterADeadProcess();
     void savesTwoProjects();
     void savesNothingWhenOneFileCannotBeSaved();
@@ -130,15 +135,15 @@ void SavingTest::recovers_data()
 {
     QTest::addColumn<QString>("command");
     QTest::addColumn<QString>("project");
-    QTest::addColumn<bool>("isSaving");
+    QTest::addColumn<bool>("isSaved");
     for (const char *command : {"list", "check", "resolve -n", "resolve -n --json"}) {
         for (const QString &project : {s_plant, s_network}) {
-            for (const bool isSaving : {false, true}) {
+            for (const bool isSaved : {false, true}) {
                 QTest::newRow(qPrintable(
                     QStringLiteral("%1 %2, %3")
                         .arg(QLatin1String(command), project,
-                             isSaving ? QStringLiteral("saving") : QStringLiteral("collecting"))))
-                    << QString::fromLatin1(command) << project << isSaving;
+                             isSaved ? QStringLiteral("saved") : QStringLiteral("saving"))))
+                    << QString::fromLatin1(command) << project << isSaved;
             }
         }
     }
@@ -149,13 +154,13 @@ void SavingTest::recovers()
 {
     QFETCH(QString, command);
     QFETCH(QString, project);
-    QFETCH(bool, isSaving);
+    QFETCH(bool, isSaved);
     const ScratchFolder folder;
     makeProjects(folder);
     folder.write(QStringLiteral("plant/scripts/pump.js"), "function onValueChange() {}\n");
     const Files before = folder.files();
     const Program program(folder.path());
-    interrupt(folder, isSaving);
+    interrupt(folder, isSaved);
     QStringList arguments = words(command) + QStringList{project};
     if (arguments.first() == QLatin1String("run")) {
         arguments.append(QStringLiteral("pump"));
@@ -164,13 +169,13 @@ void SavingTest::recovers()
     const ProgramRun first = program.run(arguments);
     QCOMPARE(first.errors.section(QLatin1Char('\n'), 0, 0) + QLatin1Char('\n'),
              QStringLiteral("configscript: <folder>/") + project
-                 + (isSaving ? s_finished : s_undone));
-    COMPARE_FILES(folder.files(), isSaving ? withNewContents(before) : before);
+                 + (isSaved ? s_finished : s_undone));
+    COMPARE_FILES(folder.files(), isSaved ? withNewContents(before) : before);
     const ProgramRun second = program.run(arguments);
     QCOMPARE(second.exitCode, first.exitCode);
     QCOMPARE(second.output, first.output);
     QCOMPARE(second.errors, first.errors.section(QLatin1Char('\n'), 1));
-    COMPARE_FILES(folder.files(), isSaving ? withNewContents(before) : before);
+    COMPARE_FILES(folder.files(), isSaved ? withNewContents(before) : before);
 }
 
 void SavingTest::recoversInATreesProject()
@@ -220,8 +225,8 @@ void SavingTest::recoversProjectsThatScriptsReach()
     makeProjects(folder);
     const Files before = folder.files();
     folder.write(QStringLiteral("network/.configscript-journal"),
-                 "{\"file\":\"configuration/bus.json\"}\n{\"state\":\"replacing\"}\n");
-    folder.write(QStringLiteral("network/configuration/.configscript-0.new"),
+                 "{\"file\":\"configuration/bus.json\"}\n");
+    folder.write(QStringLiteral("network/configuration/.configscript-0.old"),
                  "{ \"properties\": { \"participants\": 7 } }\n");
     const ProgramRun run = Program(folder.path()).run({QStringLiteral("resolve"), s_plant});
     QVERIFY2(run.output.contains(QLatin1String("participants  7 -> 2")), qPrintable(run.output));
@@ -342,6 +347,47 @@ void SavingTest::waitsForTheOwnerOfTheBatch()
                  "configscript: <folder>/plant: is being written by configscript, process ")),
              qPrintable(run.errors));
     QCOMPARE(run.output, QStringLiteral("{\"belongsTo\":\"../plant\"}\n"));
+}
+
+// While it waits for one process, that one ends, and the network takes part in the batch of
+// another.
+void SavingTest::waitsForTheNextOwnerOfTheBatch()
+{
+    const ScratchFolder folder;
+    makeProjects(folder);
+    folder.write(QStringLiteral("third/project.json"),
+                 "{ \"moduleName\": \"pumps\", \"objectName\": \"third\" }\n");
+    Program program(folder.path());
+    program.setShellCommand(QStringLiteral(
+        "echo '{\"belongsTo\":\"../plant\"}' > network/.configscript-journal; "
+        "echo '{\"belongsTo\":\"../third\"}' > next; "
+        "flock plant/.configscript-lock sleep 1 & flock third/.configscript-lock sleep 6 & "
+        "(sleep 0.5; mv next network/.configscript-journal) & "
+        "until [ -e third/.configscript-lock ] && [ -e plant/.configscript-lock ]; do :; done; "
+        "sleep 0.1; \"$@\"; code=$?; cat network/.configscript-journal; exit $code"));
+    const ProgramRun run = program.run({QStringLiteral("list"), s_network});
+    QCOMPARE(run.errors,
+             QStringLiteral("configscript: <folder>/third: is being written by another process; "
+                            "try again when it is done\n"));
+    QCOMPARE(run.exitCode, 2);
+    QCOMPARE(run.output, QStringLiteral("{\"belongsTo\":\"../third\"}\n"));
+}
+
+// The plant is the network's owner, and locked by the same command.
+void SavingTest::recoversWhatItsOwnRunForgot()
+{
+    const ScratchFolder folder;
+    makeProjects(folder);
+    const Files before = folder.files();
+    folder.write(QStringLiteral("network/.configscript-journal"), "{\"belongsTo\":\"../plant\"}\n");
+    folder.write(QStringLiteral("network/configuration/.configscript-7.new"), s_newBus);
+    const ProgramRun run = Program(folder.path()).run({QStringLiteral("resolve"), s_plant});
+    QCOMPARE(run.errors,
+             QStringLiteral("configscript: <folder>/network: a run of another project was "
+                            "interrupted, which does not know of it any more; each file is as it "
+                            "was, or saved\n"));
+    QCOMPARE(run.exitCode, 0);
+    COMPARE_FILES(folder.files(), withNewContents(before));
 }
 
 void SavingTest::goesOnAfterADeadProcess()

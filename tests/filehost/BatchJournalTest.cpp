@@ -25,10 +25,11 @@ private Q_SLOTS:
         folder.makeFolder(QStringLiteral("plant"));
         Diagnostic error;
         BatchJournal journal(plant);
-        QVERIFY(journal.create(error));
+        QVERIFY(journal.create(7, error));
         QVERIFY(
             journal.addFile(plant + QStringLiteral("/configuration/\"größe\"\n水.json"), error));
         QVERIFY(journal.addProject(network, error));
+        QVERIFY(journal.addFolder(plant + QStringLiteral("/process/line1"), error));
         QVERIFY(journal.addFile(network + QStringLiteral("/configuration/bus.json"), error));
         auto content = BatchJournal::read(plant, error);
         QVERIFY(content);
@@ -37,12 +38,13 @@ private Q_SLOTS:
                               network + QStringLiteral("/configuration/bus.json")}));
         QCOMPARE(content->otherProjects, QStringList{network});
         QCOMPARE(content->owner, QString());
-        QCOMPARE(content->state, BatchJournal::State::Collecting);
+        QCOMPARE(content->folders, QStringList{plant + QStringLiteral("/process/line1")});
+        QCOMPARE(content->number, qint64(7));
+        QVERIFY(!content->isSaved);
 
-        QVERIFY(journal.setState(BatchJournal::State::Replacing, error));
-        QCOMPARE(BatchJournal::read(plant, error)->state, BatchJournal::State::Replacing);
-        QVERIFY(journal.setState(BatchJournal::State::Undoing, error));
-        QCOMPARE(BatchJournal::read(plant, error)->state, BatchJournal::State::Undoing);
+        QVERIFY(journal.sync(error));
+        QVERIFY(journal.setSaved(error));
+        QVERIFY(BatchJournal::read(plant, error)->isSaved);
         QVERIFY(journal.remove(error));
         QVERIFY(journal.remove(error));
         QVERIFY(!BatchJournal::read(plant, error));
@@ -55,10 +57,27 @@ private Q_SLOTS:
         const QString network = folder.path(QStringLiteral("network"));
         folder.makeFolder(QStringLiteral("network"));
         Diagnostic error;
-        BatchJournal journal(network);
-        QVERIFY(journal.create(error));
-        QVERIFY(journal.setOwner(folder.path(QStringLiteral("plant")), error));
+        const BatchJournal journal(network);
+        QVERIFY(journal.pointTo(folder.path(QStringLiteral("plant")), 7, error));
         QCOMPARE(BatchJournal::read(network, error)->owner, folder.path(QStringLiteral("plant")));
+        QCOMPARE(folder.entries(),
+                 QStringList({QStringLiteral("network"), QStringLiteral("network/") + s_name}));
+    }
+
+    void doesNotReplaceAJournalThatPoints()
+    {
+        const ProjectFolder folder;
+        folder.makeFolder(QStringLiteral("network"));
+        const QString network = folder.path(QStringLiteral("network"));
+        Diagnostic error;
+        QVERIFY(BatchJournal(network).pointTo(folder.path(QStringLiteral("plant")), 7, error));
+        QVERIFY(!BatchJournal(network).pointTo(folder.path(QStringLiteral("other")), 8, error));
+        QVERIFY2(error.toString().startsWith(network + QLatin1Char('/') + s_name
+                                             + QStringLiteral(": cannot be written: ")),
+                 qPrintable(error.toString()));
+        QCOMPARE(BatchJournal::read(network, error)->owner, folder.path(QStringLiteral("plant")));
+        QCOMPARE(folder.entries(),
+                 QStringList({QStringLiteral("network"), QStringLiteral("network/") + s_name}));
     }
 
     // The names hold when the project is somewhere else, or called otherwise.
@@ -96,7 +115,7 @@ private Q_SLOTS:
         const ProjectFolder folder;
         folder.write(s_name, "");
         Diagnostic error;
-        QVERIFY(!BatchJournal(folder.path()).create(error));
+        QVERIFY(!BatchJournal(folder.path()).create(7, error));
         QVERIFY2(error.toString().startsWith(folder.path(s_name)
                                              + QStringLiteral(": cannot be written: ")),
                  qPrintable(error.toString()));
@@ -109,7 +128,7 @@ private Q_SLOTS:
         folder.link(s_name, QStringLiteral("precious"));
         Diagnostic error;
         BatchJournal journal(folder.path());
-        QVERIFY(!journal.create(error));
+        QVERIFY(!journal.create(7, error));
         QCOMPARE(folder.read(QStringLiteral("precious")), QByteArray("kept"));
     }
 
@@ -121,7 +140,7 @@ private Q_SLOTS:
         QTest::newRow("one torn line") << QByteArray("{\"file\":\"a.js") << 0;
         QTest::newRow("a line without its end") << QByteArray("{\"file\":\"a.json\"}") << 0;
         QTest::newRow("a line and a torn one")
-            << QByteArray("{\"file\":\"a.json\"}\n{\"state\":\"repl") << 1;
+            << QByteArray("{\"file\":\"a.json\"}\n{\"state\":\"sav") << 1;
         QTest::newRow("a line and zeros") << QByteArray("{\"file\":\"a.json\"}\n\0\0\0", 22) << 1;
     }
 
@@ -135,7 +154,7 @@ private Q_SLOTS:
         const auto content = BatchJournal::read(folder.path(), error);
         QVERIFY2(content, qPrintable(error.toString()));
         QCOMPARE(content->files.size(), files);
-        QCOMPARE(content->state, BatchJournal::State::Collecting);
+        QVERIFY(!content->isSaved);
     }
 
     void refusesWhatIsNoJournal_data()
@@ -147,13 +166,16 @@ private Q_SLOTS:
         QTest::newRow("no JSON") << QByteArray("file a.json\n") << member;
         QTest::newRow("no object") << QByteArray("[\"file\"]\n") << member;
         QTest::newRow("two members")
-            << QByteArray("{\"file\":\"a\",\"state\":\"undoing\"}\n") << member;
+            << QByteArray("{\"file\":\"a\",\"state\":\"saved\"}\n") << member;
         QTest::newRow("in the second line")
-            << QByteArray("{\"file\":\"a\"}\n{\"file\":\n{\"state\":\"undoing\"}\n")
+            << QByteArray("{\"file\":\"a\"}\n{\"file\":\n{\"state\":\"saved\"}\n")
             << QStringLiteral(":2: expected an object with one member in each line");
         QTest::newRow("unknown member")
             << QByteArray("{\"delete\":\"a.json\"}\n")
             << QStringLiteral(":1: expected a member of a journal, found \"delete\"");
+        QTest::newRow("number that is none")
+            << QByteArray("{\"number\":\"1e3\"}\n")
+            << QStringLiteral(":1: expected a member of a journal, found \"number\"");
         QTest::newRow("unknown state")
             << QByteArray("{\"state\":\"done\"}\n")
             << QStringLiteral(":1: expected a member of a journal, found \"state\"");
@@ -194,11 +216,11 @@ private Q_SLOTS:
         const ProjectFolder folder;
         Diagnostic error;
         BatchJournal journal(folder.path());
-        QVERIFY(journal.create(error));
+        QVERIFY(journal.create(7, error));
         QVERIFY(journal.addFile(folder.path(QStringLiteral("a.json")), error));
         bool isAdded = true;
         {
-            const FullDisk disk(30); // half of the second line
+            const FullDisk disk(50); // half of the third line
             isAdded = journal.addFile(folder.path(QStringLiteral("b.json")), error);
         }
         QVERIFY(!isAdded);
@@ -213,10 +235,10 @@ private Q_SLOTS:
         const ProjectFolder folder;
         Diagnostic error;
         BatchJournal journal(folder.path());
-        QVERIFY(journal.create(error));
+        QVERIFY(journal.create(7, error));
         QVERIFY(journal.addFile(folder.path(QStringLiteral("a.json")), error));
         {
-            const FullDisk disk(30);
+            const FullDisk disk(50);
             QVERIFY(!journal.addFile(folder.path(QStringLiteral("b.json")), error));
         }
         error = Diagnostic();

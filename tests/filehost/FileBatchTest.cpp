@@ -5,14 +5,19 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cstdlib>
 
-Q_DECLARE_METATYPE(BatchJournal::State)
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
+
+/// How far a batch came.
+enum class Stage { Collecting, Replacing, Saved, Undoing };
 
 const QString s_plant = QStringLiteral("plant");
 const QString s_network = QStringLiteral("network");
@@ -57,28 +62,33 @@ public:
 const QByteArrayList s_old{"old", "old", "old"};
 const QByteArrayList s_new{"new", "new", "new"};
 
+constexpr qint64 s_number = 7;
+
 /// What a process that was ended leaves of a batch of the plant that changes all files to "new".
-void interrupt(const Projects &projects, BatchJournal::State state, int replaced)
+void interrupt(const Projects &projects, Stage stage, int replaced)
 {
     Diagnostic error;
     BatchJournal journal(projects.path(s_plant));
-    BatchJournal pointer(projects.path(s_network));
-    bool isDone = journal.create(error) && journal.addProject(projects.path(s_network), error)
-        && pointer.create(error) && pointer.setOwner(projects.path(s_plant), error);
+    bool isDone = journal.create(s_number, error)
+        && journal.addProject(projects.path(s_network), error)
+        && BatchJournal(projects.path(s_network))
+               .pointTo(projects.path(s_plant), s_number - 1, error);
     QVector<StagedFile> files;
     for (const QString &name : s_names) {
-        files.append(StagedFile(projects.path(name), files.size()));
+        files.append(StagedFile(projects.path(name), s_number + files.size()));
         isDone = isDone && journal.addFile(projects.path(name), error)
             && files.last().write("new", error);
     }
-    if (state != BatchJournal::State::Collecting) {
-        isDone = isDone && journal.setState(BatchJournal::State::Replacing, error);
+    for (StagedFile &file : files) {
+        isDone = isDone && (stage == Stage::Collecting || file.keep(error));
     }
     for (int i = 0; i < replaced; ++i) {
         isDone = isDone && files.at(i).replace(error);
     }
-    if (state == BatchJournal::State::Undoing) {
-        isDone = isDone && journal.setState(state, error) && files.at(0).undo(error);
+    if (stage == Stage::Saved) {
+        isDone = isDone && journal.setSaved(error) && files.at(0).discard(error);
+    } else if (stage == Stage::Undoing) {
+        isDone = isDone && files.at(0).undo(error);
     }
     if (!isDone) {
         qFatal("%s", qPrintable(error.toString()));
@@ -86,6 +96,8 @@ void interrupt(const Projects &projects, BatchJournal::State state, int replaced
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(Stage)
 
 class FileBatchTest : public StrictTest
 {
@@ -246,6 +258,16 @@ private Q_SLOTS:
         QCOMPARE(projects.entries(), entries);
     }
 
+    void leavesNothingWhenItCannotBegin()
+    {
+        const Projects projects;
+        const QStringList entries = projects.entries();
+        const FullDisk disk(5);
+        FileBatch batch(projects.path(s_plant));
+        QVERIFY(!projects.add(batch, s_a, "new"));
+        QCOMPARE(projects.entries(), entries);
+    }
+
     void restoresAllWhenOneCannotBeReplaced()
     {
         const Projects projects;
@@ -257,8 +279,6 @@ private Q_SLOTS:
         QString error;
         {
             // Neither can the old file be kept, nor the new one take its place.
-            projects.write(QStringLiteral("network/configuration/.configscript-2.old/in the way"),
-                           "");
             QVERIFY(QFile::remove(projects.path(s_bus)));
             projects.makeFolder(s_bus + QStringLiteral("/in the way"));
             QVERIFY(!batch.commit(error));
@@ -300,36 +320,37 @@ private Q_SLOTS:
 
     void recovers_data()
     {
-        QTest::addColumn<BatchJournal::State>("state");
+        QTest::addColumn<Stage>("stage");
         QTest::addColumn<int>("replaced");
         QTest::addColumn<QString>("opened");
         QTest::addColumn<QString>("move");
-        using State = BatchJournal::State;
         for (const QString &opened : {s_plant, s_network}) {
             const auto row = [&](const char *name) -> QTestData & {
                 return QTest::newRow(
                     qPrintable(QLatin1String(name) + QStringLiteral(", ") + opened));
             };
-            row("collecting") << State::Collecting << 0 << opened << QString();
-            row("nothing replaced") << State::Replacing << 0 << opened << QString();
-            row("one replaced") << State::Replacing << 1 << opened << QString();
-            row("all replaced") << State::Replacing << 3 << opened << QString();
-            row("undoing") << State::Undoing << 2 << opened << QString();
-            row("through a link") << State::Replacing << 1 << opened << QStringLiteral("link");
-            row("both moved") << State::Replacing << 1 << opened << QStringLiteral("rename");
-            row("both copied") << State::Replacing << 1 << opened << QStringLiteral("copy");
+            row("collecting") << Stage::Collecting << 0 << opened << QString();
+            row("nothing replaced") << Stage::Replacing << 0 << opened << QString();
+            row("one replaced") << Stage::Replacing << 1 << opened << QString();
+            row("all replaced") << Stage::Replacing << 3 << opened << QString();
+            row("undoing") << Stage::Undoing << 2 << opened << QString();
+            row("saved") << Stage::Saved << 3 << opened << QString();
+            row("through a link") << Stage::Replacing << 1 << opened << QStringLiteral("link");
+            row("both moved") << Stage::Replacing << 1 << opened << QStringLiteral("rename");
+            row("both copied") << Stage::Replacing << 1 << opened << QStringLiteral("copy");
+            row("saved, both copied") << Stage::Saved << 3 << opened << QStringLiteral("copy");
         }
     }
 
     void recovers()
     {
-        QFETCH(BatchJournal::State, state);
+        QFETCH(Stage, stage);
         QFETCH(int, replaced);
         QFETCH(QString, opened);
         QFETCH(QString, move);
         const Projects projects;
         const QStringList entries = projects.entries();
-        interrupt(projects, state, replaced);
+        interrupt(projects, stage, replaced);
         QString folder = projects.path();
         const QTemporaryDir elsewhere;
         QString path = projects.path(opened);
@@ -348,7 +369,7 @@ private Q_SLOTS:
             folder = elsewhere.path();
             path = elsewhere.filePath(opened);
         }
-        const bool isFinished = state == BatchJournal::State::Replacing;
+        const bool isFinished = stage == Stage::Saved;
         Diagnostic error;
         QVERIFY(FileBatch::isInterrupted(path));
         const FileBatch::Recovery recovery = FileBatch::recover(path, error);
@@ -394,14 +415,14 @@ private Q_SLOTS:
         QCOMPARE(projects.entries(), entries);
     }
 
-    // It ended after it had made the other project's journal, and before it wrote to it.
+    // It ended while it made the other project's journal.
     void recoversBeforeTheOtherProjectPointsBack()
     {
         const Projects projects;
         const QStringList entries = projects.entries();
         projects.write(QStringLiteral("plant/.configscript-journal"),
-                       "{\"alsoIn\":\"../network\"}\n");
-        projects.write(QStringLiteral("network/.configscript-journal"), "");
+                       "{\"number\":\"7\"}\n{\"alsoIn\":\"../network\"}\n");
+        projects.write(QStringLiteral("network/.configscript-6.new"), "{\"belongs");
         Diagnostic error;
         QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Undone);
         QCOMPARE(error.toString(), QString());
@@ -422,43 +443,142 @@ private Q_SLOTS:
         QCOMPARE(projects.entries(), entries);
     }
 
-    // Before the switch-over nothing has been kept that could be put back: it is older than that.
-    void putsNothingBackBeforeTheSwitchOver()
+    // What another batch left is not put back.
+    void ignoresLeftOvers()
     {
         const Projects projects;
+        FileBatch batch(projects.path(s_plant));
+        QVERIFY(projects.add(batch, s_a, "new"));
+        const QStringList staged =
+            projects.entries().filter(QRegularExpression(QStringLiteral("\\.new$")));
+        QCOMPARE(staged.size(), 1);
+        projects.write(
+            QString(staged.first()).replace(QStringLiteral(".new"), QStringLiteral(".old")),
+            "ancient");
+        QString error;
+        QVERIFY2(batch.commit(error), qPrintable(error));
+        QCOMPARE(projects.contents(), QByteArrayList({"new", "old", "old"}));
+        QVERIFY(projects.entries().filter(QStringLiteral(".configscript")).isEmpty());
+    }
+
+    // Somebody has removed it: the batch must not take it for replaced.
+    void restoresAllWhenAStagedFileIsMissing_data()
+    {
+        QTest::addColumn<bool>("exists");
+        QTest::newRow("of an old file") << true;
+        QTest::newRow("of a new file") << false;
+    }
+
+    void restoresAllWhenAStagedFileIsMissing()
+    {
+        QFETCH(bool, exists);
+        const Projects projects;
+        const QString name = QStringLiteral("plant/process/c.json");
+        if (exists) {
+            projects.write(name, "old");
+        }
         const QStringList entries = projects.entries();
-        projects.write(QStringLiteral("plant/configuration/.configscript-0.old"), "ancient");
-        projects.write(QStringLiteral("plant/.configscript-journal"),
-                       "{\"file\":\"configuration/a.json\"}\n");
-        Diagnostic error;
-        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Undone);
+        FileBatch batch(projects.path(s_plant));
+        QVERIFY(projects.add(batch, s_a, "new"));
+        QVERIFY(projects.add(batch, name, "new"));
+        const QStringList staged = projects.entries().filter(
+            QRegularExpression(QStringLiteral("^plant/process/.*\\.new$")));
+        QCOMPARE(staged.size(), 1);
+        QVERIFY(QFile::remove(projects.path(staged.first())));
+        QString error;
+        QVERIFY(!batch.commit(error));
+        QVERIFY2(error.startsWith(projects.path(name) + QStringLiteral(": cannot be written: ")),
+                 qPrintable(error));
         QCOMPARE(projects.contents(), s_old);
         QCOMPARE(projects.entries(), entries);
     }
 
-    void undoesWhatWasNotCommittedBesideLeftOvers()
+    void removesTheFoldersThatItMade_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("dropped") << QStringLiteral("drop");
+        QTest::newRow("recovered") << QStringLiteral("recover");
+        QTest::newRow("recovered through the other project") << QStringLiteral("network");
+    }
+
+    void removesTheFoldersThatItMade()
+    {
+        QFETCH(QString, how);
+        const Projects projects;
+        projects.makeFolder(QStringLiteral("plant/process/empty"));
+        const QStringList entries = projects.entries();
+        const QStringList names{QStringLiteral("plant/process/line1/pumps/p1.json"),
+                                QStringLiteral("plant/process/line1/p2.json"),
+                                QStringLiteral("plant/process/empty/p3.json"),
+                                QStringLiteral("network/configuration/line1/p4.json")};
+        if (how == QLatin1String("drop")) {
+            FileBatch batch(projects.path(s_plant));
+            for (const QString &name : names) {
+                QVERIFY(projects.add(batch, name, "new"));
+                QVERIFY(projects.add(batch, name, "newer"));
+            }
+        } else {
+            const pid_t child = fork();
+            if (child == 0) {
+                FileBatch batch(projects.path(s_plant));
+                for (const QString &name : names) {
+                    projects.add(batch, name, "new");
+                }
+                _exit(0);
+            }
+            QCOMPARE(waitpid(child, nullptr, 0), child);
+            QVERIFY(projects.entries() != entries);
+            Diagnostic error;
+            const QString opened = how == QLatin1String("network") ? s_network : s_plant;
+            QCOMPARE(FileBatch::recover(projects.path(opened), error), FileBatch::Recovery::Undone);
+            QCOMPARE(error.toString(), QString());
+        }
+        QCOMPARE(projects.entries(), entries);
+    }
+
+    void removesNoFolderOutsideItsProjects()
     {
         const Projects projects;
-        const QString leftOver = QStringLiteral("plant/configuration/.configscript-0.old");
-        projects.makeFolder(leftOver); // cannot be removed as a file
+        projects.makeFolder(QStringLiteral("elsewhere/empty"));
+        projects.write(QStringLiteral("plant/.configscript-journal"),
+                       "{\"folder\":\"../elsewhere/empty\"}\n{\"folder\":\"../network\"}\n");
+        Diagnostic error;
+        QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Undone);
+        QVERIFY(QFileInfo::exists(projects.path(QStringLiteral("elsewhere/empty"))));
+    }
+
+    // The project is reached through a link, and the folder is not there yet.
+    void knowsANewFileByEachOfItsPaths()
+    {
+        const Projects projects;
+        projects.link(QStringLiteral("link"), QStringLiteral("plant"));
         FileBatch batch(projects.path(s_plant));
-        QVERIFY(!projects.add(batch, s_a, "new"));
-        batch.drop();
-        QCOMPARE(projects.contents(), s_old);
+        QVERIFY(projects.add(batch, QStringLiteral("link/process/line1/p.json"), "first"));
+        QVERIFY(projects.add(batch, QStringLiteral("plant/process/line1/p.json"), "second"));
+        QString error;
+        QVERIFY2(batch.commit(error), qPrintable(error));
+        QCOMPARE(projects.read(QStringLiteral("plant/process/line1/p.json")), QByteArray("second"));
     }
 
     void touchesNoFileOutsideItsProjects_data()
     {
         QTest::addColumn<QByteArray>("name");
-        QTest::newRow("..") << QByteArray("../elsewhere/a.json");
-        QTest::newRow("absolute") << QByteArray("<folder>/elsewhere/a.json");
-        QTest::newRow("through a link") << QByteArray("configuration/link/a.json");
+        QTest::addColumn<QByteArray>("state");
+        for (const QByteArray &state : {QByteArray(), QByteArray("{\"state\":\"saved\"}\n")}) {
+            const auto row = [&](const QByteArray &name) -> QTestData & {
+                return QTest::newRow(name + (state.isEmpty() ? "" : ", saved"));
+            };
+            row("..") << QByteArray("../elsewhere/a.json") << state;
+            row("absolute") << QByteArray("<folder>/elsewhere/a.json") << state;
+            row("through a link") << QByteArray("configuration/link/a.json") << state;
+        }
     }
 
     // A journal that somebody else made, who knows of files that a batch left elsewhere.
     void touchesNoFileOutsideItsProjects()
     {
         QFETCH(QByteArray, name);
+        QFETCH(QByteArray, state);
         const Projects projects;
         projects.write(QStringLiteral("elsewhere/a.json"), "theirs");
         projects.write(QStringLiteral("elsewhere/.configscript-0.new"), "of another file");
@@ -466,7 +586,7 @@ private Q_SLOTS:
                       QStringLiteral("../../elsewhere"));
         name.replace("<folder>", projects.path().toUtf8());
         projects.write(QStringLiteral("plant/.configscript-journal"),
-                       "{\"file\":\"" + name + "\"}\n{\"state\":\"replacing\"}\n");
+                       "{\"file\":\"" + name + "\"}\n" + state);
         Diagnostic error;
         FileBatch::recover(projects.path(s_plant), error);
         QCOMPARE(projects.read(QStringLiteral("elsewhere/a.json")), QByteArray("theirs"));
@@ -481,7 +601,7 @@ private Q_SLOTS:
         projects.write(QStringLiteral("plant/.configscript-journal"),
                        "{\"alsoIn\":\"../network\"}\n"
                        "{\"file\":\"../network/configuration/bus.json\"}\n"
-                       "{\"state\":\"replacing\"}\n");
+                       "{\"state\":\"saved\"}\n");
         Diagnostic error;
         QCOMPARE(FileBatch::recover(projects.path(s_plant), error), FileBatch::Recovery::Finished);
         QCOMPARE(error.toString(), QString());
@@ -493,7 +613,7 @@ private Q_SLOTS:
     {
         const Projects projects;
         projects.write(QStringLiteral("plant/.configscript-journal"),
-                       "{\"alsoIn\":\"../network\"}\n{\"state\":\"replacing\"}\n");
+                       "{\"alsoIn\":\"../network\"}\n{\"state\":\"saved\"}\n");
         projects.write(QStringLiteral("network/.configscript-journal"),
                        "{\"belongsTo\":\"../third\"}\n");
         Diagnostic error;

@@ -18,7 +18,8 @@ const QString s_oldName = QStringLiteral(".configscript-7.old");
 
 StagedFile stagedFile(const ProjectFolder &folder, const QString &name = s_name)
 {
-    return StagedFile(StagedFile::realPath(folder.path(name)), 7);
+    StagedFile::RealFolders folders;
+    return StagedFile(StagedFile::realPath(folder.path(name), folders), 7);
 }
 
 struct stat statusOf(const ProjectFolder &folder, const QString &name)
@@ -69,11 +70,12 @@ private Q_SLOTS:
     {
         const ProjectFolder folder;
         folder.write(s_name, "old");
-        const StagedFile file = stagedFile(folder);
+        StagedFile file = stagedFile(folder);
         Diagnostic error;
         QVERIFY(file.write("new", error));
         QCOMPARE(folder.read(s_name), QByteArray("old"));
         QCOMPARE(folder.read(s_newName), QByteArray("new"));
+        QVERIFY(file.keep(error));
         QVERIFY(file.sync(error));
         QVERIFY(file.replace(error));
         QCOMPARE(folder.read(s_name), QByteArray("new"));
@@ -88,7 +90,7 @@ private Q_SLOTS:
     {
         const ProjectFolder folder;
         folder.write(s_name, "old");
-        const StagedFile file = stagedFile(folder);
+        StagedFile file = stagedFile(folder);
         Diagnostic error;
         QVERIFY(file.write("a longer first content", error));
         QVERIFY(file.write("new", error));
@@ -107,7 +109,7 @@ private Q_SLOTS:
         QTest::newRow("a new file") << false << true;
     }
 
-    // Each step twice: a process that ended may have done it already.
+    // Twice: a process that ended may have done it already.
     void undoes()
     {
         QFETCH(bool, exists);
@@ -117,11 +119,11 @@ private Q_SLOTS:
             folder.write(s_name, "old");
         }
         const QStringList entries = folder.entries();
-        const StagedFile file = stagedFile(folder);
+        StagedFile file = stagedFile(folder);
         Diagnostic error;
         QVERIFY(file.write("new", error));
         if (isReplaced) {
-            QVERIFY(file.replace(error));
+            QVERIFY(file.keep(error));
             QVERIFY(file.replace(error));
             QCOMPARE(folder.read(s_name), QByteArray("new"));
         }
@@ -136,9 +138,10 @@ private Q_SLOTS:
     void makesANewFile()
     {
         const ProjectFolder folder;
-        const StagedFile file = stagedFile(folder, QStringLiteral("line1/a.json"));
+        StagedFile file = stagedFile(folder, QStringLiteral("line1/a.json"));
         Diagnostic error;
         QVERIFY(file.write("new", error));
+        QVERIFY(file.keep(error));
         QVERIFY(file.sync(error));
         QVERIFY(file.replace(error));
         QVERIFY(file.discard(error));
@@ -148,6 +151,35 @@ private Q_SLOTS:
                  QStringList({QStringLiteral("line1"), QStringLiteral("line1/a.json")}));
     }
 
+    // As on a file system that has no links.
+    void replacesWithoutASecondName()
+    {
+        const ProjectFolder folder;
+        folder.write(s_name, "old");
+        StagedFile file = stagedFile(folder);
+        Diagnostic error;
+        QVERIFY(file.write("new", error));
+        QVERIFY(file.replace(error));
+        QCOMPARE(folder.read(s_name), QByteArray("new"));
+        QVERIFY(file.undo(error));
+        QCOMPARE(folder.read(s_name), QByteArray("old"));
+        QCOMPARE(folder.entries(), QStringList{s_name});
+    }
+
+    void doesNotReplaceANewFileOfSomebodyElse()
+    {
+        const ProjectFolder folder;
+        StagedFile file = stagedFile(folder);
+        Diagnostic error;
+        QVERIFY(file.write("new", error));
+        QVERIFY(file.keep(error));
+        folder.write(s_name, "theirs");
+        QVERIFY(!file.replace(error));
+        QVERIFY(file.undo(error));
+        QCOMPARE(folder.read(s_name), QByteArray("theirs"));
+        QCOMPARE(folder.entries(), QStringList{s_name});
+    }
+
     // What an earlier process left beside the file is not taken for this one's.
     void ignoresWhatIsLeftOver()
     {
@@ -155,9 +187,10 @@ private Q_SLOTS:
         folder.write(s_name, "old");
         folder.write(s_newName, "left over, and longer");
         folder.write(s_oldName, "left over");
-        const StagedFile file = stagedFile(folder);
+        StagedFile file = stagedFile(folder);
         Diagnostic error;
         QVERIFY(file.write("new", error));
+        QVERIFY(file.keep(error));
         QVERIFY(file.replace(error));
         QCOMPARE(folder.read(s_name), QByteArray("new"));
         QVERIFY(file.undo(error));
@@ -171,7 +204,7 @@ private Q_SLOTS:
         folder.write(s_name, "old");
         folder.write(QStringLiteral("precious"), "kept");
         folder.link(s_newName, QStringLiteral("precious"));
-        const StagedFile file = stagedFile(folder);
+        StagedFile file = stagedFile(folder);
         Diagnostic error;
         QVERIFY(file.write("new", error));
         QVERIFY(file.replaceFinally(error));
@@ -200,10 +233,11 @@ private Q_SLOTS:
         const ProjectFolder folder;
         folder.write(s_name, "old");
         setMode(folder, s_name, mode_t(mode));
-        const StagedFile file = stagedFile(folder);
+        StagedFile file = stagedFile(folder);
         Diagnostic error;
         QVERIFY(file.write("new", error));
         QCOMPARE(modeOf(folder, s_newName), mode);
+        QVERIFY(file.keep(error));
         QVERIFY(file.replace(error));
         QCOMPARE(modeOf(folder, s_name), mode);
         QVERIFY(file.undo(error));
@@ -224,7 +258,7 @@ private Q_SLOTS:
         const Umask umask((mode_t(mask)));
         const ProjectFolder folder;
         const QString name = QStringLiteral("line1/a.json");
-        const StagedFile file = stagedFile(folder, name);
+        StagedFile file = stagedFile(folder, name);
         Diagnostic error;
         QVERIFY(file.write("new", error));
         QCOMPARE(modeOf(folder, QStringLiteral("line1/") + s_newName), 0666 & ~mask);
@@ -242,7 +276,7 @@ private Q_SLOTS:
         folder.write(s_name, "old");
         QCOMPARE(chown(QFile::encodeName(folder.path(s_name)).constData(), 1234, 5678), 0);
         setMode(folder, s_name, 0640);
-        const StagedFile file = stagedFile(folder);
+        StagedFile file = stagedFile(folder);
         Diagnostic error;
         QVERIFY(file.write("new", error));
         QVERIFY(file.replaceFinally(error));
@@ -270,7 +304,7 @@ private Q_SLOTS:
         Diagnostic error;
         {
             const OrdinaryUser user(folder);
-            const StagedFile file = stagedFile(folder);
+            StagedFile file = stagedFile(folder);
             isReplaced = file.write("new", error) && file.replaceFinally(error);
         }
         QCOMPARE(setegid(0), 0);
@@ -336,7 +370,8 @@ private Q_SLOTS:
         folder.link(QStringLiteral("link.json"), QStringLiteral("files/a.json"));
         folder.link(QStringLiteral("folder"), QStringLiteral("files"));
         const auto real = [&](const QString &name) {
-            return StagedFile::realPath(folder.path(name));
+            StagedFile::RealFolders folders;
+            return StagedFile::realPath(folder.path(name), folders);
         };
         const QString files = QFileInfo(folder.path(QStringLiteral("files"))).canonicalFilePath();
         QCOMPARE(real(QStringLiteral("link.json")), files + QStringLiteral("/a.json"));
@@ -350,8 +385,10 @@ private Q_SLOTS:
         const ProjectFolder folder;
         folder.write(s_name, "old");
         Diagnostic error;
-        const StagedFile file(StagedFile::realPath(folder.path(s_name)), getpid());
+        StagedFile::RealFolders folders;
+        StagedFile file(StagedFile::realPath(folder.path(s_name), folders), getpid());
         QVERIFY(file.write("new", error));
+        QVERIFY(file.keep(error));
         QVERIFY(TextFile::write(folder.path(QStringLiteral("b.json")), "other", error));
         QVERIFY2(file.replace(error), qPrintable(error.toString()));
         QCOMPARE(folder.read(s_name), QByteArray("new"));
