@@ -1,6 +1,7 @@
 /**
  * A library to preload: counts the calls with which a program changes what is below a folder, and
- * lets some of them go wrong. Reading is not counted, except of what begins with ".configscript-".
+ * lets some of them go wrong. Reading is not counted, but for the opening of folders, which are
+ * synced then, and of what begins with ".configscript-".
  *
  * FAULTS_BELOW    the folder, absolute
  * FAULTS          what goes wrong, as NUMBER=HOW, separated by commas; the first call has the
@@ -11,6 +12,9 @@
  *                   a number: the call does nothing, and fails with this error
  *                   a number and "+": so do all later ones, except those that close, and, when the
  *                   disk is full (ENOSPC), those that need no space
+ *
+ * What could change a file there and is not counted ends the program with the exit code 100.
+ *
  * FAULTS_LOG      a file that gets a line for each call: its name and the path relative to the
  *                 folder; for a journal also what is written, else how many bytes
  */
@@ -21,10 +25,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -69,10 +76,17 @@ public:
             : std::string();
     }
 
-    std::string &file(int descriptor)
+    /// An open file; to close it changes something if it was opened to be written.
+    struct File
     {
-        static std::string none;
-        none.clear();
+        std::string path;
+        bool isWritable = false;
+    };
+
+    File &file(int descriptor)
+    {
+        static File none;
+        none = File();
         return descriptor >= 0 && descriptor < s_files ? m_files[descriptor] : none;
     }
 
@@ -147,7 +161,7 @@ private:
     int m_count = 0;
     int m_error = 0;
     bool m_isLasting = false;
-    std::string m_files[s_files]; ///< relative path by descriptor
+    File m_files[s_files]; ///< by descriptor
 };
 
 bool isOfBatch(const std::string &path)
@@ -167,7 +181,7 @@ int openFile(const char *path, int flags, mode_t mode)
     }
     const int file = real<int(const char *, int, ...)>("open64")(path, flags, mode);
     if (isCounted) {
-        Calls::instance().file(file) = relative;
+        Calls::instance().file(file) = {relative, (flags & (O_WRONLY | O_RDWR)) != 0};
     }
     return file;
 }
@@ -177,32 +191,60 @@ mode_t modeOf(int flags, va_list arguments)
     return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
 
-ssize_t writeFile(int file, const void *data, size_t size)
+/// @param how writes the data from its beginning up to a size
+template <typename Write>
+ssize_t writeFile(int file, const void *data, size_t size, Write how)
 {
-    const auto write = real<ssize_t(int, const void *, size_t)>("write");
-    const std::string path = Calls::instance().file(file);
+    const std::string path = Calls::instance().file(file).path;
     if (path.empty()) {
-        return write(file, data, size);
+        return how(size);
     }
     std::string text = std::to_string(size);
     if (isOfBatch(path) && path.find("-journal") != std::string::npos) {
         text.assign(static_cast<const char *>(data), size);
         text.erase(text.find_last_not_of('\n') + 1);
     }
-    const How how = Calls::instance().next("write", path + ' ' + text, true);
-    if (how == How::Fails) {
+    const How fate = Calls::instance().next("write", path + ' ' + text, true);
+    if (fate == How::Fails) {
         return -1;
     }
-    const ssize_t written = write(file, data, how == How::Works ? size : size / 2);
-    if (how == How::Torn) {
+    const ssize_t written = how(fate == How::Works ? size : size / 2);
+    if (fate == How::Torn) {
         _exit(s_exitCode);
     }
     return written;
 }
 
+ssize_t writeFileAt(int file, const void *data, size_t size, off64_t offset)
+{
+    return writeFile(file, data, size, [&](size_t some) {
+        return real<ssize_t(int, const void *, size_t, off64_t)>("pwrite64")(file, data, some,
+                                                                             offset);
+    });
+}
+
+/// What nothing is expected to call on a project: it would not be counted.
+void refuse(const char *name, const char *path)
+{
+    if (path && !Calls::instance().relative(path).empty()) {
+        std::fprintf(stderr, "%s %s is not counted\n", name, path);
+        _exit(s_exitCode + 1);
+    }
+}
+
+/// Calls a function that takes two paths, each in a folder, and is not expected.
+template <typename... Arguments>
+int refusedAt(const char *name, int fromFolder, const char *from, int toFolder, const char *to,
+              Arguments... arguments)
+{
+    refuse(name, to);
+    return real<int(int, const char *, int, const char *, Arguments...)>(name)(
+        fromFolder, from, toFolder, to, arguments...);
+}
+
 int syncFile(const char *name, int file)
 {
-    const std::string path = Calls::instance().file(file);
+    const std::string path = Calls::instance().file(file).path;
     return !path.empty() && Calls::instance().next(name, path, false) == How::Fails
         ? -1
         : real<int(int)>(name)(file);
@@ -233,7 +275,7 @@ int onPaths(const char *name, bool needsSpace, const char *from, const char *to)
 template <typename... Arguments>
 int onFile(const char *name, int file, Arguments... arguments)
 {
-    const std::string path = Calls::instance().file(file);
+    const std::string path = Calls::instance().file(file).path;
     return !path.empty() && Calls::instance().next(name, path, false) == How::Fails
         ? -1
         : real<int(int, Arguments...)>(name)(file, arguments...);
@@ -263,14 +305,28 @@ __attribute__((visibility("default"))) int open64(const char *path, int flags, .
 
 __attribute__((visibility("default"))) ssize_t write(int file, const void *data, size_t size)
 {
-    return writeFile(file, data, size);
+    return writeFile(file, data, size, [&](size_t some) {
+        return real<ssize_t(int, const void *, size_t)>("write")(file, data, some);
+    });
+}
+
+__attribute__((visibility("default"))) ssize_t pwrite(int file, const void *data, size_t size,
+                                                      off_t offset)
+{
+    return writeFileAt(file, data, size, offset);
+}
+
+__attribute__((visibility("default"))) ssize_t pwrite64(int file, const void *data, size_t size,
+                                                        off64_t offset)
+{
+    return writeFileAt(file, data, size, offset);
 }
 
 __attribute__((visibility("default"))) int close(int file)
 {
-    const std::string path = Calls::instance().file(file);
-    Calls::instance().file(file).clear();
-    const bool fails = !path.empty() && Calls::instance().next("close", path, false) == How::Fails;
+    const auto closed = std::exchange(Calls::instance().file(file), {});
+    const bool fails =
+        closed.isWritable && Calls::instance().next("close", closed.path, false) == How::Fails;
     const int error = errno;
     const int result = real<int(int)>("close")(file); // it is closed in any case
     errno = fails ? error : errno;
@@ -290,6 +346,11 @@ __attribute__((visibility("default"))) int fdatasync(int file)
 __attribute__((visibility("default"))) int syncfs(int file) noexcept
 {
     return syncFile("syncfs", file);
+}
+
+__attribute__((visibility("default"))) int flock(int file, int operation) noexcept
+{
+    return onFile("flock", file, operation);
 }
 
 __attribute__((visibility("default"))) int rename(const char *from, const char *to) noexcept
@@ -332,23 +393,104 @@ __attribute__((visibility("default"))) int fchown(int file, uid_t user, gid_t gr
     return onFile("fchown", file, user, group);
 }
 
+__attribute__((visibility("default"))) int ftruncate(int file, off_t size) noexcept
+{
+    return onFile("ftruncate", file, size);
+}
+
 __attribute__((visibility("default"))) int ftruncate64(int file, off64_t size) noexcept
 {
     return onFile("ftruncate64", file, size);
 }
 
-// What nothing is expected to call on a project: it would not be counted.
 __attribute__((visibility("default"))) int openat64(int folder, const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
     const mode_t mode = modeOf(flags, arguments);
     va_end(arguments);
-    if ((flags & (O_WRONLY | O_RDWR | O_CREAT)) != 0 && !Calls::instance().relative(path).empty()) {
-        std::fprintf(stderr, "openat %s is not counted\n", path);
-        _exit(s_exitCode + 1);
+    if ((flags & (O_WRONLY | O_RDWR | O_CREAT)) != 0) {
+        refuse("openat", path);
     }
     return real<int(int, const char *, int, ...)>("openat64")(folder, path, flags, mode);
+}
+
+__attribute__((visibility("default"))) int openat(int folder, const char *path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeOf(flags, arguments);
+    va_end(arguments);
+    return openat64(folder, path, flags, mode);
+}
+
+__attribute__((visibility("default"))) int renameat(int fromFolder, const char *from, int toFolder,
+                                                    const char *to) noexcept
+{
+    return refusedAt("renameat", fromFolder, from, toFolder, to);
+}
+
+__attribute__((visibility("default"))) int renameat2(int fromFolder, const char *from, int toFolder,
+                                                     const char *to, unsigned flags) noexcept
+{
+    return refusedAt("renameat2", fromFolder, from, toFolder, to, flags);
+}
+
+__attribute__((visibility("default"))) int linkat(int fromFolder, const char *from, int toFolder,
+                                                  const char *to, int flags) noexcept
+{
+    return refusedAt("linkat", fromFolder, from, toFolder, to, flags);
+}
+
+__attribute__((visibility("default"))) int unlinkat(int folder, const char *path,
+                                                    int flags) noexcept
+{
+    refuse("unlinkat", path);
+    return real<int(int, const char *, int)>("unlinkat")(folder, path, flags);
+}
+
+__attribute__((visibility("default"))) int symlink(const char *to, const char *path) noexcept
+{
+    refuse("symlink", path);
+    return real<int(const char *, const char *)>("symlink")(to, path);
+}
+
+__attribute__((visibility("default"))) int truncate64(const char *path, off64_t size) noexcept
+{
+    refuse("truncate", path);
+    return real<int(const char *, off64_t)>("truncate64")(path, size);
+}
+
+__attribute__((visibility("default"))) FILE *fopen64(const char *path, const char *mode)
+{
+    if (std::strpbrk(mode, "wa+")) {
+        refuse("fopen", path);
+    }
+    return real<FILE *(const char *, const char *)>("fopen64")(path, mode);
+}
+
+__attribute__((visibility("default"))) FILE *fopen(const char *path, const char *mode)
+{
+    return fopen64(path, mode);
+}
+
+// The only one that the program makes itself is one that looks for a file (openat2).
+__attribute__((visibility("default"))) long syscall(long number, ...) noexcept
+{
+    va_list list;
+    va_start(list, number);
+    long arguments[6];
+    for (long &argument : arguments) {
+        argument = va_arg(list, long);
+    }
+    va_end(list);
+    const bool isOpening = number == SYS_openat2
+        && (*reinterpret_cast<const unsigned long long *>(arguments[2]) & O_PATH) == 0;
+    if (isOpening || number == SYS_renameat2) {
+        refuse("syscall", reinterpret_cast<const char *>(arguments[isOpening ? 1 : 3]));
+    }
+    return real<long(long, ...)>("syscall")(number, arguments[0], arguments[1], arguments[2],
+                                            arguments[3], arguments[4], arguments[5]);
 }
 
 } // extern "C"
