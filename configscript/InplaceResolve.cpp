@@ -7,6 +7,7 @@
 #include "configscript/LineDiff.h"
 #include "configscript/OmittedRuns.h"
 #include "configscript/ProgressLine.h"
+#include "configscript/ProjectCheck.h"
 #include "configscript/RunRecorder.h"
 #include "configscript/ScriptWatchdog.h"
 #include "configscript/SilentLog.h"
@@ -67,7 +68,16 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
         return ExitCode::unusable;
     }
     const QStringList instances = selectedInstances();
-    RunReport report = resolve(root, instances);
+    const QMap<QString, QSharedPointer<FileTreeNode>> nodes = nodesOf(instances, *root);
+    ScriptWatchdog watchdog(m_timeout);
+    const auto findings = ProjectCheck(m_project, watchdog).checkWalls(nodes.values().toVector());
+    if (!findings.isEmpty()) {
+        Diagnostic place = findings.constFirst().place;
+        place.file = QDir::cleanPath(m_project.path() + QLatin1Char('/') + place.file);
+        Output::error(place.toString());
+        return ExitCode::unusable;
+    }
+    RunReport report = resolve(root, nodes, watchdog);
     report.notRun = omittedRuns(instances, report.runs, [&](const QString &instance) {
         return QStringLiteral("see the messages; the tree is that of \"%1\"").arg(m_rootInstance)
             + (instance.startsWith(m_rootInstance) ? QString()
@@ -151,8 +161,22 @@ QStringList InplaceResolve::selectedInstances() const
     return instances;
 }
 
+QMap<QString, QSharedPointer<FileTreeNode>> InplaceResolve::nodesOf(const QStringList &instances,
+                                                                    const FileTreeNode &root) const
+{
+    QMap<QString, QSharedPointer<FileTreeNode>> nodes;
+    for (const QString &instance : instances) {
+        const auto node = root.getNode(instance.mid(m_rootInstance.size() + 1));
+        if (instance.startsWith(m_rootInstance) && !node.isNull()) {
+            nodes.insert(instance, node.staticCast<FileTreeNode>());
+        }
+    }
+    return nodes;
+}
+
 RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
-                                  const QStringList &instances) const
+                                  const QMap<QString, QSharedPointer<FileTreeNode>> &nodes,
+                                  ScriptWatchdog &watchdog) const
 {
     HostSession session(m_project.units(), HostSession::Writing::Nothing);
     const TextManager textManager(m_project.texts());
@@ -165,18 +189,14 @@ RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
             textManager, &acceptAllObjects);
     }
     ProgressLine progress(ProgressLine::Visibility::Never);
-    ScriptWatchdog watchdog(m_timeout);
     RunRecorder recorder(m_project, progress, watchdog, [&resolver](bool isInterrupted) {
         resolver->setInterrupted(isInterrupted);
     });
     recorder.setRecordsWrites(true);
     const QString key =
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
-    for (const QString &instance : instances) {
-        const auto node = root->getNode(instance.mid(m_rootInstance.size() + 1));
-        if (instance.startsWith(m_rootInstance) && !node.isNull()) {
-            recorder.setScript(instance, node->getProperty(key).toString());
-        }
+    for (auto node = nodes.cbegin(); node != nodes.cend(); ++node) {
+        recorder.setScript(node.key(), (*node)->getProperty(key).toString());
     }
     session.setObserver(&recorder);
     resolver->setRunObserver(&recorder);

@@ -3,6 +3,8 @@
 #include "configscript/Output.h"
 #include "configscript/RunReport.h"
 
+#include <QMap>
+#include <QSharedPointer>
 #include <QString>
 #include <QStringList>
 
@@ -10,6 +12,7 @@
 
 class FileTreeNode;
 class Project;
+class ScriptWatchdog;
 struct Diagnostic;
 
 /// Resolves the dependencies of an instance inside one tree file.
@@ -34,7 +37,11 @@ public:
 private:
     bool write(const FileTreeNode &root, Diagnostic &error) const;
     QStringList selectedInstances() const;
-    RunReport resolve(const QSharedPointer<FileTreeNode> &root, const QStringList &instances) const;
+    QMap<QString, QSharedPointer<FileTreeNode>> nodesOf(const QStringList &instances,
+                                                        const FileTreeNode &root) const;
+    RunReport resolve(const QSharedPointer<FileTreeNode> &root,
+                      const QMap<QString, QSharedPointer<FileTreeNode>> &nodes,
+                      ScriptWatchdog &watchdog) const;
 
     const Project &m_project;
     QString m_treePath;

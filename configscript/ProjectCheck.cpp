@@ -107,14 +107,10 @@ QVector<Finding> ProjectCheck::checkInstances(const Manifest &manifest,
     return sorted();
 }
 
-QVector<Finding> ProjectCheck::checkWalls(const QStringList &instances)
+QVector<Finding> ProjectCheck::checkWalls(const QVector<QSharedPointer<FileTreeNode>> &instances)
 {
-    for (const QString &instance : instances) {
-        Diagnostic error;
-        const auto root = m_project.readTree(FileTree::Kind::Configuration, instance, error);
-        if (!root.isNull()) {
-            nameScript(*root, ScriptKind::Dependency);
-        }
+    for (const auto &instance : instances) {
+        nameScript(*instance, ScriptKind::Dependency);
     }
     for (const NamedScript &script : qAsConst(m_scripts)) {
         const QFileInfo file(scriptPath(script.kind, script.fileName));

@@ -16,6 +16,7 @@
 #include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
 #include "filehost/FileBatch.h"
+#include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
@@ -24,6 +25,24 @@
 #include <QJsonObject>
 
 #include <algorithm>
+
+namespace {
+
+QVector<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,
+                                                    const QStringList &instances)
+{
+    QVector<QSharedPointer<FileTreeNode>> roots;
+    for (const QString &instance : instances) {
+        Diagnostic ignored; // told later, as the reason why it does not run
+        const auto root = project.readTree(FileTree::Kind::Configuration, instance, ignored);
+        if (!root.isNull()) {
+            roots.append(root);
+        }
+    }
+    return roots;
+}
+
+} // namespace
 
 ResolveCommand::ResolveCommand(CLI::App &program)
     : Command(program, "resolve",
@@ -118,8 +137,8 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
     HostSession session(project.units(),
                         m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
     ProjectCheck check(project, watchdog);
-    const auto findings =
-        m_isUnchecked ? check.checkWalls(instances) : check.checkInstances(manifest, instances);
+    const auto findings = m_isUnchecked ? check.checkWalls(readableTrees(project, instances))
+                                        : check.checkInstances(manifest, instances);
     if (Findings::hasErrors(findings)) {
         refuse(project, findings, output);
         return ExitCode::failure;

@@ -48,7 +48,8 @@ QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
         const QString real = QFileInfo(given).canonicalFilePath();
         folder = real.isEmpty() ? realPath(given, realFolders) : real;
     }
-    return folder + QLatin1Char('/') + absolutePath.mid(nameBegin);
+    const QString path = folder + QLatin1Char('/') + absolutePath.mid(nameBegin);
+    return path == filePath ? filePath : path; // mostly it is, and takes no memory then
 }
 
 QByteArray StagedFile::folder() const

@@ -661,6 +661,15 @@ void InplaceResolveTest::refusesWhatItCannotRead_data()
         << s_pumpFile << QByteArray("{ \"properties\": {\n ] }")
         << QStringLiteral("<folder>/plant/configuration/pump.json:2:2: expected a member's name in "
                           "double quotes, or '}', found ']'");
+    QTest::newRow("script outside of the project")
+        << s_pumpFile
+        << QByteArray("{ \"properties\": { \"dependencyFileExtern\": \"../../x.js\" } }")
+        << QStringLiteral(
+               "<folder>/plant/configuration/pump.json:1:43: \"../../x.js\" leads out of "
+               "the scripts' folder");
+    QTest::newRow("script is a folder")
+        << s_pumpFile << QByteArray("{ \"properties\": { \"dependencyFileExtern\": \".\" } }")
+        << QStringLiteral("<folder>/plant/dependency: cannot be read: it is no file");
     QTest::newRow("no project") << QStringLiteral("plant/project.json") << QByteArray()
                                 << QStringLiteral("plant/configuration/pump.json: no project.json "
                                                   "in a folder above it; name the project");
