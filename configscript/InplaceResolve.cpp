@@ -70,7 +70,7 @@ int InplaceResolve::run(Writing writing, Format format, Output &output) const
     const QStringList instances = selectedInstances();
     const QMap<QString, QSharedPointer<FileTreeNode>> nodes = nodesOf(instances, *root);
     ScriptWatchdog watchdog(m_timeout);
-    const auto findings = ProjectCheck(m_project, watchdog).checkWalls(nodes.values().toVector());
+    const auto findings = ProjectCheck(m_project, watchdog).checkWalls(nodes.values());
     if (!findings.isEmpty()) {
         Diagnostic place = findings.constFirst().place;
         place.file = QDir::cleanPath(m_project.path() + QLatin1Char('/') + place.file);

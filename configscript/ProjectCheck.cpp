@@ -107,7 +107,7 @@ QVector<Finding> ProjectCheck::checkInstances(const Manifest &manifest,
     return sorted();
 }
 
-QVector<Finding> ProjectCheck::checkWalls(const QVector<QSharedPointer<FileTreeNode>> &instances)
+QVector<Finding> ProjectCheck::checkWalls(const QList<QSharedPointer<FileTreeNode>> &instances)
 {
     for (const auto &instance : instances) {
         nameScript(*instance, ScriptKind::Dependency);

@@ -24,7 +24,7 @@ public:
 
     /// Which of these instances' scripts must not be opened, because of what they are or where they
     /// lie. Nothing is evaluated.
-    QVector<Finding> checkWalls(const QVector<QSharedPointer<FileTreeNode>> &instances);
+    QVector<Finding> checkWalls(const QList<QSharedPointer<FileTreeNode>> &instances);
 
     /// Everything, by file and line.
     QVector<Finding> checkAll(const Manifest &manifest);

@@ -28,10 +28,10 @@
 
 namespace {
 
-QVector<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,
-                                                    const QStringList &instances)
+QList<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,
+                                                  const QStringList &instances)
 {
-    QVector<QSharedPointer<FileTreeNode>> roots;
+    QList<QSharedPointer<FileTreeNode>> roots;
     for (const QString &instance : instances) {
         Diagnostic ignored; // told later, as the reason why it does not run
         const auto root = project.readTree(FileTree::Kind::Configuration, instance, ignored);

@@ -124,7 +124,8 @@ int JsonText::member(int index, const QString &key) const
 
 const JsonText::Members &JsonText::largeObject(int index) const
 {
-    Members &members = m_largeObjects[index];
+    // Nobody else shares the table.
+    Members &members = m_largeObjects[index]; // clazy:exclude=detaching-member
     if (members.isEmpty()) {
         const int end = element(index).next;
         for (int i = firstChild(index); i < end; i = element(i + 1).next) {

@@ -79,7 +79,6 @@ QString Project::scriptError(const QString &folder, const QString &fileName) con
         || QDir::isAbsolutePath(clean) || fileName.contains(QChar::Null)) {
         return QStringLiteral("\"%1\" leads out of the scripts' folder").arg(fileName);
     }
-    const QString filePath = folder + QLatin1Char('/') + fileName;
     return Walls::liesInside(m_path, folder + QLatin1Char('/') + fileName)
         ? QString()
         : QStringLiteral("\"%1\": a link leads out of the project folder").arg(fileName);
