@@ -1,9 +1,18 @@
 #include "JavaScript/JavaScriptRunObserver.h"
 
+#include "DependencySupport.h"
 #include "HandlerFixture.h"
+#include "JavaScript/JavaScriptDependencyResolver.h"
+#include "JavaScript/JavaScriptInplaceDependencyResolver.h"
 #include "support/StrictTest.h"
+#include "support/TestHost.h"
+#include "support/TestProject.h"
 
+#include <QMetaMethod>
 #include <QTest>
+
+#include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -39,6 +48,56 @@ public:
 private:
     QStringList &m_calls;
 };
+
+/// Records the calls of the API and the instances, too.
+class CallObserver : public RecordingObserver
+{
+public:
+    explicit CallObserver(QStringList &calls)
+        : RecordingObserver(calls)
+        , m_calls(calls)
+    {
+    }
+
+    void instanceBegins(const QString &instanceName) override
+    {
+        m_calls.append(callText("instanceBegins", instanceName));
+    }
+
+    void apiCalled(const QByteArray &operation, const QStringList &texts) override
+    {
+        m_calls.append(callText("apiCalled", operation, texts));
+    }
+
+private:
+    QStringList &m_calls;
+};
+
+struct CallFixture : HandlerFixture
+{
+    CallFixture() { handler.setRunObserver(&observer); }
+
+    /// The calls of the API and their effects since the last time, without the run around them.
+    QStringList takeApiCalls()
+    {
+        QStringList calls = takeCalls();
+        for (int i = calls.size() - 1; i >= 0; --i) {
+            if (calls.at(i).startsWith(QLatin1String("runBegins("))
+                || calls.at(i).startsWith(QLatin1String("runEnded("))
+                || calls.at(i).startsWith(QLatin1String("exceptionThrown("))) {
+                calls.removeAt(i);
+            }
+        }
+        return calls;
+    }
+
+    CallObserver observer{calls};
+};
+
+QString stationUrl(const QString &instance)
+{
+    return TestHost::configUrl(QStringLiteral("pumps"), QStringLiteral("station"), instance);
+}
 
 struct ObserverFixture : HandlerFixture
 {
@@ -261,6 +320,364 @@ private Q_SLOTS:
         QCOMPARE(observed.takeCalls(), plain.takeCalls());
         QCOMPARE(observed.takeEmissions(), plain.takeEmissions());
         QCOMPARE(observed.takeErrorIds(), plain.takeErrorIds());
+    }
+
+    // Calls of the API
+
+    void hearsOfACallBeforeItsEffect_data()
+    {
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<QString>("reported");
+        QTest::addColumn<QString>("effect"); // the first; empty for none outside the API
+
+        QTest::newRow("getProperty") << "api.getProperty('motor', 'speed')"
+                                     << R"(apiCalled("getProperty", ("motor", "speed")))"
+                                     << R"(root.getNode("motor"))";
+        QTest::newRow("setProperty") << "api.setProperty('motor', 'speed', 'text')"
+                                     << R"(apiCalled("setProperty", ("motor", "speed")))"
+                                     << R"(root.getNode("motor"))";
+        QTest::newRow("getPropertyExtern") << "api.getPropertyExtern(url, 'speed')"
+                                           << R"(apiCalled("getPropertyExtern", ("%1", "speed")))"
+                                           << R"(handler.getRootPointer("%1"))";
+        QTest::newRow("setPropertyExtern") << "api.setPropertyExtern(url, 'speed', { a: 'text' })"
+                                           << R"(apiCalled("setPropertyExtern", ("%1", "speed")))"
+                                           << R"(handler.getRootPointer("%1"))";
+        QTest::newRow("setError with a value") << "api.setError('motor', 'hot', 'text')"
+                                               << R"(apiCalled("setError", ("motor", "hot")))"
+                                               << "";
+        QTest::newRow("setError") << "api.setError('motor', 'hot')"
+                                  << R"(apiCalled("setError", ("motor", "hot")))"
+                                  << "";
+        QTest::newRow("isUrlValid") << "api.isUrlValid('motor')"
+                                    << R"(apiCalled("isUrlValid", ("motor")))"
+                                    << R"(root.isUrlValid("motor"))";
+        QTest::newRow("getAllUnitTexts") << "api.getAllUnitTexts('bar')"
+                                         << R"(apiCalled("getAllUnitTexts", ()))"
+                                         << "";
+        QTest::newRow("getHostTypeName") << "api.getHostTypeName()"
+                                         << R"(apiCalled("getHostTypeName", ()))"
+                                         << "";
+        QTest::newRow("getListOfNodeInstancesWithText")
+            << "api.getListOfNodeInstancesWithText(url, true)"
+            << R"(apiCalled("getListOfNodeInstancesWithText", ("%1")))"
+            << R"(handler.getRootPointer("%1"))";
+        QTest::newRow("converted texts")
+            << "api.getProperty({ toString: function() { return 'motor'; } }, 42)"
+            << R"(apiCalled("getProperty", ("motor", "42")))"
+            << R"(root.getNode("motor"))";
+        QTest::newRow("empty texts") << "api.getProperty('', '')"
+                                     << R"(apiCalled("getProperty", ("", "")))"
+                                     << R"(root.getNode(""))";
+        QTest::newRow("too many arguments") << "api.isUrlValid('motor', 'speed', 1)"
+                                            << R"(apiCalled("isUrlValid", ("motor")))"
+                                            << R"(root.isUrlValid("motor"))";
+    }
+
+    void hearsOfACallBeforeItsEffect()
+    {
+        QFETCH(QString, call);
+        QFETCH(QString, reported);
+        QFETCH(QString, effect);
+        CallFixture fixture;
+        const auto root = fixture.makeRoot();
+        fixture.rootPointerHandler.root = root;
+        fixture.initialize(
+            QStringLiteral("function onSave(api, url) { %1; api.getHostTypeName(); }").arg(call));
+        const QString url = TestHost::configUrl(QStringLiteral("pumps"), QStringLiteral("station"),
+                                                QStringLiteral("line1"));
+        QVERIFY(fixture.handler.callFunctionOnSave(url));
+
+        const QStringList calls = fixture.takeApiCalls();
+        const QString last = QStringLiteral("apiCalled(\"getHostTypeName\", ())");
+        QCOMPARE(calls.first(),
+                 reported.contains(QLatin1String("%1")) ? reported.arg(url) : reported);
+        QCOMPARE(calls.last(), last);
+        QCOMPARE(calls.filter(QStringLiteral("apiCalled(")).size(), 2);
+        const QString second = effect.isEmpty()    ? last
+            : effect.contains(QLatin1String("%1")) ? effect.arg(url)
+                                                   : effect;
+        QCOMPARE(calls.value(1), second);
+    }
+
+    // The rows above cover what scripts can call, whatever that is.
+    void theCallsAreAllThatScriptsCanCall()
+    {
+        CallFixture fixture;
+        fixture.initialize(QStringLiteral("function onSave(api, call) { eval(call); }"));
+        const QMetaObject &metaObject = JavaScriptApi::staticMetaObject;
+        for (int i = metaObject.methodOffset(); i < metaObject.methodCount(); ++i) {
+            const QMetaMethod method = metaObject.method(i);
+            QStringList arguments;
+            QStringList texts;
+            for (int j = 0; j < method.parameterCount(); ++j) {
+                const QString text = QStringLiteral("text %1").arg(j);
+                arguments.append(QLatin1Char('\'') + text + QLatin1Char('\''));
+                if (method.parameterType(j) == QMetaType::QString) {
+                    texts.append(text);
+                }
+            }
+            const QString call =
+                QStringLiteral("api.%1(%2)")
+                    .arg(QString::fromUtf8(method.name()), arguments.join(QStringLiteral(", ")));
+            QVERIFY2(fixture.handler.callFunctionOnSave(call), qPrintable(call));
+            QCOMPARE(fixture.takeApiCalls().filter(QStringLiteral("apiCalled(")),
+                     QStringList({callText("apiCalled", method.name(), texts)}));
+        }
+        takeMessages();
+    }
+
+    void hearsOfEachCallInOrder()
+    {
+        CallFixture fixture;
+        fixture.initialize(QStringLiteral("function onOpen(api) {"
+                                          "    for (var i = 0; i < 3; ++i) {"
+                                          "        api.setError('motor', 'hot' + i);"
+                                          "    }"
+                                          "    throw new Error('no');"
+                                          "}"));
+        QVERIFY(!fixture.handler.callFunctionOnOpen());
+        QCOMPARE(takeMessages().size(), 2);
+        const QStringList calls = fixture.takeCalls();
+        QCOMPARE(calls.mid(0, 5),
+                 QStringList({QStringLiteral("runBegins(\"onOpen\", \"\")"),
+                              QStringLiteral("apiCalled(\"setError\", (\"motor\", \"hot0\"))"),
+                              QStringLiteral("apiCalled(\"setError\", (\"motor\", \"hot1\"))"),
+                              QStringLiteral("apiCalled(\"setError\", (\"motor\", \"hot2\"))"),
+                              QStringLiteral("exceptionThrown(1, \"Error: no\")")}));
+    }
+
+    void hearsNothingOfWhatIsNoCallOfAnOperation_data()
+    {
+        QTest::addColumn<QString>("statement");
+        QTest::newRow("too few arguments") << "api.getProperty('motor')";
+        QTest::newRow("no overload") << "api.setError()";
+        QTest::newRow("look-up") << "api.getProperty";
+        QTest::newRow("property") << "api.objectName = 'x'; api.objectName";
+        QTest::newRow("signal") << "api.objectNameChanged('x')";
+        QTest::newRow("destroy") << "api.destroy()";
+        QTest::newRow("toString") << "api.toString(); String(api)";
+        QTest::newRow("own function") << "api.own = function() {}; api.own()";
+    }
+
+    void hearsNothingOfWhatIsNoCallOfAnOperation()
+    {
+        QFETCH(QString, statement);
+        CallFixture fixture;
+        fixture.initialize(
+            QStringLiteral("function onOpen(api) { try { %1 } catch (e) {} }").arg(statement));
+        QVERIFY(fixture.handler.callFunctionOnOpen());
+        QCOMPARE(fixture.takeApiCalls(), QStringList());
+        takeMessages();
+    }
+
+    // The engine takes the text of the exception for the argument, and goes on.
+    void hearsOfACallWhoseTextThrows()
+    {
+        CallFixture fixture;
+        fixture.initialize(QStringLiteral("function onOpen(api) {"
+                                          "    api.isUrlValid({ toString: function() {"
+                                          "        throw new Error('no'); } });"
+                                          "}"));
+        QVERIFY(fixture.handler.callFunctionOnOpen());
+        QCOMPARE(fixture.takeApiCalls(),
+                 QStringList({QStringLiteral("apiCalled(\"isUrlValid\", (\"Error: no\"))"),
+                              QStringLiteral("root.isUrlValid(\"Error: no\")")}));
+    }
+
+    void hearsNothingOfCallsFromElsewhere()
+    {
+        CallFixture fixture;
+        fixture.initialize(QStringLiteral("function onOpen() {}"));
+        const QString motor = QStringLiteral("motor");
+        const QString speed = QStringLiteral("speed");
+        fixture.api.getProperty(motor, speed);
+        fixture.api.setProperty(motor, speed, 1);
+        fixture.api.setError(motor, speed);
+        QVERIFY(QMetaObject::invokeMethod(&fixture.api, "setError", Q_ARG(QString, motor),
+                                          Q_ARG(QString, speed)));
+        QVERIFY(fixture.takeCalls().filter(QStringLiteral("apiCalled")).isEmpty());
+    }
+
+    void hearsOfNoCallOnceItIsReplaced()
+    {
+        CallFixture fixture;
+        fixture.initialize(QStringLiteral("function onOpen(api) { api.getHostTypeName(); }"));
+        QStringList otherCalls;
+        CallObserver other(otherCalls);
+        fixture.handler.setRunObserver(&other);
+        fixture.handler.callFunctionOnOpen();
+        QCOMPARE(fixture.takeCalls(), QStringList());
+        QCOMPARE(otherCalls.filter(QStringLiteral("apiCalled")).size(), 1);
+
+        fixture.handler.setRunObserver(nullptr);
+        fixture.handler.callFunctionOnOpen();
+        QCOMPARE(fixture.takeCalls(), QStringList());
+        QCOMPARE(otherCalls.filter(QStringLiteral("apiCalled")).size(), 1);
+    }
+
+    void hearsOfNoCallOfALaterHandler()
+    {
+        ApiFixture collaborators;
+        const QString script =
+            QStringLiteral("function onOpen(api) { api.getHostTypeName(); return true; }");
+        QStringList calls;
+        {
+            CallObserver observer(calls);
+            JavaScriptHandler handler(collaborators.api, nullptr);
+            handler.setRunObserver(&observer);
+            handler.initializeHandler(collaborators.makeRoot(), script, QString());
+            QVERIFY(handler.callFunctionOnOpen());
+            QCOMPARE(calls.filter(QStringLiteral("apiCalled")).size(), 1);
+        }
+        JavaScriptHandler handler(collaborators.api, nullptr);
+        handler.initializeHandler(collaborators.makeRoot(), script, QString());
+        QVERIFY(handler.callFunctionOnOpen());
+        QCOMPARE(calls.filter(QStringLiteral("apiCalled")).size(), 1);
+    }
+
+    // As it happens where a handler takes the place of another one on the same API.
+    void hearsOfCallsWhenAnEarlierHandlerIsGone()
+    {
+        ApiFixture collaborators;
+        QStringList calls;
+        CallObserver observer(calls);
+        auto earlier = std::make_unique<JavaScriptHandler>(collaborators.api, nullptr);
+        JavaScriptHandler handler(collaborators.api, nullptr);
+        handler.setRunObserver(&observer);
+        earlier.reset();
+        handler.initializeHandler(collaborators.makeRoot(),
+                                  QStringLiteral("function onOpen(api) { api.getHostTypeName(); }"),
+                                  QString());
+        QVERIFY(handler.callFunctionOnOpen());
+        QCOMPARE(calls.filter(QStringLiteral("apiCalled")).size(), 1);
+    }
+
+    // Instances of a resolver
+
+    void hearsOfAnInstanceBeforeItsRuns()
+    {
+        TestProject project;
+        writeMarkers(project);
+        for (const QString &instance : instances()) {
+            project.storeConfiguration(
+                instance,
+                DependencySupport::dependentTree(instance == instances().last()
+                                                     ? QStringLiteral("broken.js")
+                                                     : QStringLiteral("mark.js")));
+        }
+        const auto texts = TestHost::makeTextManager({});
+        JavaScriptDependencyResolver resolver(
+            project.path(), QStringLiteral("pumps"), QStringLiteral("station"),
+            TestHost::makeProviders({}), *texts, {{QStringLiteral("station"), project.path()}},
+            nullptr);
+        QStringList calls;
+        CallObserver observer(calls);
+        resolver.setRunObserver(&observer);
+        resolver.resolveAllDependencies();
+        takeMessages();
+        compareInstanceRuns(calls);
+
+        calls.clear();
+        resolver.setRunObserver(nullptr);
+        resolver.resolveAllDependencies();
+        takeMessages();
+        QCOMPARE(calls, QStringList());
+    }
+
+    void hearsOfAnInstanceInATreeBeforeItsRuns()
+    {
+        TestProject project;
+        writeMarkers(project);
+        QJsonObject children;
+        for (const QString &instance : instances()) {
+            children.insert(instance.section(QLatin1Char('/'), 1),
+                            DependencySupport::dependentNode(instance == instances().last()
+                                                                 ? QStringLiteral("broken.js")
+                                                                 : QStringLiteral("mark.js")));
+        }
+        const auto root = TestHost::makeTree(
+            QJsonDocument(QJsonObject{{QStringLiteral("children"), children}}).toJson());
+        const auto texts = TestHost::makeTextManager({});
+        JavaScriptInplaceDependencyResolver resolver(project.path(), QStringLiteral("pumps"),
+                                                     QStringLiteral("station"),
+                                                     QStringLiteral("plant"), *texts, nullptr);
+        QStringList calls;
+        CallObserver observer(calls);
+        resolver.setRunObserver(&observer);
+        resolver.resolveDependencies(QStringLiteral("plant"), root);
+        takeMessages();
+        compareInstanceRuns(calls);
+    }
+
+    void hearsOfNoInstanceWithoutAScript()
+    {
+        TestProject project;
+        project.listInstances({QStringLiteral("line1")});
+        project.storeConfiguration(QStringLiteral("line1"), "{}");
+        const auto texts = TestHost::makeTextManager({});
+        JavaScriptDependencyResolver resolver(
+            project.path(), QStringLiteral("pumps"), QStringLiteral("station"),
+            TestHost::makeProviders({}), *texts, {{QStringLiteral("station"), project.path()}},
+            nullptr);
+        QStringList calls;
+        CallObserver observer(calls);
+        resolver.setRunObserver(&observer);
+        resolver.resolveAllDependencies();
+        takeMessages();
+        QCOMPARE(calls, QStringList());
+    }
+
+private:
+    static QStringList instances()
+    {
+        return {QStringLiteral("plant/pump1"), QStringLiteral("plant/pump2"),
+                QStringLiteral("plant/valve")};
+    }
+
+    static void writeMarkers(TestProject &project)
+    {
+        project.listInstances(instances());
+        project.writeScript(
+            QStringLiteral("mark.js"),
+            "function onSave(api, url) { api.setPropertyExtern(url, 'marked', true); }");
+        project.writeScript(QStringLiteral("broken.js"),
+                            "function onSave() {} throw new Error('no');");
+    }
+
+    /// Whether the calls are those of all instances, one behind the other, in any order.
+    void compareInstanceRuns(const QStringList &calls)
+    {
+        QStringList left = instances();
+        int i = 0;
+        while (i < calls.size()) {
+            const QString call = calls.at(i);
+            const auto it = std::find_if(left.begin(), left.end(), [&call](const QString &name) {
+                return call == callText("instanceBegins", name);
+            });
+            QVERIFY2(it != left.end(), qPrintable(call));
+            const QString instance = *it;
+            left.erase(it);
+            const bool isBroken = instance == instances().last();
+            QCOMPARE(calls.value(++i), evaluationBegins);
+            if (isBroken) {
+                QCOMPARE(calls.value(++i), QStringLiteral("exceptionThrown(1, \"Error: no\")"));
+            }
+            QCOMPARE(calls.value(++i), isBroken ? failedEnd : goodEnd);
+            QCOMPARE(calls.value(++i),
+                     callText("runBegins", QStringLiteral("onSave"), stationUrl(instance)));
+            ++i;
+            // The function of a script that failed is called if another one was evaluated before.
+            while (calls.value(i).startsWith(QLatin1String("apiCalled("))) {
+                QCOMPARE(calls.at(i++),
+                         callText("apiCalled", QByteArray("setPropertyExtern"),
+                                  QStringList{stationUrl(instance), QStringLiteral("marked")}));
+                QVERIFY(!isBroken);
+            }
+            QVERIFY2(calls.value(i).startsWith(QLatin1String("runEnded(")),
+                     qPrintable(calls.value(i)));
+            ++i;
+        }
+        QCOMPARE(left, QStringList());
     }
 };
 

@@ -16,6 +16,13 @@ QString withoutDurations(QString text)
         .replace(jsonDuration, QStringLiteral("\"milliseconds\": \"#\""));
 }
 
+/// The command that starts the program. An emulator stands in front of the program where the
+/// machine is not the one it is built for.
+QStringList command()
+{
+    return QStringLiteral(CONFIGSCRIPT_COMMAND).split(QLatin1Char('|'), Qt::SkipEmptyParts);
+}
+
 } // namespace
 
 Files ProgramRun::files() const
@@ -71,13 +78,15 @@ void Program::runWithoutPrivilege()
 
 ProgramRun Program::run(const QStringList &arguments) const
 {
-    // An emulator stands in front of the program where the machine is not the one it is built for.
-    const QStringList command = m_launcher
-        + QStringLiteral(CONFIGSCRIPT_COMMAND).split(QLatin1Char('|'), Qt::SkipEmptyParts)
-        + arguments;
-    const ChildProcess process = runChildProcess(command, m_folder, m_environment, m_outputs);
+    const ChildProcess process =
+        runChildProcess(m_launcher + command() + arguments, m_folder, m_environment, m_outputs);
     const auto text = [this](const QByteArray &bytes) {
         return QString::fromUtf8(bytes).replace(m_folder, QLatin1String("<folder>"));
     };
     return {process.exitCode, withoutDurations(text(process.output)), text(process.errors)};
+}
+
+bool Program::isEmulated()
+{
+    return command().size() > 1;
 }

@@ -47,6 +47,9 @@ public:
 
     ProgramRun run(const QStringList &arguments) const;
 
+    /// Whether an emulator runs the program, which is built for another machine.
+    static bool isEmulated();
+
 private:
     QString m_folder;
     QProcessEnvironment m_environment;
