@@ -650,6 +650,9 @@ void ScriptLimitsTest::endsTheProgramWhenTheStackIsUsedUp_data()
     };
     add("text of an array",
         "  for (var a = [], i = 0; i < 100000; ++i) { a = [a]; }\n  String(a);");
+    add("text of an array that contains itself", "  var a = []; a.push(a, [a]);\n  String(a);");
+    add("array that contains itself in place of a text",
+        "  var a = []; a.push(a, [a]);\n  api.isUrlValid(a);");
     add("regular expression", "  new RegExp(\"(\".repeat(100000) + \")\".repeat(100000));");
     add("JSON of an object",
         "  for (var a = {}, i = 0; i < 100000; ++i) { a = { a: a }; }\n  JSON.stringify(a);");
