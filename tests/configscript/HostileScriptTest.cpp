@@ -135,7 +135,8 @@ void HostileScriptTest::changesNothingButThroughTheApi_data()
     add("no globals",
         "var all = Function(\"return this\")();"
         "Object.getOwnPropertyNames(all).forEach(function(name) {"
-        "  if (name !== \"all\" && name !== \"onSave\") { try { all[name] = null; delete all[name]; } catch (e) {} } });",
+        "  if (name !== \"all\" && name !== \"onSave\") { try { all[name] = null; delete "
+        "all[name]; } catch (e) {} } });",
         writeMap, true, map);
     add("Function.prototype without call",
         "Function.prototype.call = Function.prototype.apply = Function.prototype.bind = null;",
