@@ -29,11 +29,7 @@ inline const char *noMemoryLimit()
 /// Why the end of the stack cannot be seen here; null when it can.
 inline const char *noStackLimit()
 {
-#ifdef __SANITIZE_ADDRESS__
-    return "AddressSanitizer has an own stack for signals, and an own report";
-#else
-    return Program::isEmulated() ? "the emulator tells other addresses of the stack" : nullptr;
-#endif
+    return Program::isEmulated() ? "the emulator has a stack of its own" : nullptr;
 }
 
 /// A program that ends in the middle of its work leaves its lock, which the next one takes over.
