@@ -2,6 +2,7 @@
 
 #include "JavaScript/JavaScriptRunObserver.h"
 
+#include <QJSEngine>
 #include <QJSValue>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -68,6 +69,23 @@ QVariant toScriptValue(const QJsonDocument &document)
     return QVariant::fromValue(nullptr);
 }
 
+/// Whether reading a script's value threw an exception, which then goes on behind the call.
+bool throwsAgain(QJSEngine &engine)
+{
+    // To read a property is the one way to learn of an exception in progress, and ends it.
+    const QJSValue exception = engine.newObject().property(QStringLiteral("exception"));
+    if (exception.isUndefined()) {
+        return false;
+    }
+    if (exception.isError()) {
+        engine.throwError(exception.errorType(),
+                          exception.property(QStringLiteral("message")).toString());
+    } else {
+        engine.throwError(exception.toString());
+    }
+    return true;
+}
+
 } // namespace
 
 JavaScriptBorder::JavaScriptBorder(QObject *parent)
@@ -82,6 +100,9 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
         return remainingId;
     }
 
+    if (m_isInterrupted.load(std::memory_order_relaxed)) {
+        return -1;
+    }
     const Method &method = this->method(id);
     if (m_runObserver) {
         reportCall(method, arguments);
@@ -101,6 +122,9 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
             hostValues[i] = toHostValue(*static_cast<const QVariant *>(argument));
             argument = &hostValues[i];
         }
+        if (m_isInterrupted.load(std::memory_order_relaxed) || throwsAgain(*qjsEngine(this))) {
+            return -1;
+        }
         method.owner->d.static_metacall(this, call, method.ownIndex, hostArguments.data());
     }
 
@@ -116,6 +140,11 @@ int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **argumen
 void JavaScriptBorder::setRunObserver(JavaScriptRunObserver *observer)
 {
     m_runObserver = observer;
+}
+
+void JavaScriptBorder::setInterrupted(bool interrupted)
+{
+    m_isInterrupted.store(interrupted, std::memory_order_relaxed);
 }
 
 void JavaScriptBorder::reportCall(const Method &method, void **arguments)

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QVector>
 
+#include <atomic>
 #include <vector>
 
 class JavaScriptRunObserver;
@@ -19,6 +20,9 @@ class JavaScriptRunObserver;
  *  - a QJsonDocument in a QVariant result reaches the script as a plain object or array, a null
  *    document as null.
  *
+ * A call is not made at all when reading a value threw an exception, which goes on in the script,
+ * or when the script is interrupted: what it wanted to pass is not known then.
+ *
  * Calls from C++, QMetaObject::invokeMethod() included, do not pass here. The class has no meta
  * data of its own, so that a derived class's meta-object starts with its own methods.
  */
@@ -29,6 +33,9 @@ public:
 
     /// @param observer learns of each call of a script; not owned; null for none
     void setRunObserver(JavaScriptRunObserver *observer);
+
+    /// Lets the calls of scripts do nothing. May be called on any thread.
+    void setInterrupted(bool interrupted);
 
 protected:
     explicit JavaScriptBorder(QObject *parent);
@@ -50,5 +57,6 @@ private:
     void reportCall(const Method &method, void **arguments);
 
     JavaScriptRunObserver *m_runObserver = nullptr;
+    std::atomic<bool> m_isInterrupted{false};
     std::vector<Method> m_methods; ///< by index
 };

@@ -22,7 +22,6 @@ JavaScriptHandler::JavaScriptHandler(JavaScriptApi &javaScriptApi, QObject *pare
 
 JavaScriptHandler::~JavaScriptHandler()
 {
-    m_javaScriptApi.setRunObserver(nullptr);
     m_jsEngine.collectGarbage();
 }
 
@@ -43,6 +42,7 @@ void JavaScriptHandler::initializeJavaScriptEngine(const QString &javaScript)
     if (m_runObserver) {
         m_runObserver->runBegins(QString(), QString());
     }
+    m_javaScriptApi.setRunObserver(m_runObserver);
     const QJSValue result = m_jsEngine.evaluate(javaScript, QString(), 1);
     const bool succeeded = !result.isError();
     if (succeeded) {
@@ -55,6 +55,7 @@ void JavaScriptHandler::initializeJavaScriptEngine(const QString &javaScript)
         }
         qWarning() << "Uncaught exception at line" << line << ":" << text;
     }
+    m_javaScriptApi.setRunObserver(nullptr);
     if (m_runObserver) {
         m_runObserver->runEnded(succeeded, {});
     }
@@ -69,6 +70,7 @@ bool JavaScriptHandler::callFunction(const QString &functionName, const QString 
         if (m_runObserver) {
             m_runObserver->runBegins(functionName, argument);
         }
+        m_javaScriptApi.setRunObserver(m_runObserver);
         QJSValueList arguments;
         if (!m_isEvaluated) {
             qWarning() << "The script is not evaluated.";
@@ -93,9 +95,11 @@ bool JavaScriptHandler::callFunction(const QString &functionName, const QString 
                 qWarning() << "Error on calling function" << functionName << argument;
                 qWarning() << "Uncaught exception at line" << line << ":" << text;
             } else {
-                succeeded = !result.isBool() || result.toBool();
+                // An interrupted script may come to its end without a loop, but in vain.
+                succeeded = (!result.isBool() || result.toBool()) && !m_jsEngine.isInterrupted();
             }
         }
+        m_javaScriptApi.setRunObserver(nullptr);
         if (m_runObserver) {
             m_runObserver->runEnded(succeeded, m_javaScriptApi.getListOfErrors());
         }
@@ -171,10 +175,10 @@ void JavaScriptHandler::resetState()
 void JavaScriptHandler::setRunObserver(JavaScriptRunObserver *observer)
 {
     m_runObserver = observer;
-    m_javaScriptApi.setRunObserver(observer);
 }
 
 void JavaScriptHandler::setInterrupted(bool interrupted)
 {
+    m_javaScriptApi.setInterrupted(interrupted);
     m_jsEngine.setInterrupted(interrupted);
 }

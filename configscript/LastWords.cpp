@@ -40,7 +40,7 @@ void say(const char *text)
 
 bool isStackUsedUp(const siginfo_t &info)
 {
-    constexpr std::uintptr_t tolerance = 1024 * 1024;
+    constexpr std::uintptr_t tolerance = 0x100000;
     const auto address = reinterpret_cast<std::uintptr_t>(info.si_addr);
     return info.si_signo == SIGSEGV && address < s_stackBegin
         && s_stackBegin - address < s_stackSize + tolerance;
@@ -72,9 +72,8 @@ void signalled(int signal, siginfo_t *info, void * /*context*/)
 
 void LastWords::prepare()
 {
-    static std::array<char, 16 * 1024> alternativeStack; // the thread's own may be used up
-    const char onStack = 0;
-    s_stackBegin = reinterpret_cast<std::uintptr_t>(&onStack);
+    static std::array<char, 0x4000> alternativeStack; // the thread's own may be used up
+    s_stackBegin = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
     rlimit limit{};
     getrlimit(RLIMIT_STACK, &limit);
     s_stackSize = limit.rlim_cur == RLIM_INFINITY ? s_stackBegin : limit.rlim_cur;

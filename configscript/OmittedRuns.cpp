@@ -33,7 +33,7 @@ QString reasonOfOmission(const Project &project, const QString &instance)
             .arg(project.relativePath(treePath), key);
     }
     const QString folder = PropertyManagerConst::getDependencyFolderPath(project.path());
-    const QString scriptError = project.scriptError(folder, fileName);
+    QString scriptError = project.scriptError(folder, fileName);
     if (!scriptError.isEmpty()) {
         return scriptError;
     }

@@ -145,7 +145,7 @@ void RunRecorder::runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessa
         m_run.isEvaluated = succeeded;
         return;
     }
-    m_run.succeeded = succeeded && m_run.isEvaluated;
+    m_run.succeeded = succeeded && m_run.isEvaluated && overrun.isEmpty();
     m_run.errors = errors;
     m_runs.append(m_run);
     // The text is evaluated once for any number of calls.

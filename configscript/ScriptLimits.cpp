@@ -2,6 +2,9 @@
 
 #include "configscript/LastWords.h"
 
+#include <cmath>
+#include <cstdlib>
+
 #include <sys/resource.h>
 
 namespace {
@@ -9,6 +12,13 @@ namespace {
 constexpr double s_maximumTimeout = 1'000'000; ///< in seconds
 constexpr int s_minimumMemory = 32; ///< in MB; about what the program needs for itself
 constexpr int s_maximumMemory = 1'000'000;
+
+/// What a range takes for a number in it.
+std::string refuseNotANumber(const std::string &text)
+{
+    return std::isnan(std::strtod(text.c_str(), nullptr)) ? "Value " + text + " is no number"
+                                                          : std::string();
+}
 
 } // namespace
 
@@ -18,7 +28,8 @@ void ScriptLimits::addOptions(CLI::App &arguments)
         .add_option("--timeout", m_timeout,
                     "Stop a script that runs longer; 0 for no limit (default: 10)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, s_maximumTimeout).description(""));
+        ->check(CLI::Range(0.0, s_maximumTimeout).description(""))
+        ->check(refuseNotANumber);
     arguments
         .add_option("--memory", m_memory,
                     "End the program when it needs more memory (default: no limit)")

@@ -9,15 +9,20 @@ namespace {
 
 using Style = Output::Style;
 
-constexpr int s_shownValue = 1000; ///< characters
+constexpr int s_shownText = 1000; ///< characters
 constexpr int s_shownLines = 100; ///< of each kind, for each run
+
+/// A text of a script, which may be of any length.
+QString shown(const QString &text)
+{
+    return text.size() <= s_shownText ? Output::printable(text)
+                                      : Output::printable(text.left(s_shownText))
+            + QStringLiteral("… (%1 characters)").arg(text.size());
+}
 
 QString valueText(const QVariant &value)
 {
-    const QString text = QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
-    return text.size() <= s_shownValue ? Output::printable(text)
-                                       : Output::printable(text.left(s_shownValue))
-            + QStringLiteral("… (%1 characters)").arg(text.size());
+    return shown(QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced)));
 }
 
 QString milliseconds(std::chrono::nanoseconds duration)
@@ -142,8 +147,7 @@ void TextReport::printDetails(const ScriptRun &run)
     const QString indentation(9, QLatin1Char(' '));
     for (const ScriptException &exception : run.exceptions) {
         m_output.line(indentation + place(run.scriptOf(exception.isOfFunction), exception.line)
-                      + QLatin1Char(' ')
-                      + m_output.styled(Style::Bad, Output::printable(exception.text)));
+                      + QLatin1Char(' ') + m_output.styled(Style::Bad, shown(exception.text)));
     }
     if (!run.ranInstead.isEmpty()) {
         m_output.line(indentation
@@ -159,15 +163,14 @@ void TextReport::printDetails(const ScriptRun &run)
     for (const QString &text : run.warnings) {
         ++times[text];
     }
-    for (const QString &text : run.warnings) {
-        const int count = times.take(text);
-        if (count > 0) {
-            m_output.line(indentation + run.scriptOf(true) + QStringLiteral(": ")
-                          + m_output.styled(Style::Warning, QStringLiteral("warning: "))
-                          + Output::printable(text)
-                          + (count > 1 ? QStringLiteral(" (%1 times)").arg(count) : QString()));
-        }
-    }
+    QStringList warnings = run.warnings;
+    warnings.removeDuplicates();
+    printSome(warnings, QStringLiteral("warning"), [&](const QString &text) {
+        const int count = times.value(text);
+        m_output.line(indentation + run.scriptOf(true) + QStringLiteral(": ")
+                      + m_output.styled(Style::Warning, QStringLiteral("warning: ")) + shown(text)
+                      + (count > 1 ? QStringLiteral(" (%1 times)").arg(count) : QString()));
+    });
     printSome(run.console, QStringLiteral("console message"), [&](const ConsoleMessage &message) {
         const QString level = message.level == QtWarningMsg
             ? m_output.styled(Style::Warning, QStringLiteral("warn: "))
@@ -175,21 +178,21 @@ void TextReport::printDetails(const ScriptRun &run)
             ? m_output.styled(Style::Bad, QStringLiteral("error: "))
             : QString();
         m_output.line(indentation + place(run.scriptOf(message.isOfFunction), message.line)
-                      + QLatin1Char(' ') + level + Output::printable(message.text));
+                      + QLatin1Char(' ') + level + shown(message.text));
     });
-    printSome(run.errors, QStringLiteral("reported error"),
-              [&](const JavaScriptApi::ErrorMessage &error) {
-                  const QString text = m_texts.value(error.errorLabelTextId);
-                  m_output.line(
-                      indentation + m_output.styled(Style::Warning, QStringLiteral("reported: "))
-                      + Output::printable(
-                          (error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
-                          + (text.isEmpty() ? QString() : text + QLatin1Char(' '))
-                          + QLatin1Char('[') + error.errorLabelTextId + QLatin1Char(']'))
-                      + (error.value.isValid() ? QStringLiteral(" value ")
-                                 + valueText(JsonValue::normalized(error.value))
-                                               : QString()));
-              });
+    printSome(
+        run.errors, QStringLiteral("reported error"),
+        [&](const JavaScriptApi::ErrorMessage &error) {
+            const QString text = m_texts.value(error.errorLabelTextId);
+            m_output.line(
+                indentation + m_output.styled(Style::Warning, QStringLiteral("reported: "))
+                + shown((error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
+                        + (text.isEmpty() ? QString() : text + QLatin1Char(' ')) + QLatin1Char('[')
+                        + error.errorLabelTextId + QLatin1Char(']'))
+                + (error.value.isValid()
+                       ? QStringLiteral(" value ") + valueText(JsonValue::normalized(error.value))
+                       : QString()));
+        });
     if (!run.unsavedChanges.isEmpty()) {
         m_output.line(indentation + m_output.styled(Style::Warning, QStringLiteral("not saved: "))
                       + QStringLiteral("written by relative URL, which nobody saves; write to ")

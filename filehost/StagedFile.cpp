@@ -34,7 +34,7 @@ QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
 {
     struct stat status;
     if (::lstat(QFile::encodeName(filePath).constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
-        const QString target = QFileInfo(filePath).canonicalFilePath();
+        QString target = QFileInfo(filePath).canonicalFilePath();
         if (!target.isEmpty()) {
             return target;
         }
