@@ -1,31 +1,16 @@
 #include "HandlerFixture.h"
+#include "HostValue.h"
 #include "support/StrictTest.h"
 #include "support/TestHost.h"
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QJSValue>
 #include <QMetaMethod>
 #include <QTest>
 
 #include <algorithm>
 
 namespace {
-
-/// Whether a value, or a value inside it, dies with a script's engine or its API object.
-bool holdsReference(const QVariant &value)
-{
-    if (value.userType() == qMetaTypeId<QJSValue>() || value.canConvert<QObject *>()) {
-        return true;
-    }
-    QVariantList members;
-    if (value.userType() == QMetaType::QVariantList) {
-        members = value.toList();
-    } else if (value.userType() == QMetaType::QVariantMap) {
-        members = value.toMap().values();
-    }
-    return std::any_of(members.cbegin(), members.cend(), holdsReference);
-}
 
 QString ownUrl()
 {

@@ -447,16 +447,7 @@ private Q_SLOTS:
     void theResolverGoesOnWithTheOthers()
     {
         ResolverFixture fixture;
-        StoppingObserver observer(interruptOf(fixture.resolver));
-        fixture.resolver.setRunObserver(&observer);
-        fixture.resolver.resolveAllDependencies();
-
-        QVERIFY(
-            compareMessages(stoppedEvent(QStringLiteral("onSave"), fixture.url(s_endless))
-                            + QVector<Message>{failedScript(fixture.url(s_endless), s_endless)}));
-        QCOMPARE(observer.exceptions,
-                 QStringList({callText("exceptionThrown", s_endless, 0, s_interrupted)}));
-        QCOMPARE(fixture.marked(), allButTheEndless());
+        goOnWithTheOthers(fixture, [&fixture] { fixture.resolver.resolveAllDependencies(); });
     }
 
     void theResolverStopsEveryInstanceUntilItIsReleased()
@@ -485,16 +476,8 @@ private Q_SLOTS:
     void theInplaceResolverGoesOnWithTheOthers()
     {
         InplaceFixture fixture;
-        StoppingObserver observer(interruptOf(fixture.resolver));
-        fixture.resolver.setRunObserver(&observer);
-        fixture.resolver.resolveDependencies(s_plant, fixture.root);
-
-        QVERIFY(
-            compareMessages(stoppedEvent(QStringLiteral("onSave"), fixture.url(s_endless))
-                            + QVector<Message>{failedScript(fixture.url(s_endless), s_endless)}));
-        QCOMPARE(observer.exceptions,
-                 QStringList({callText("exceptionThrown", s_endless, 0, s_interrupted)}));
-        QCOMPARE(fixture.marked(), allButTheEndless());
+        goOnWithTheOthers(
+            fixture, [&fixture] { fixture.resolver.resolveDependencies(s_plant, fixture.root); });
     }
 
     void theInplaceResolverStopsEveryInstanceUntilItIsReleased()
@@ -604,6 +587,22 @@ private:
     static QStringList allButTheEndless()
     {
         return {QStringLiteral("plant/before"), s_later, QStringLiteral("plant/last")};
+    }
+
+    /// A resolver's run, in which one script is stopped.
+    template <typename Fixture, typename Run>
+    void goOnWithTheOthers(Fixture &fixture, Run run)
+    {
+        StoppingObserver observer(interruptOf(fixture.resolver));
+        fixture.resolver.setRunObserver(&observer);
+        run();
+
+        QVERIFY(
+            compareMessages(stoppedEvent(QStringLiteral("onSave"), fixture.url(s_endless))
+                            + QVector<Message>{failedScript(fixture.url(s_endless), s_endless)}));
+        QCOMPARE(observer.exceptions,
+                 QStringList({callText("exceptionThrown", s_endless, 0, s_interrupted)}));
+        QCOMPARE(fixture.marked(), allButTheEndless());
     }
 
     /// The script's onOk reports that it is alive.
