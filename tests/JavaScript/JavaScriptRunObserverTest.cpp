@@ -565,23 +565,16 @@ private Q_SLOTS:
                                                      ? QStringLiteral("broken.js")
                                                      : QStringLiteral("mark.js")));
         }
-        const auto texts = TestHost::makeTextManager({});
-        JavaScriptDependencyResolver resolver(
-            project.path(), QStringLiteral("pumps"), QStringLiteral("station"),
-            TestHost::makeProviders({}), *texts, {{QStringLiteral("station"), project.path()}},
-            nullptr);
-        QStringList calls;
-        CallObserver observer(calls);
-        resolver.setRunObserver(&observer);
-        resolver.resolveAllDependencies();
+        ObservedResolver observed(project);
+        observed.resolver.resolveAllDependencies();
         takeMessages();
-        compareInstanceRuns(calls);
+        compareInstanceRuns(observed.calls);
 
-        calls.clear();
-        resolver.setRunObserver(nullptr);
-        resolver.resolveAllDependencies();
+        observed.calls.clear();
+        observed.resolver.setRunObserver(nullptr);
+        observed.resolver.resolveAllDependencies();
         takeMessages();
-        QCOMPARE(calls, QStringList());
+        QCOMPARE(observed.calls, QStringList());
     }
 
     void hearsOfAnInstanceInATreeBeforeItsRuns()
@@ -614,20 +607,30 @@ private Q_SLOTS:
         TestProject project;
         project.listInstances({QStringLiteral("line1")});
         project.storeConfiguration(QStringLiteral("line1"), "{}");
-        const auto texts = TestHost::makeTextManager({});
-        JavaScriptDependencyResolver resolver(
-            project.path(), QStringLiteral("pumps"), QStringLiteral("station"),
-            TestHost::makeProviders({}), *texts, {{QStringLiteral("station"), project.path()}},
-            nullptr);
-        QStringList calls;
-        CallObserver observer(calls);
-        resolver.setRunObserver(&observer);
-        resolver.resolveAllDependencies();
+        ObservedResolver observed(project);
+        observed.resolver.resolveAllDependencies();
         takeMessages();
-        QCOMPARE(calls, QStringList());
+        QCOMPARE(observed.calls, QStringList());
     }
 
 private:
+    /// A project's resolver, and what its observer hears. The project is ready before.
+    struct ObservedResolver
+    {
+        explicit ObservedResolver(const TestProject &project)
+            : resolver(project.path(), QStringLiteral("pumps"), QStringLiteral("station"),
+                       TestHost::makeProviders({}), *texts,
+                       {{QStringLiteral("station"), project.path()}}, nullptr)
+        {
+            resolver.setRunObserver(&observer);
+        }
+
+        QStringList calls;
+        CallObserver observer{calls};
+        decltype(TestHost::makeTextManager({})) texts = TestHost::makeTextManager({});
+        JavaScriptDependencyResolver resolver;
+    };
+
     static QStringList instances()
     {
         return {QStringLiteral("plant/pump1"), QStringLiteral("plant/pump2"),

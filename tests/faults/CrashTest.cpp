@@ -332,6 +332,8 @@ private:
     static void addStages();
     static QString faultsOfStage(const Scenario &command);
     Files recover(const Scenario &command, const QString &faults, QStringList &calls) const;
+    void tryRecovery(const QString &faultName, const QString &how,
+                     const std::function<void(const ProgramRun &opening)> &checkOpening);
 
     std::unique_ptr<ScratchFolder> m_folder = std::make_unique<ScratchFolder>();
     QHash<QString, Scenario> m_scenarios;
@@ -877,23 +879,8 @@ void CrashTest::survivesACrashOfTheRecovery_data()
 
 void CrashTest::survivesACrashOfTheRecovery()
 {
-    QFETCH(QString, name);
-    QFETCH(QString, opened);
-    tryPoints([&] {
-        const Scenario &command = scenario(name);
-        const QString faults = faultsOfStage(command);
-        QStringList calls;
-        const Files recovered = recover(command, faults, calls);
-        for (int number = 1; number <= calls.size(); ++number) {
-            if (begin(command, calls, number, QStringLiteral("crash while it recovers"))) {
-                check(run(command, faults).exitCode == s_crashed,
-                      QStringLiteral("the command does not crash"));
-                check(open(opened, number, fault(number, s_crash)).exitCode == s_crashed,
-                      QStringLiteral("it does not crash"));
-                check(examineOpening(command, number) == recovered,
-                      QStringLiteral("it is not recovered as without the second crash"));
-            }
-        }
+    tryRecovery(QStringLiteral("crash"), s_crash, [this](const ProgramRun &opening) {
+        check(opening.exitCode == s_crashed, QStringLiteral("it does not crash"));
     });
 }
 
@@ -907,6 +894,18 @@ void CrashTest::survivesAFailureOfTheRecovery()
     static const QRegularExpression message(QStringLiteral(
         "^configscript: <folder>/(plant|network)[^\\n]*: cannot be (read|written|locked): "
         "[^\\n]*\n$"));
+    tryRecovery(QStringLiteral("failure"), QString::number(EIO), [this](const ProgramRun &opening) {
+        check(opening.exitCode == 0 || (opening.exitCode == 2 && opening.errors.contains(message)),
+              QStringLiteral("it ends with %1 and says \"%2\"")
+                  .arg(opening.exitCode)
+                  .arg(opening.errors.trimmed()));
+    });
+}
+
+/// Breaks each call of a command that recovers what a crash left, and then recovers again.
+void CrashTest::tryRecovery(const QString &faultName, const QString &how,
+                            const std::function<void(const ProgramRun &opening)> &checkOpening)
+{
     QFETCH(QString, name);
     QFETCH(QString, opened);
     tryPoints([&] {
@@ -915,17 +914,12 @@ void CrashTest::survivesAFailureOfTheRecovery()
         QStringList calls;
         const Files recovered = recover(command, faults, calls);
         for (int number = 1; number <= calls.size(); ++number) {
-            if (begin(command, calls, number, QStringLiteral("failure while it recovers"))) {
+            if (begin(command, calls, number, faultName + QStringLiteral(" while it recovers"))) {
                 check(run(command, faults).exitCode == s_crashed,
                       QStringLiteral("the command does not crash"));
-                const ProgramRun opening = open(opened, number, fault(number, EIO));
-                check(opening.exitCode == 0
-                          || (opening.exitCode == 2 && opening.errors.contains(message)),
-                      QStringLiteral("it ends with %1 and says \"%2\"")
-                          .arg(opening.exitCode)
-                          .arg(opening.errors.trimmed()));
+                checkOpening(open(opened, number, fault(number, how)));
                 check(examineOpening(command, number) == recovered,
-                      QStringLiteral("it is not recovered as without the failure"));
+                      QStringLiteral("it is not recovered as without the ") + faultName);
             }
         }
     });
