@@ -4,9 +4,9 @@
 #include "configscript/Findings.h"
 #include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ProjectCheck.h"
 #include "configscript/ScriptWatchdog.h"
 #include "filehost/Manifest.h"
+#include "runner/ProjectCheck.h"
 
 CheckCommand::CheckCommand(CLI::App &program)
     : Command(program, "check",

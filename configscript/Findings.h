@@ -1,6 +1,6 @@
 #pragma once
 
-#include "configscript/Finding.h"
+#include "runner/Finding.h"
 
 #include <QJsonObject>
 #include <QVector>

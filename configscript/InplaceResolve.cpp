@@ -4,13 +4,7 @@
 #include "JavaScript/JavaScriptInplaceDependencyResolver.h"
 #include "configscript/ExitCode.h"
 #include "configscript/JsonReport.h"
-#include "configscript/LineDiff.h"
-#include "configscript/OmittedRuns.h"
-#include "configscript/ProgressLine.h"
-#include "configscript/ProjectCheck.h"
-#include "configscript/RunRecorder.h"
 #include "configscript/ScriptWatchdog.h"
-#include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
 #include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
@@ -20,6 +14,11 @@
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "host/TextManager.h"
+#include "runner/LineDiff.h"
+#include "runner/OmittedRuns.h"
+#include "runner/ProjectCheck.h"
+#include "runner/RunRecorder.h"
+#include "runner/SilentLog.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -188,11 +187,9 @@ RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
             m_project.path(), m_project.moduleName(), m_project.objectName(), m_rootInstance,
             textManager, &acceptAllObjects);
     }
-    ProgressLine progress(ProgressLine::Visibility::Never);
-    RunRecorder recorder(m_project, progress, watchdog, [&resolver](bool isInterrupted) {
-        resolver->setInterrupted(isInterrupted);
-    });
-    recorder.setRecordsWrites(true);
+    RunRecorder recorder(
+        m_project, RunRecorder::Recording::Writes, watchdog,
+        [&resolver](bool isInterrupted) { resolver->setInterrupted(isInterrupted); });
     const QString key =
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
     for (auto node = nodes.cbegin(); node != nodes.cend(); ++node) {

@@ -78,12 +78,15 @@ QJsonObject run(const ScriptRun &run, const QHash<QString, QString> &texts)
         }
         return object;
     };
-    const auto write = [](const TreeWrite &write) {
-        QJsonObject object = change(write.change);
-        object.insert(QStringLiteral("instance"), write.tree.instance);
-        object.insert(QStringLiteral("kind"), kindName(write.tree.kind));
-        return object;
-    };
+    QJsonArray writes;
+    for (const TreeAccess &access : run.accesses) {
+        if (access.isWrite()) {
+            QJsonObject write = change(access.change());
+            write.insert(QStringLiteral("instance"), access.tree.instance);
+            write.insert(QStringLiteral("kind"), kindName(access.tree.kind));
+            writes.append(write);
+        }
+    }
     QJsonObject object{{QStringLiteral("instance"), run.instance},
                        {QStringLiteral("script"), run.script},
                        {QStringLiteral("function"), run.function},
@@ -94,7 +97,7 @@ QJsonObject run(const ScriptRun &run, const QHash<QString, QString> &texts)
                        {QStringLiteral("errors"), array(run.errors, error)},
                        {QStringLiteral("console"), array(run.console, consoleMessage)},
                        {QStringLiteral("warnings"), QJsonArray::fromStringList(run.warnings)},
-                       {QStringLiteral("writes"), array(run.writes, write)},
+                       {QStringLiteral("writes"), writes},
                        {QStringLiteral("unsaved"), array(run.unsavedChanges, change)}};
     if (!run.ranInstead.isEmpty()) {
         object.insert(QStringLiteral("ranInstead"), run.ranInstead);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "configscript/RunReport.h"
+#include "runner/RunReport.h"
 
 #include <QJsonObject>
 

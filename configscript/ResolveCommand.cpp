@@ -1,48 +1,21 @@
 #include "ResolveCommand.h"
 
-#include "JavaScript/JavaScriptDependencyManager.h"
-#include "JavaScript/JavaScriptDependencyResolver.h"
 #include "configscript/ExitCode.h"
 #include "configscript/Findings.h"
 #include "configscript/InplaceResolve.h"
 #include "configscript/JsonReport.h"
-#include "configscript/OmittedRuns.h"
 #include "configscript/Output.h"
 #include "configscript/ProgressLine.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ProjectCheck.h"
-#include "configscript/RunRecorder.h"
 #include "configscript/ScriptWatchdog.h"
-#include "configscript/SilentLog.h"
 #include "configscript/TextReport.h"
-#include "filehost/FileBatch.h"
-#include "filehost/FileTreeNode.h"
-#include "filehost/HostSession.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "host/TextManager.h"
+#include "runner/DependencyRun.h"
 
 #include <QJsonObject>
 
 #include <algorithm>
-
-namespace {
-
-QList<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,
-                                                  const QStringList &instances)
-{
-    QList<QSharedPointer<FileTreeNode>> roots;
-    for (const QString &instance : instances) {
-        Diagnostic ignored; // told later, as the reason why it does not run
-        const auto root = project.readTree(FileTree::Kind::Configuration, instance, ignored);
-        if (!root.isNull()) {
-            roots.append(root);
-        }
-    }
-    return roots;
-}
-
-} // namespace
 
 ResolveCommand::ResolveCommand(CLI::App &program)
     : Command(program, "resolve",
@@ -120,9 +93,10 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
         Output::error(manifest.error().toString());
         return ExitCode::unusable;
     }
-    const QStringList instances = selectedInstances(project, manifest);
-    if (instances.isEmpty() && !m_instance.empty()) {
-        const QString instance = QString::fromStdString(m_instance);
+    const QString instance = QString::fromStdString(m_instance);
+    ScriptWatchdog watchdog(m_limits.timeout());
+    DependencyRun run(project, manifest, instance, watchdog);
+    if (run.instances().isEmpty() && !instance.isEmpty()) {
         if (!isKnownInstance(project)) {
             Output::error(QStringLiteral("no instance is \"%1\" or begins with it").arg(instance));
             return ExitCode::unusable;
@@ -132,29 +106,22 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
                 QStringLiteral("no listed instance is \"%1\" or begins with it").arg(instance));
         }
     }
-    ScriptWatchdog watchdog(m_limits.timeout());
-    // The check and the resolver read the same trees.
-    HostSession session(project.units(),
-                        m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
-    ProjectCheck check(project, watchdog);
-    const auto findings = m_isUnchecked ? check.checkWalls(readableTrees(project, instances))
-                                        : check.checkInstances(manifest, instances);
-    if (Findings::hasErrors(findings)) {
+    ProgressLine progress(m_isJson || m_isQuiet ? ProgressLine::Visibility::Never
+                                                : ProgressLine::Visibility::Automatic);
+    run.setProgress([&progress](const QString &activity, int done, int total) {
+        progress.show(activity, done, total);
+    });
+    run.setCheck(m_isUnchecked ? DependencyRun::Check::WallsOnly
+                               : DependencyRun::Check::Everything);
+    run.setRecording(m_isJson ? RunRecorder::Recording::Writes : RunRecorder::Recording::Outcome);
+    auto [findings, report] =
+        run.run(m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
+    progress.clear();
+    if (!findings.isEmpty()) {
         refuse(project, findings, output);
         return ExitCode::failure;
     }
 
-    RunReport report = resolve(project, session, watchdog);
-    const QVector<Diagnostic> warnings = manifest.entryErrors() + manifest.warnings();
-    for (const Diagnostic &warning : warnings) {
-        report.projectWarnings.append(project.relative(warning).toString());
-    }
-    report.notRun = omittedRuns(instances, report.runs, [&project](const QString &instance) {
-        return reasonOfOmission(project, instance);
-    });
-    if (m_isUnchecked) {
-        noteForeignFunctions(project, watchdog, report.runs);
-    }
     report.sort();
     if (m_isJson) {
         output.json(JsonReport::make(project, report, m_isDryRun));
@@ -187,60 +154,4 @@ bool ResolveCommand::isKnownInstance(const Project &project) const
     return std::any_of(known.begin(), known.end(), [this](const QString &name) {
         return name.startsWith(QString::fromStdString(m_instance));
     });
-}
-
-QStringList ResolveCommand::selectedInstances(const Project &project,
-                                              const Manifest &manifest) const
-{
-    QStringList instances;
-    if (m_instance.empty()) {
-        for (const Manifest::Entry &entry : manifest.entries()) {
-            instances.append(entry.instanceName);
-        }
-    } else {
-        const SilentLog log;
-        JavaScriptDependencyManager manager(project.path(), false);
-        instances = manager.getInstancesToResolve(QString::fromStdString(m_instance));
-    }
-    instances.removeDuplicates();
-    return instances;
-}
-
-RunReport ResolveCommand::resolve(const Project &project, HostSession &session,
-                                  ScriptWatchdog &watchdog) const
-{
-    FileBatch batch(project.path());
-    session.setBatch(&batch);
-    const TextManager textManager(project.texts());
-    std::unique_ptr<JavaScriptDependencyResolver> resolver;
-    {
-        const SilentLog log;
-        resolver = std::make_unique<JavaScriptDependencyResolver>(
-            project.path(), project.moduleName(), project.objectName(), project.providers(),
-            textManager, project.otherFiles(), nullptr);
-    }
-
-    ProgressLine progress(m_isJson || m_isQuiet ? ProgressLine::Visibility::Never
-                                                : ProgressLine::Visibility::Automatic);
-    RunRecorder recorder(project, progress, watchdog, [&resolver](bool isInterrupted) {
-        resolver->setInterrupted(isInterrupted);
-    });
-    recorder.setRecordsWrites(m_isJson);
-    session.setObserver(&recorder);
-    resolver->setRunObserver(&recorder);
-    QObject::connect(resolver.get(), &JavaScriptDependencyResolver::processDataDescriptionChanged,
-                     [&recorder](const QString &name) { recorder.instanceAnnounced(name); });
-    if (m_instance.empty()) {
-        resolver->resolveAllDependencies();
-    } else {
-        resolver->resolveDependencyOfInstance(QString::fromStdString(m_instance));
-    }
-    session.setObserver(nullptr);
-    session.setBatch(nullptr);
-    QString error;
-    if (!batch.commit(error)) {
-        recorder.savingFailed(error);
-    }
-    resolver.reset(); // the report takes the place of its trees
-    return recorder.takeReport();
 }

@@ -1,16 +1,12 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/RunReport.h"
 #include "configscript/ScriptLimits.h"
 
-#include <QStringList>
+#include <QVector>
 
-class Manifest;
-class HostSession;
 class Output;
 class Project;
-class ScriptWatchdog;
 struct Finding;
 
 /// configscript resolve: runs the dependency scripts of a project.
@@ -23,10 +19,8 @@ public:
 
 private:
     int resolveProject(const Project &project, Output &output) const;
-    QStringList selectedInstances(const Project &project, const Manifest &manifest) const;
     bool isKnownInstance(const Project &project) const;
     void refuse(const Project &project, const QVector<Finding> &findings, Output &output) const;
-    RunReport resolve(const Project &project, HostSession &session, ScriptWatchdog &watchdog) const;
 
     std::string m_projectPath;
     std::string m_instance;

@@ -1,17 +1,14 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/RunReport.h"
 #include "configscript/ScriptLimits.h"
+#include "runner/EventRun.h"
 
-#include <QSharedPointer>
-#include <QString>
 #include <QVector>
 
 #include <optional>
 #include <vector>
 
-class FileTreeNode;
 class Project;
 
 /// configscript run: fires events of one instance's user-interface script.
@@ -23,26 +20,10 @@ public:
     int run() override;
 
 private:
-    struct Event
-    {
-        QString function;
-        QString argument;
-    };
-
-    /// A value that the user edits before the events.
-    struct Edit
-    {
-        QString relUrl;
-        QString key;
-        QVariant value;
-    };
-
-    std::optional<QVector<Event>> parseEvents() const;
-    std::optional<QVector<Edit>> parseEdits() const;
-    static bool areEditsPossible(const FileTreeNode &root, const QVector<Edit> &edits);
-    std::optional<RunReport> fire(const Project &project, const QString &instance,
-                                  const QVector<Edit> &edits, const QVector<Event> &events) const;
-    void print(const Project &project, const RunReport &report, const QVector<Edit> &edits) const;
+    std::optional<QVector<EventRun::Event>> parseEvents() const;
+    std::optional<QVector<EventRun::Edit>> parseEdits() const;
+    void print(const Project &project, const RunReport &report,
+               const QVector<EventRun::Edit> &edits) const;
 
     std::string m_projectPath;
     std::string m_instance;

@@ -35,14 +35,16 @@ ScriptWatchdog::~ScriptWatchdog()
     }
 }
 
-QString ScriptWatchdog::Subject::place() const
+/// Instance and script, as text.
+QString ScriptWatchdog::placeOf(const Subject &subject)
 {
-    return instance.isEmpty() ? script : instance + QStringLiteral(", ") + script;
+    return subject.instance.isEmpty() ? subject.script
+                                      : subject.instance + QStringLiteral(", ") + subject.script;
 }
 
 void ScriptWatchdog::begin(const Subject &subject, const Interrupt &interrupt)
 {
-    LastWords::scriptBegins(subject.place());
+    LastWords::scriptBegins(placeOf(subject));
     if (!m_thread.joinable()) {
         return;
     }
@@ -111,7 +113,7 @@ void ScriptWatchdog::watch()
 void ScriptWatchdog::giveUp() const
 {
     Output::error(QStringLiteral("%1: %2, and cannot be stopped; %3. Nothing was written.")
-                      .arg(m_subject.place(), overrun(), lastCall()));
+                      .arg(placeOf(m_subject), overrun(), lastCall()));
     // The script's thread is busy: there is no way to end it in good order.
     _exit(ExitCode::failure);
 }

@@ -1,15 +1,10 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
-#include <QStringList>
-#include <QtGlobal>
+#include "runner/ScriptGuard.h"
 
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
-#include <optional>
 #include <thread>
 
 /**
@@ -18,50 +13,25 @@
  * A run that takes longer than the limit is interrupted. One that goes on all the same, because
  * what it waits for is built into the engine, ends the program a little later: with a message, the
  * exit code of a failure, and no file written.
- *
- * All operations are called on the thread that runs the scripts; runs do not nest.
  */
-class ScriptWatchdog
+class ScriptWatchdog : public ScriptGuard
 {
 public:
-    /// What runs, for messages.
-    struct Subject
-    {
-        QString instance; ///< empty when none is known
-        QString script; ///< file
-        QString function; ///< empty for the evaluation of the script's text
-
-        /// As text: instance and script.
-        QString place() const;
-    };
-
-    /// Stops the engine that runs the script, or lets it go on. Called on any thread.
-    using Interrupt = std::function<void(bool isInterrupted)>;
-
     /// @param limit of each run; zero for none
     explicit ScriptWatchdog(std::chrono::milliseconds limit);
-    ~ScriptWatchdog();
+    ~ScriptWatchdog() override;
 
-    /// A run begins, and with it its time. @p interrupt is called until end() has returned.
-    void begin(const Subject &subject, const Interrupt &interrupt);
-
-    /// The script calls an operation of its API.
-    void apiCalled(const QByteArray &operation, const QStringList &texts);
-
-    /// Whether the run in progress was stopped.
-    bool hasInterrupted();
-
-    /// The run has ended, and the engine is ready for the next.
-    /// @return why it was stopped; empty when it was not
-    QString end();
+    void begin(const Subject &subject, const Interrupt &interrupt) override;
+    void apiCalled(const QByteArray &operation, const QStringList &texts) override;
+    bool hasInterrupted() override;
+    QString end() override;
 
 private:
-    Q_DISABLE_COPY(ScriptWatchdog)
-
     using Clock = std::chrono::steady_clock;
 
     enum class State { Idle, Running, Interrupted };
 
+    static QString placeOf(const Subject &subject);
     void watch();
     [[noreturn]] void giveUp() const;
     QString overrun() const;

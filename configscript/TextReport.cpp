@@ -103,12 +103,15 @@ void TextReport::printEvents(const RunReport &report)
 void TextReport::printWrites(const ScriptRun &run)
 {
     QVector<PropertyChange> writes;
-    for (const TreeWrite &write : run.writes) {
-        PropertyChange change = write.change;
-        if (write.tree.instance != run.instance
-            || write.tree.kind != FileTree::Kind::Configuration) {
+    for (const TreeAccess &access : run.accesses) {
+        if (!access.isWrite()) {
+            continue;
+        }
+        PropertyChange change = access.change();
+        if (access.tree.instance != run.instance
+            || access.tree.kind != FileTree::Kind::Configuration) {
             change.path =
-                m_project.relativePath(write.tree.filePath) + QLatin1Char('#') + change.path;
+                m_project.relativePath(access.tree.filePath) + QLatin1Char('#') + change.path;
         }
         writes.append(change);
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "configscript/Output.h"
-#include "configscript/RunReport.h"
+#include "runner/RunReport.h"
 
 #include <QHash>
 

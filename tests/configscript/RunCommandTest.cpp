@@ -410,7 +410,7 @@ void RunCommandTest::refusesAnEditBeforeAnythingRuns_data()
     add("nothing but a value", "=1", malformed("=1"));
     add("empty", "", malformed(""));
     add("unknown node", "pipe/end:length=1",
-        QStringLiteral("run: --set: no node \"pipe/end\" in line1/pump"));
+        QStringLiteral("cannot set \"length\": no node \"pipe/end\" in line1/pump"));
     add("read-only property", "serial=B-2",
         QStringLiteral("<folder>/plant/configuration/line1/pump.json:4:15: \"serial\" is "
                        "read-only"));

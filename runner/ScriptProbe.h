@@ -8,7 +8,7 @@
 
 class QJSEngine;
 class QJSValue;
-class ScriptWatchdog;
+class ScriptGuard;
 
 /**
  * What the library will find in a script: the result of evaluating its text, alone, in an engine
@@ -18,7 +18,7 @@ class ScriptProbe
 {
 public:
     /// @param file the script's, for messages
-    ScriptProbe(const QString &text, const QString &file, ScriptWatchdog &watchdog);
+    ScriptProbe(const QString &text, const QString &file, ScriptGuard &guard);
 
     /// Whether the library will not find an event function, because it is declared with const, let
     /// or class. Evaluates the text once more.
@@ -39,5 +39,5 @@ private:
 
     QString m_text;
     QString m_file;
-    ScriptWatchdog &m_watchdog;
+    ScriptGuard &m_guard;
 };

@@ -1,15 +1,15 @@
 #include "ScriptProbe.h"
 
-#include "configscript/ScriptWatchdog.h"
-#include "configscript/SilentLog.h"
+#include "runner/ScriptGuard.h"
+#include "runner/SilentLog.h"
 
 #include <QJSEngine>
 #include <QJSValue>
 
-ScriptProbe::ScriptProbe(const QString &text, const QString &file, ScriptWatchdog &watchdog)
+ScriptProbe::ScriptProbe(const QString &text, const QString &file, ScriptGuard &guard)
     : m_text(text)
     , m_file(file)
-    , m_watchdog(watchdog)
+    , m_guard(guard)
 {
     const QString overrun = evaluate(text, [this](const QJSEngine &engine, const QJSValue &result) {
         isEvaluated = !result.isError();
@@ -53,10 +53,10 @@ QString ScriptProbe::evaluate(
     const SilentLog log;
     QJSEngine engine;
     engine.installExtensions(QJSEngine::ConsoleExtension);
-    m_watchdog.begin({QString(), m_file, QString()},
-                     [&engine](bool isInterrupted) { engine.setInterrupted(isInterrupted); });
+    m_guard.begin({QString(), m_file, QString()},
+                  [&engine](bool isInterrupted) { engine.setInterrupted(isInterrupted); });
     look(engine, engine.evaluate(text));
-    return m_watchdog.end();
+    return m_guard.end();
 }
 
 QStringList ScriptProbe::eventFunctions()

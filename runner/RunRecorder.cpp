@@ -1,6 +1,5 @@
 #include "RunRecorder.h"
 
-#include "configscript/ProgressLine.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
@@ -19,19 +18,19 @@ const QString s_restOmitted =
 
 } // namespace
 
-RunRecorder::RunRecorder(const Project &project, ProgressLine &progress, ScriptWatchdog &watchdog,
-                         ScriptWatchdog::Interrupt interrupt)
+RunRecorder::RunRecorder(const Project &project, Recording recording, ScriptGuard &guard,
+                         ScriptGuard::Interrupt interrupt)
     : m_project(project)
-    , m_progress(progress)
-    , m_watchdog(watchdog)
+    , m_recording(recording)
+    , m_guard(guard)
     , m_interrupt(std::move(interrupt))
     , m_configurationFolder(PropertyManagerConst::getConfigurationFolderPath(project.path()))
 {
 }
 
-void RunRecorder::setRecordsWrites(bool recordsWrites)
+void RunRecorder::setProgress(const Progress &progress)
 {
-    m_recordsWrites = recordsWrites;
+    m_progress = progress;
 }
 
 void RunRecorder::setSubject(const QString &instance, const QString &script)
@@ -107,6 +106,7 @@ void RunRecorder::runBegins(const QString &functionName, const QString &argument
 {
     m_isRunning = true;
     m_isExceptionKnown = false;
+    m_knownReads.clear();
     if (functionName.isEmpty()) {
         m_run = ScriptRun();
     } else {
@@ -116,19 +116,19 @@ void RunRecorder::runBegins(const QString &functionName, const QString &argument
         m_run.argument = argument;
     }
     m_runBegin = Clock::now();
-    m_watchdog.begin({m_instance, m_script, functionName}, m_interrupt);
+    m_guard.begin({m_instance, m_script, functionName}, m_interrupt);
 }
 
 void RunRecorder::apiCalled(const QByteArray &operation, const QStringList &texts)
 {
-    m_watchdog.apiCalled(operation, texts);
+    m_guard.apiCalled(operation, texts);
 }
 
 void RunRecorder::exceptionThrown(int line, const QString &text)
 {
     m_isExceptionKnown = true;
     // What stopped the script is told when the run has ended.
-    if (!m_watchdog.hasInterrupted()) {
+    if (!m_guard.hasInterrupted()) {
         m_run.exceptions.append({line, text, !m_run.function.isEmpty()});
     }
 }
@@ -137,7 +137,7 @@ void RunRecorder::runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessa
 {
     m_run.duration += Clock::now() - m_runBegin;
     m_isRunning = false;
-    const QString overrun = m_watchdog.end();
+    const QString overrun = m_guard.end();
     if (!overrun.isEmpty()) {
         m_run.exceptions.append({0, overrun, !m_run.function.isEmpty()});
     }
@@ -152,7 +152,7 @@ void RunRecorder::runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessa
     const bool isEvaluated = m_run.isEvaluated;
     m_run = ScriptRun();
     m_run.isEvaluated = isEvaluated;
-    m_progress.show(QStringLiteral("Running script"), m_runs.size(), m_scripts.size());
+    showProgress(QStringLiteral("Running script"), m_runs.size(), m_scripts.size());
 }
 
 void RunRecorder::treeRead(const QSharedPointer<const FileTreeNode> &root)
@@ -163,10 +163,24 @@ void RunRecorder::treeRead(const QSharedPointer<const FileTreeNode> &root)
         && !m_scripts.contains(identity.instance)) {
         const QString key =
             ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
-        m_scripts.insert(identity.instance, root->getProperty(key).toString());
+        m_scripts.insert(identity.instance, root->value(key).toString());
         if (m_runs.isEmpty()) {
-            m_progress.show(QStringLiteral("Reading instance"), m_scripts.size(), 0);
+            showProgress(QStringLiteral("Reading instance"), m_scripts.size(), 0);
         }
+    }
+}
+
+void RunRecorder::propertyRead(const FileTreeNode &node, const QString &propertyKey,
+                               const QVariant &value)
+{
+    if (!m_isRunning || m_recording != Recording::Accesses) {
+        return;
+    }
+    const int known = m_knownReads.size();
+    m_knownReads.insert({&node, propertyKey});
+    if (m_knownReads.size() != known) {
+        m_run.accesses.append({TreeAccess::Kind::Read, node.tree().identity(), node.path(),
+                               propertyKey, value, QVariant()});
     }
 }
 
@@ -177,9 +191,10 @@ void RunRecorder::propertyWritten(const FileTreeNode &node, const QString &prope
     if (tree.properties.isEmpty()) {
         m_treeOrder.append(&node.tree());
     }
-    if (m_isRunning && m_recordsWrites) {
-        m_run.writes.append(
-            {node.tree().identity(), {node.path(), propertyKey, oldValue, newValue}});
+    if (m_isRunning && m_recording != Recording::Outcome) {
+        m_run.accesses.append({TreeAccess::Kind::Write, node.tree().identity(), node.path(),
+                               propertyKey, newValue, oldValue});
+        m_knownReads.remove({&node, propertyKey});
     }
     if (!isKnown(tree, node, propertyKey)) {
         tree.properties.append({node.sharedFromThis(), propertyKey});
@@ -205,7 +220,7 @@ bool RunRecorder::isKnown(WrittenTree &tree, const FileTreeNode &node, const QSt
 void RunRecorder::treeSaved(const FileTreeNode &root, const QString & /*filePath*/)
 {
     m_trees[&root.tree()].fate = Fate::Saved;
-    m_progress.show(QStringLiteral("Writing file"), ++m_savedTrees, m_treeOrder.size());
+    showProgress(QStringLiteral("Writing file"), ++m_savedTrees, m_treeOrder.size());
 }
 
 void RunRecorder::treeNotSaved(const FileTreeNode &root, const QString &reason)
@@ -213,6 +228,13 @@ void RunRecorder::treeNotSaved(const FileTreeNode &root, const QString &reason)
     WrittenTree &tree = m_trees[&root.tree()];
     tree.fate = Fate::Failed;
     tree.error = reason;
+}
+
+void RunRecorder::showProgress(const QString &activity, int done, int total) const
+{
+    if (m_progress) {
+        m_progress(activity, done, total);
+    }
 }
 
 void RunRecorder::consoleMessage(QtMsgType level, int line, const QString &text)

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "configscript/Finding.h"
-#include "configscript/ScriptProbe.h"
 #include "filehost/FileTree.h"
 #include "filehost/Manifest.h"
+#include "runner/Finding.h"
+#include "runner/ScriptProbe.h"
 
 #include <QHash>
 #include <QSet>
@@ -11,13 +11,13 @@
 #include <QVector>
 
 class Project;
-class ScriptWatchdog;
+class ScriptGuard;
 
 /// Looks at a project before its scripts run, for what would go wrong, or has gone wrong already.
 class ProjectCheck
 {
 public:
-    ProjectCheck(const Project &project, ScriptWatchdog &watchdog);
+    ProjectCheck(const Project &project, ScriptGuard &guard);
 
     /// What keeps the dependency scripts of @p instances from running as they should: errors only.
     QVector<Finding> checkInstances(const Manifest &manifest, const QStringList &instances);
@@ -68,7 +68,7 @@ private:
     QVector<Finding> sorted() const;
 
     const Project &m_project;
-    ScriptWatchdog &m_watchdog;
+    ScriptGuard &m_guard;
     QVector<NamedScript> m_scripts;
     QSet<QString> m_namedScripts; ///< property and value, as in the trees
     QSet<QString> m_scriptPaths; ///< of the scripts named

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "configscript/MessageLog.h"
+#include "runner/MessageLog.h"
 
 /// Drops the messages about what the program tells its user in its own way.
 class SilentLog : public MessageLog

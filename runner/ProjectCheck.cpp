@@ -1,6 +1,5 @@
 #include "ProjectCheck.h"
 
-#include "configscript/ScriptScanner.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/InstanceFile.h"
 #include "filehost/Manifest.h"
@@ -9,6 +8,7 @@
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "host/SelectorUrlHandler.h"
+#include "runner/ScriptScanner.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -76,9 +76,9 @@ int lineOfName(const QString &script, const QString &name)
 
 } // namespace
 
-ProjectCheck::ProjectCheck(const Project &project, ScriptWatchdog &watchdog)
+ProjectCheck::ProjectCheck(const Project &project, ScriptGuard &guard)
     : m_project(project)
-    , m_watchdog(watchdog)
+    , m_guard(guard)
 {
 }
 
@@ -316,7 +316,7 @@ QString ProjectCheck::checkScript(const NamedScript &script)
 void ProjectCheck::checkFunctions(const NamedScript &script, const QString &filePath,
                                   const QString &text)
 {
-    const ScriptProbe probe(text, m_project.relativePath(filePath), m_watchdog);
+    const ScriptProbe probe(text, m_project.relativePath(filePath), m_guard);
     if (!isEvaluated(probe, filePath)) {
         return;
     }
@@ -436,7 +436,7 @@ void ProjectCheck::checkUnusedScripts()
                 if (TextFile::read(filePath, FileTree::maximumFileSize, text, error)
                     == TextFile::ReadResult::Read) {
                     isEvaluated(ScriptProbe(QString::fromUtf8(text),
-                                            m_project.relativePath(filePath), m_watchdog),
+                                            m_project.relativePath(filePath), m_guard),
                                 filePath);
                 }
             }

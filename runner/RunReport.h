@@ -1,8 +1,8 @@
 #pragma once
 
 #include "JavaScript/JavaScriptApi.h"
-#include "configscript/PropertyChange.h"
 #include "filehost/FileTree.h"
+#include "runner/PropertyChange.h"
 
 #include <QList>
 #include <QString>
@@ -13,11 +13,20 @@
 
 #include <chrono>
 
-/// A property that was written, and the tree that it is in.
-struct TreeWrite
+/// A property that a script read or wrote.
+struct TreeAccess
 {
-    FileTree::Identity tree;
-    PropertyChange change;
+    enum class Kind { Read, Write };
+
+    Kind kind;
+    FileTree::Identity tree; ///< that the property is in
+    QString path; ///< relative URL of the node
+    QString key;
+    QVariant value; ///< read, or written; invalid when there was none to read
+    QVariant oldValue; ///< of a write; invalid when the property was added
+
+    bool isWrite() const { return kind == Kind::Write; }
+    PropertyChange change() const { return {path, key, oldValue, value}; } ///< of a write
 };
 
 /// What a script wrote to its console.
@@ -51,7 +60,7 @@ struct ScriptRun
     QList<JavaScriptApi::ErrorMessage> errors;
     QVector<ConsoleMessage> console;
     QStringList warnings; ///< of the library and the host
-    QVector<TreeWrite> writes; ///< in their order
+    QVector<TreeAccess> accesses; ///< in their order, as far as they are recorded
     QString ranInstead; ///< the script whose function ran because this one has none
     QVector<PropertyChange> unsavedChanges; ///< by relative URL, in a tree that nobody saves
 

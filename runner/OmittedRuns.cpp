@@ -1,11 +1,11 @@
 #include "OmittedRuns.h"
 
-#include "configscript/ScriptProbe.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
+#include "runner/ScriptProbe.h"
 
 #include <QMap>
 #include <QSet>
@@ -66,8 +66,7 @@ QVector<OmittedRun> omittedRuns(const QStringList &selected, const QVector<Scrip
     return omitted;
 }
 
-void noteForeignFunctions(const Project &project, ScriptWatchdog &watchdog,
-                          QVector<ScriptRun> &runs)
+void noteForeignFunctions(const Project &project, ScriptGuard &guard, QVector<ScriptRun> &runs)
 {
     QMap<QString, bool> definesFunction; // by script
     QString owner; // the script whose function the engine holds
@@ -78,10 +77,9 @@ void noteForeignFunctions(const Project &project, ScriptWatchdog &watchdog,
             Diagnostic error;
             TextFile::read(project.path() + QLatin1Char('/') + run.script,
                            FileTree::maximumFileSize, text, error);
-            defines =
-                definesFunction.insert(run.script,
-                                       ScriptProbe(QString::fromUtf8(text), run.script, watchdog)
-                                           .functions.contains(run.function));
+            defines = definesFunction.insert(run.script,
+                                             ScriptProbe(QString::fromUtf8(text), run.script, guard)
+                                                 .functions.contains(run.function));
         }
         if (*defines) {
             owner = run.script;

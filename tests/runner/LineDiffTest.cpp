@@ -1,4 +1,4 @@
-#include "configscript/LineDiff.h"
+#include "runner/LineDiff.h"
 #include "configscript/ChildProcess.h"
 #include "configscript/Files.h"
 #include "support/StrictTest.h"

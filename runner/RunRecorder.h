@@ -1,10 +1,10 @@
 #pragma once
 
 #include "JavaScript/JavaScriptRunObserver.h"
-#include "configscript/MessageLog.h"
-#include "configscript/RunReport.h"
-#include "configscript/ScriptWatchdog.h"
 #include "filehost/TreeObserver.h"
+#include "runner/MessageLog.h"
+#include "runner/RunReport.h"
+#include "runner/ScriptGuard.h"
 
 #include <QHash>
 #include <QPair>
@@ -12,21 +12,29 @@
 #include <QSharedPointer>
 
 #include <chrono>
+#include <functional>
 #include <unordered_map>
 
-class ProgressLine;
 class Project;
 
 /// Watches scripts, trees and messages while scripts run, and makes the report.
 class RunRecorder : public JavaScriptRunObserver, public TreeObserver, public MessageLog
 {
 public:
-    /// @param interrupt stops the script that runs, and its like, or lets them go on
-    RunRecorder(const Project &project, ProgressLine &progress, ScriptWatchdog &watchdog,
-                ScriptWatchdog::Interrupt interrupt);
+    /// What the report holds of a run: what came of it; its writes, too; or all that it did with
+    /// properties. Of a property that was read again, before anything was written to it, only the
+    /// first time.
+    enum class Recording { Outcome, Writes, Accesses };
 
-    /// Whether the report holds each write of a run, besides what came of them; by default not.
-    void setRecordsWrites(bool recordsWrites);
+    /// Told how far a run is.
+    /// @param total how many there are in all; 0 when nobody knows
+    using Progress = std::function<void(const QString &activity, int done, int total)>;
+
+    /// @param interrupt stops the script that runs, and its like, or lets them go on
+    RunRecorder(const Project &project, Recording recording, ScriptGuard &guard,
+                ScriptGuard::Interrupt interrupt);
+
+    void setProgress(const Progress &progress);
 
     /// All runs to come are of this instance and script. Without it, runs are those of a resolver,
     /// which tells the instance; its tree names the script.
@@ -56,6 +64,8 @@ public:
     void runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors) override;
 
     void treeRead(const QSharedPointer<const FileTreeNode> &root) override;
+    void propertyRead(const FileTreeNode &node, const QString &propertyKey,
+                      const QVariant &value) override;
     void propertyWritten(const FileTreeNode &node, const QString &propertyKey,
                          const QVariant &oldValue, const QVariant &newValue) override;
     void treeSaved(const FileTreeNode &root, const QString &filePath) override;
@@ -88,12 +98,14 @@ private:
     static bool isKnown(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey);
     static QVector<PropertyChange> netChanges(const WrittenTree &tree);
 
+    void showProgress(const QString &activity, int done, int total) const;
+
     const Project &m_project;
-    ProgressLine &m_progress;
-    ScriptWatchdog &m_watchdog;
-    const ScriptWatchdog::Interrupt m_interrupt;
+    const Recording m_recording;
+    ScriptGuard &m_guard;
+    const ScriptGuard::Interrupt m_interrupt;
+    Progress m_progress;
     QString m_configurationFolder;
-    bool m_recordsWrites = false;
     QHash<QString, QString> m_scripts; ///< instance to its dependency script
     QString m_subjectInstance;
     QString m_instance; ///< whose script runs
@@ -103,6 +115,7 @@ private:
     ScriptRun m_run; ///< the one in progress
     bool m_isRunning = false;
     bool m_isExceptionKnown = false;
+    QSet<QPair<const FileTreeNode *, QString>> m_knownReads; ///< of the run in progress
     Clock::time_point m_runBegin;
     Clock::time_point m_begin = Clock::now();
 

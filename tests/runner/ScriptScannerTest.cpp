@@ -1,4 +1,4 @@
-#include "configscript/ScriptScanner.h"
+#include "runner/ScriptScanner.h"
 #include "support/StrictTest.h"
 
 #include <QStringList>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "configscript/RunReport.h"
+#include "runner/RunReport.h"
 
 #include <functional>
 
 class Project;
-class ScriptWatchdog;
+class ScriptGuard;
 
 /// The instances among @p selected that did not run, and why.
 QVector<OmittedRun> omittedRuns(const QStringList &selected, const QVector<ScriptRun> &runs,
@@ -20,5 +20,4 @@ QString reasonOfOmission(const Project &project, const QString &instance);
  * All scripts of a run share one engine. A script that does not compile, or does not define the
  * function, leaves the function of the script before it in place. Such a run has failed.
  */
-void noteForeignFunctions(const Project &project, ScriptWatchdog &watchdog,
-                          QVector<ScriptRun> &runs);
+void noteForeignFunctions(const Project &project, ScriptGuard &guard, QVector<ScriptRun> &runs);

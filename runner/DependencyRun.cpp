@@ -1,0 +1,141 @@
+#include "DependencyRun.h"
+
+#include "JavaScript/JavaScriptDependencyManager.h"
+#include "JavaScript/JavaScriptDependencyResolver.h"
+#include "filehost/FileBatch.h"
+#include "filehost/FileTreeNode.h"
+#include "filehost/Manifest.h"
+#include "filehost/Project.h"
+#include "host/TextManager.h"
+#include "runner/OmittedRuns.h"
+#include "runner/ProjectCheck.h"
+#include "runner/SilentLog.h"
+
+#include <memory>
+
+namespace {
+
+QStringList selectedInstances(const Project &project, const Manifest &manifest,
+                              const QString &instance)
+{
+    QStringList instances;
+    if (instance.isEmpty()) {
+        for (const Manifest::Entry &entry : manifest.entries()) {
+            instances.append(entry.instanceName);
+        }
+    } else {
+        const SilentLog log;
+        JavaScriptDependencyManager manager(project.path(), false);
+        instances = manager.getInstancesToResolve(instance);
+    }
+    instances.removeDuplicates();
+    return instances;
+}
+
+QList<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,
+                                                  const QStringList &instances)
+{
+    QList<QSharedPointer<FileTreeNode>> roots;
+    for (const QString &instance : instances) {
+        Diagnostic ignored; // told later, as the reason why it does not run
+        const auto root = project.readTree(FileTree::Kind::Configuration, instance, ignored);
+        if (!root.isNull()) {
+            roots.append(root);
+        }
+    }
+    return roots;
+}
+
+} // namespace
+
+DependencyRun::DependencyRun(const Project &project, const Manifest &manifest,
+                             const QString &instance, ScriptGuard &guard)
+    : m_project(project)
+    , m_manifest(manifest)
+    , m_instance(instance)
+    , m_guard(guard)
+    , m_instances(selectedInstances(project, manifest, instance))
+{
+}
+
+void DependencyRun::setCheck(Check check)
+{
+    m_check = check;
+}
+
+void DependencyRun::setRecording(RunRecorder::Recording recording)
+{
+    m_recording = recording;
+}
+
+void DependencyRun::setProgress(const RunRecorder::Progress &progress)
+{
+    m_progress = progress;
+}
+
+DependencyRun::Result DependencyRun::run(HostSession::Writing writing) const
+{
+    // The check and the resolver read the same trees.
+    HostSession session(m_project.units(), writing);
+    Result result;
+    result.findings = findings();
+    if (!result.findings.isEmpty()) {
+        return result;
+    }
+    RunReport &report = result.report;
+    report = resolve(session);
+    const QVector<Diagnostic> warnings = m_manifest.entryErrors() + m_manifest.warnings();
+    for (const Diagnostic &warning : warnings) {
+        report.projectWarnings.append(m_project.relative(warning).toString());
+    }
+    report.notRun = omittedRuns(m_instances, report.runs, [this](const QString &instance) {
+        return reasonOfOmission(m_project, instance);
+    });
+    if (m_check == Check::WallsOnly) {
+        noteForeignFunctions(m_project, m_guard, report.runs);
+    }
+    return result;
+}
+
+QVector<Finding> DependencyRun::findings() const
+{
+    ProjectCheck check(m_project, m_guard);
+    return m_check == Check::WallsOnly ? check.checkWalls(readableTrees(m_project, m_instances))
+                                       : check.checkInstances(m_manifest, m_instances);
+}
+
+RunReport DependencyRun::resolve(HostSession &session) const
+{
+    FileBatch batch(m_project.path());
+    session.setBatch(&batch);
+    const TextManager textManager(m_project.texts());
+    std::unique_ptr<JavaScriptDependencyResolver> resolver;
+    {
+        const SilentLog log;
+        resolver = std::make_unique<JavaScriptDependencyResolver>(
+            m_project.path(), m_project.moduleName(), m_project.objectName(), m_project.providers(),
+            textManager, m_project.otherFiles(), nullptr);
+    }
+
+    RunRecorder recorder(m_project, m_recording, m_guard, [&resolver](bool isInterrupted) {
+        resolver->setInterrupted(isInterrupted);
+    });
+    recorder.setProgress(m_progress);
+    session.setObserver(&recorder);
+    resolver->setRunObserver(&recorder);
+    QObject::connect(resolver.get(), &JavaScriptDependencyResolver::processDataDescriptionChanged,
+                     [&recorder](const QString &name) { recorder.instanceAnnounced(name); });
+    if (m_instance.isEmpty()) {
+        resolver->resolveAllDependencies();
+    } else {
+        resolver->resolveDependencyOfInstance(m_instance);
+    }
+    session.setObserver(nullptr);
+    session.setBatch(nullptr);
+    QString error;
+    if (!batch.commit(error)) {
+        recorder.savingFailed(error);
+    }
+    resolver.reset(); // the report takes the place of its trees
+    return recorder.takeReport();
+}
