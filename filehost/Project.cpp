@@ -67,6 +67,11 @@ QHash<QString, QString> Project::reachableObjects() const
     return objects;
 }
 
+void Project::setOtherFiles(const QHash<QString, QString> &folders)
+{
+    m_otherFiles = folders;
+}
+
 QString Project::keyOfUserInterfaceScript()
 {
     return QStringLiteral("scriptFile");

@@ -34,6 +34,9 @@ public:
     /// Object names to absolute project folders. The project's own object maps to path().
     QHash<QString, QString> otherFiles() const { return m_otherFiles; }
 
+    /// Has other objects' projects looked for elsewhere. @p folders as otherFiles() gives them.
+    void setOtherFiles(const QHash<QString, QString> &folders);
+
     /// Object names to the project folders that scripts reach: otherFiles(), and the objects that
     /// provide system information.
     QHash<QString, QString> reachableObjects() const;
