@@ -1,9 +1,9 @@
 #include "ScratchCopy.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 
 #include <algorithm>
 #include <iterator>
@@ -19,31 +19,76 @@ QStringList projectEntries()
             QStringLiteral("scripts"),      QStringLiteral("texts")};
 }
 
-/// The files, and links, that make the project in @p folder.
-QStringList projectFiles(const QString &folder)
+QString targetOf(const QFileInfo &link)
 {
-    QStringList files;
-    const QStringList entries = projectEntries();
-    for (const QString &entry : entries) {
-        const QFileInfo info(folder + QLatin1Char('/') + entry);
-        if (info.isDir() && !info.isSymLink()) {
-            QDirIterator iterator(info.filePath(),
-                                  QDir::Files | QDir::Dirs | QDir::Hidden | QDir::System
-                                      | QDir::NoDotAndDotDot,
-                                  QDirIterator::Subdirectories);
-            while (iterator.hasNext()) {
-                iterator.next();
-                const QFileInfo file = iterator.fileInfo();
-                if (file.isSymLink() || file.isFile()) {
-                    files.append(file.filePath());
-                }
-            }
-        } else if (info.isSymLink() || info.isFile()) {
-            files.append(info.filePath());
+    return QDir::cleanPath(link.symLinkTarget());
+}
+
+bool isInside(const QString &folder, const QString &path)
+{
+    return path.startsWith(folder + QLatin1Char('/'));
+}
+
+/// The files and links that make a project.
+class ProjectFiles
+{
+public:
+    explicit ProjectFiles(const QString &folder)
+        : m_folder(folder)
+    {
+        const QStringList entries = projectEntries();
+        for (const QString &entry : entries) {
+            collect(folder + QLatin1Char('/') + entry);
         }
     }
-    return files;
-}
+
+    const QStringList &files() const { return m_files; }
+
+    /// Which folder cannot be read; no message for none.
+    const Diagnostic &error() const { return m_error; }
+
+private:
+    void collect(const QString &path)
+    {
+        const QFileInfo info(path);
+        if (m_known.contains(path)) {
+            return;
+        }
+        m_known.insert(path);
+        if (info.isSymLink()) {
+            m_files.append(path);
+            // Links that stay inside the project are followed, wherever they lead.
+            const QString target = targetOf(info);
+            if (isInside(m_folder, target)) {
+                collect(target);
+            }
+        } else if (info.isFile()) {
+            m_files.append(path);
+        } else if (info.isDir()) {
+            collectFolder(info);
+        }
+    }
+
+    void collectFolder(const QFileInfo &folder)
+    {
+        if (!folder.isReadable() || !folder.isExecutable()) {
+            m_error = {folder.filePath(), 0, 0,
+                       QStringLiteral("cannot be copied: no permission to read the folder")};
+            return;
+        }
+        const QStringList names = QDir(folder.filePath())
+                                      .entryList(QDir::Files | QDir::Dirs | QDir::Hidden
+                                                 | QDir::System | QDir::NoDotAndDotDot);
+        for (const QString &name : names) {
+            collect(folder.filePath() + QLatin1Char('/') + name);
+        }
+    }
+
+    const QString m_folder;
+    QSet<QString> m_known;
+    QStringList m_files;
+    Diagnostic m_error;
+};
 
 QString commonFolderOf(const QStringList &folders)
 {
@@ -60,10 +105,15 @@ QString commonFolderOf(const QStringList &folders)
     return common.join(QLatin1Char('/'));
 }
 
-bool areEqual(const TextFile::Stamp &left, const TextFile::Stamp &right)
+/// @param stamp of a file when it was copied; that of no file for a link
+bool isAsCopied(const QString &path, const TextFile::Stamp &stamp)
 {
-    return left.device == right.device && left.inode == right.inode && left.size == right.size
-        && left.modified == right.modified && left.changed == right.changed;
+    if (stamp.size < 0) {
+        return QFileInfo(path).isSymLink();
+    }
+    const TextFile::Stamp now = TextFile::stampOf(path);
+    return now.device == stamp.device && now.inode == stamp.inode && now.size == stamp.size
+        && now.modified == stamp.modified && now.changed == stamp.changed;
 }
 
 } // namespace
@@ -82,11 +132,18 @@ std::unique_ptr<ScratchCopy> ScratchCopy::make(const Project &project, Diagnosti
     originals.append(project.path());
     originals.removeDuplicates();
     // Its own folder has a name in the copy, even if it is the only one.
-    copy->m_commonFolder = QFileInfo(commonFolderOf(originals)).path();
+    const QString common = commonFolderOf(originals);
+    copy->m_commonFolder = common.left(std::max(0, common.lastIndexOf(QLatin1Char('/'))));
     for (const QString &original : qAsConst(originals)) {
         copy->m_folders.append(copy->copyOf(original));
-        const QStringList files = projectFiles(original);
-        for (const QString &file : files) {
+    }
+    for (const QString &original : qAsConst(originals)) {
+        const ProjectFiles originalFiles(original);
+        error = originalFiles.error();
+        if (!error.message.isEmpty()) {
+            return nullptr;
+        }
+        for (const QString &file : originalFiles.files()) {
             const QString to = copy->copyOf(file);
             // One project may lie in another one's folder.
             if (!copy->m_files.contains(to) && !copy->copyFile(file, to, error)) {
@@ -123,18 +180,27 @@ bool ScratchCopy::copyFile(const QString &from, const QString &to, Diagnostic &e
     bool isCopied = false;
     QString reason;
     if (info.isSymLink()) {
-        isCopied = QFile::link(QDir(info.path()).relativeFilePath(info.symLinkTarget()), to);
+        // What a link leads to is copied if it lies in a project, and stays where it is otherwise.
+        const QString target = targetOf(info);
+        const bool isCopiedToo =
+            std::any_of(m_folders.cbegin(), m_folders.cend(), [&](const QString &folder) {
+                return isInside(originalOf(folder), target);
+            });
+        isCopied =
+            QFile::link(isCopiedToo ? QDir(info.path()).relativeFilePath(target) : target, to);
         reason = QStringLiteral("it is a link");
     } else {
         QFile file(from);
-        isCopied = file.copy(to);
+        // The copy would have what the user may do, which for the superuser is everything.
+        const auto user = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
+        isCopied = file.copy(to) && QFile::setPermissions(to, file.permissions() & ~user);
         reason = file.errorString();
     }
     if (!isCopied) {
         error = {from, 0, 0, QStringLiteral("cannot be copied to %1: %2").arg(to, reason)};
         return false;
     }
-    m_files.insert(to, TextFile::stampOf(to));
+    m_files.insert(to, info.isSymLink() ? TextFile::Stamp() : TextFile::stampOf(to));
     return true;
 }
 
@@ -142,13 +208,13 @@ bool ScratchCopy::restore(Diagnostic &error)
 {
     QStringList changed;
     for (auto file = m_files.cbegin(); file != m_files.cend(); ++file) {
-        if (!areEqual(TextFile::stampOf(file.key()), *file)) {
+        if (!isAsCopied(file.key(), *file)) {
             changed.append(file.key());
         }
     }
     QStringList superfluous = changed;
     for (const QString &folder : qAsConst(m_folders)) {
-        const QStringList files = projectFiles(folder);
+        const QStringList files = ProjectFiles(folder).files();
         std::copy_if(files.begin(), files.end(), std::back_inserter(superfluous),
                      [this](const QString &file) { return !m_files.contains(file); });
     }

@@ -17,12 +17,13 @@
  * what they like. It lies in the system's folder for temporary files, and goes with the object.
  *
  * Copied are the files that make a project (see docs/file-formats.md), and nothing else that lies
- * in its folder. Links are copied as links. The folders lie to each other as the real ones do.
+ * in its folder. Links are copied as links: one that leads into a project leads into its copy, any
+ * other to where it led before. The folders lie to each other as the real ones do.
  */
 class ScratchCopy
 {
 public:
-    /// @return null, with @p error set, when a file could not be copied
+    /// @return null, with @p error set, when a file could not be copied or a folder not be read
     static std::unique_ptr<ScratchCopy> make(const Project &project, Diagnostic &error);
 
     const Project &project() const { return *m_project; }
@@ -43,6 +44,7 @@ private:
     QTemporaryDir m_scratch;
     QString m_commonFolder; ///< of all originals
     QStringList m_folders; ///< of the copies
-    QHash<QString, TextFile::Stamp> m_files; ///< of the copies, as they were at first
+    QHash<QString, TextFile::Stamp> m_files; ///< of the copies, as they were at first; no
+                                             ///< file's for a link
     std::optional<Project> m_project;
 };

@@ -5,16 +5,22 @@
 #include "host/PropertyManagerConst.h"
 #include "host/SelectorUrlHandler.h"
 
+#include <QStringList>
+
 TreeUrls::TreeUrls(const Project &project)
     : m_project(project)
 {
     const QHash<QString, QString> folders = project.otherFiles();
-    for (auto folder = folders.cbegin(); folder != folders.cend(); ++folder) {
-        for (const QString &treeFolder : {PropertyManagerConst::getConfigurationFolderPath(*folder),
-                                          PropertyManagerConst::getProcessFolderPath(*folder)}) {
-            // The project's own object comes before another name of its folder.
-            if (!m_objects.contains(treeFolder) || folder.key() == project.objectName()) {
-                m_objects.insert(treeFolder, folder.key());
+    QStringList objects = folders.keys();
+    objects.sort();
+    // The project's own object comes before other names of its folder.
+    objects.prepend(project.objectName());
+    for (const QString &object : qAsConst(objects)) {
+        const QString folder = folders.value(object);
+        for (const QString &treeFolder : {PropertyManagerConst::getConfigurationFolderPath(folder),
+                                          PropertyManagerConst::getProcessFolderPath(folder)}) {
+            if (!m_objects.contains(treeFolder)) {
+                m_objects.insert(treeFolder, object);
             }
         }
     }
