@@ -3,10 +3,15 @@
 #include "configscript/ExitCode.h"
 #include "configscript/Findings.h"
 #include "configscript/Output.h"
+#include "configscript/ProgressLine.h"
 #include "configscript/ProjectArgument.h"
 #include "configscript/ScriptWatchdog.h"
 #include "filehost/Manifest.h"
+#include "runner/OrderCheck.h"
+#include "runner/OrderTrials.h"
 #include "runner/ProjectCheck.h"
+
+#include <QJsonObject>
 
 CheckCommand::CheckCommand(CLI::App &program)
     : Command(program, "check",
@@ -15,6 +20,16 @@ CheckCommand::CheckCommand(CLI::App &program)
     arguments().add_option("PROJECT", m_projectPath, "The project folder")->required();
     arguments().add_flag("--json", m_isJson, "Print the findings as JSON");
     arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
+    auto *order = arguments().add_flag(
+        "--order", m_checksOrder,
+        "Run the dependency scripts, too, on a copy: in several orders, and each until nothing "
+        "changes");
+    arguments()
+        .add_option("--orders", m_orders, "With --order: in how many orders")
+        ->type_name("N")
+        ->check(CLI::Range(2, 1000))
+        ->capture_default_str()
+        ->needs(order);
     m_limits.addOptions(arguments());
 }
 
@@ -26,13 +41,53 @@ int CheckCommand::run()
         return ExitCode::unusable;
     }
     ScriptWatchdog watchdog(m_limits.timeout());
-    const auto findings = ProjectCheck(*project, watchdog).checkAll(Manifest(*project));
+    auto findings = ProjectCheck(*project, watchdog).checkAll(Manifest(*project));
+    std::unique_ptr<OrderCheck> orders;
+    if (m_checksOrder && !Findings::hasErrors(findings)) {
+        ProgressLine progress(m_isJson ? ProgressLine::Visibility::Never
+                                       : ProgressLine::Visibility::Automatic);
+        OrderTrials trials(*project, watchdog);
+        trials.setProgress([&progress](const QString &activity, int done, int total) {
+            progress.show(activity, done, total);
+        });
+        Diagnostic error;
+        orders = trials.run(m_orders, error);
+        progress.clear();
+        if (!orders) {
+            Output::error(error.toString());
+            return ExitCode::unusable;
+        }
+        findings += orders->findings();
+    }
+    print(*project, findings, orders.get());
+    return Findings::hasErrors(findings) ? ExitCode::failure : ExitCode::success;
+}
+
+/// @param orders null when the order was not checked
+void CheckCommand::print(const Project &project, const QVector<Finding> &findings,
+                         const OrderCheck *orders) const
+{
     Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
     if (m_isJson) {
-        output.json(Findings::toJson(*project, findings));
-    } else {
-        Findings::print(output, findings);
-        output.line(Findings::summary(findings));
+        QJsonObject object = Findings::toJson(project, findings);
+        if (orders) {
+            object.insert(QStringLiteral("orders"),
+                          QJsonObject{{QStringLiteral("run"), orders->orders()},
+                                      {QStringLiteral("different"), orders->distinctOrders()},
+                                      {QStringLiteral("scripts"), orders->instances()}});
+        }
+        output.json(object);
+        return;
     }
-    return Findings::hasErrors(findings) ? ExitCode::failure : ExitCode::success;
+    Findings::print(output, findings);
+    if (orders) {
+        output.line(QStringLiteral("%1 run in %2, %3 different")
+                        .arg(Output::counted(orders->instances(), QStringLiteral("script")),
+                             Output::counted(orders->orders(), QStringLiteral("order")),
+                             QString::number(orders->distinctOrders())));
+    } else if (m_checksOrder) {
+        output.line(QStringLiteral("No script was run: the order is checked when there are no "
+                                   "errors."));
+    }
+    output.line(Findings::summary(findings));
 }

@@ -3,7 +3,14 @@
 #include "configscript/Command.h"
 #include "configscript/ScriptLimits.h"
 
-/// configscript check: looks for mistakes in a project without running it.
+#include <QVector>
+
+class OrderCheck;
+class Output;
+class Project;
+struct Finding;
+
+/// configscript check: looks for mistakes in a project. Without --order no script's function runs.
 class CheckCommand : public Command
 {
 public:
@@ -12,7 +19,12 @@ public:
     int run() override;
 
 private:
+    void print(const Project &project, const QVector<Finding> &findings,
+               const OrderCheck *orders) const;
+
     std::string m_projectPath;
+    bool m_checksOrder = false;
+    int m_orders = 8;
     bool m_isJson = false;
     bool m_isColorless = false;
     ScriptLimits m_limits;
