@@ -81,10 +81,12 @@ void CheckCommand::print(const Project &project, const QVector<Finding> &finding
     }
     Findings::print(output, findings);
     if (orders) {
-        output.line(QStringLiteral("%1 run in %2, %3 different")
-                        .arg(Output::counted(orders->instances(), QStringLiteral("script")),
-                             Output::counted(orders->orders(), QStringLiteral("order")),
-                             QString::number(orders->distinctOrders())));
+        output.line(Output::counted(orders->instances(), QStringLiteral("script"))
+                    + QStringLiteral(" run in ")
+                    + Output::counted(orders->distinctOrders(),
+                                      orders->distinctOrders() == 1
+                                          ? QStringLiteral("order")
+                                          : QStringLiteral("different order")));
     } else if (m_checksOrder) {
         output.line(QStringLiteral("No script was run: the order is checked when there are no "
                                    "errors."));

@@ -30,8 +30,8 @@ public:
     /**
      * Takes what the scripts did in one more order.
      * @param rounds not empty; the first on the project as it is, each other one, in the same order
-     *        of instances, on what the one before left, until one changed nothing. With
-     *        Recording::Accesses.
+     *        of instances, on what the one before left, until one changed nothing or is known to
+     *        do so. With Recording::Accesses.
      */
     void add(const QVector<RunReport> &rounds);
 

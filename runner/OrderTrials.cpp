@@ -1,5 +1,6 @@
 #include "OrderTrials.h"
 
+#include "filehost/JsonValue.h"
 #include "filehost/Manifest.h"
 #include "runner/DependencyRun.h"
 #include "runner/ScratchCopy.h"
@@ -8,10 +9,27 @@
 
 namespace {
 
-bool hasChanges(const RunReport &report)
+/// The changes that were saved.
+OrderTrials::Changes changesOf(const RunReport &report)
 {
-    return std::any_of(report.trees.begin(), report.trees.end(), [](const ChangedTree &tree) {
-        return tree.error.isEmpty() && !tree.changes.isEmpty();
+    OrderTrials::Changes changes;
+    for (const ChangedTree &tree : report.trees) {
+        if (!tree.error.isEmpty()) {
+            continue;
+        }
+        for (const PropertyChange &change : tree.changes) {
+            changes.insert({tree.identity.filePath, {change.path, change.key}},
+                           JsonValue::toText(change.newValue, JsonValue::Layout::Compact));
+        }
+    }
+    return changes;
+}
+
+bool hasWrites(const RunReport &report)
+{
+    return std::any_of(report.runs.begin(), report.runs.end(), [](const ScriptRun &run) {
+        return std::any_of(run.accesses.begin(), run.accesses.end(),
+                           [](const TreeAccess &access) { return access.isWrite(); });
     });
 }
 
@@ -35,7 +53,9 @@ std::unique_ptr<OrderCheck> OrderTrials::run(int orders, Diagnostic &error) cons
         return nullptr;
     }
     auto check = std::make_unique<OrderCheck>(copy->project());
-    for (int order = 0; order < orders; ++order) {
+    QVector<Changes> quiet;
+    // One script knows one order.
+    for (int order = 0; order < (check->instances() == 1 ? 1 : orders); ++order) {
         if (m_progress) {
             m_progress(QStringLiteral("Running the scripts in order"), order + 1, orders);
         }
@@ -43,21 +63,32 @@ std::unique_ptr<OrderCheck> OrderTrials::run(int orders, Diagnostic &error) cons
             return nullptr;
         }
         qSetGlobalQHashSeed(-1);
-        check->add(runOrder(copy->project()));
+        check->add(runOrder(copy->project(), quiet));
     }
     return check;
 }
 
-/// What the scripts did in the order of the present seed, again and again until nothing changed.
-QVector<RunReport> OrderTrials::runOrder(const Project &copy) const
+/**
+ * What the scripts did in the order of the present seed, again and again until nothing changed.
+ * @param quiet what first rounds had changed when no script wrote anything in the next one: none
+ *        would then in any order, and there is no need to try; receives more
+ */
+QVector<RunReport> OrderTrials::runOrder(const Project &copy, QVector<Changes> &quiet) const
 {
     const Manifest manifest(copy);
     DependencyRun run(copy, manifest, QString(), m_guard);
     run.setCheck(DependencyRun::Check::WallsOnly);
     run.setRecording(RunRecorder::Recording::Accesses);
-    QVector<RunReport> rounds;
-    do {
+    QVector<RunReport> rounds{run.run(HostSession::Writing::Files).report};
+    const Changes changes = changesOf(rounds.constFirst());
+    if (quiet.contains(changes)) {
+        return rounds;
+    }
+    while (rounds.size() < OrderCheck::maximumRounds && !changesOf(rounds.constLast()).isEmpty()) {
         rounds.append(run.run(HostSession::Writing::Files).report);
-    } while (rounds.size() < OrderCheck::maximumRounds && hasChanges(rounds.constLast()));
+    }
+    if (rounds.size() <= 2 && !hasWrites(rounds.constLast())) {
+        quiet.append(changes);
+    }
     return rounds;
 }

@@ -3,6 +3,12 @@
 #include "runner/OrderCheck.h"
 #include "runner/RunRecorder.h"
 
+#include <QByteArray>
+#include <QMap>
+#include <QPair>
+#include <QString>
+#include <QVector>
+
 #include <memory>
 
 class Project;
@@ -18,17 +24,20 @@ class ScriptGuard;
 class OrderTrials
 {
 public:
+    /// File, path and key of properties to the text of their new value.
+    using Changes = QMap<QPair<QString, QPair<QString, QString>>, QByteArray>;
+
     /// @param project whose check has found no errors; nothing is written to it
     OrderTrials(const Project &project, ScriptGuard &guard);
 
     void setProgress(const RunRecorder::Progress &progress);
 
-    /// Makes HostSessions: there must be none.
+    /// Makes HostSessions: there must be none. A project with one script knows one order only.
     /// @return null, with @p error set, when the project could not be copied
     std::unique_ptr<OrderCheck> run(int orders, Diagnostic &error) const;
 
 private:
-    QVector<RunReport> runOrder(const Project &copy) const;
+    QVector<RunReport> runOrder(const Project &copy, QVector<Changes> &quiet) const;
 
     const Project &m_project;
     ScriptGuard &m_guard;

@@ -6,7 +6,9 @@
 #include <QSet>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
+#include <system_error>
 
 namespace {
 
@@ -190,11 +192,11 @@ bool ScratchCopy::copyFile(const QString &from, const QString &to, Diagnostic &e
             QFile::link(isCopiedToo ? QDir(info.path()).relativeFilePath(target) : target, to);
         reason = QStringLiteral("it is a link");
     } else {
-        QFile file(from);
-        // The copy would have what the user may do, which for the superuser is everything.
-        const auto user = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
-        isCopied = file.copy(to) && QFile::setPermissions(to, file.permissions() & ~user);
-        reason = file.errorString();
+        // Unlike QFile::copy() it waits for no disk, and keeps the permissions for any user.
+        std::error_code code;
+        isCopied = std::filesystem::copy_file(QFile::encodeName(from).toStdString(),
+                                              QFile::encodeName(to).toStdString(), code);
+        reason = QString::fromStdString(code.message());
     }
     if (!isCopied) {
         error = {from, 0, 0, QStringLiteral("cannot be copied to %1: %2").arg(to, reason)};
