@@ -71,7 +71,7 @@ std::unique_ptr<OrderCheck> OrderTrials::run(int orders, Diagnostic &error) cons
 /**
  * What the scripts did in the order of the present seed, again and again until nothing changed.
  * @param quiet what first rounds had changed when no script wrote anything in the next one: none
- *        would then in any order, and there is no need to try; receives more
+ *        would then in any order, and there is no need to try, nor to write files; receives more
  */
 QVector<RunReport> OrderTrials::runOrder(const Project &copy, QVector<Changes> &quiet) const
 {
@@ -79,11 +79,14 @@ QVector<RunReport> OrderTrials::runOrder(const Project &copy, QVector<Changes> &
     DependencyRun run(copy, manifest, QString(), m_guard);
     run.setCheck(DependencyRun::Check::WallsOnly);
     run.setRecording(RunRecorder::Recording::Accesses);
+    if (!quiet.isEmpty()) {
+        const RunReport report = run.run(HostSession::Writing::Nothing).report;
+        if (quiet.contains(changesOf(report))) {
+            return {report};
+        }
+    }
     QVector<RunReport> rounds{run.run(HostSession::Writing::Files).report};
     const Changes changes = changesOf(rounds.constFirst());
-    if (quiet.contains(changes)) {
-        return rounds;
-    }
     while (rounds.size() < OrderCheck::maximumRounds && !changesOf(rounds.constLast()).isEmpty()) {
         rounds.append(run.run(HostSession::Writing::Files).report);
     }
