@@ -6,8 +6,8 @@ preset=$1
 shift
 cd "$(dirname "$0")/.."
 
-cmake/install-packages.sh ccache cmake g++ libcli11-dev ninja-build patch pkg-config \
-    qtbase5-dev qtdeclarative5-dev "$@"
+cmake/install-packages.sh ccache cmake g++ libcli11-dev libmimalloc-dev ninja-build patch \
+    pkg-config qtbase5-dev qtdeclarative5-dev "$@"
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
