@@ -557,27 +557,25 @@ QString OrderCheck::nameOf(int instance) const
                                          m_instances.at(instance).script);
 }
 
-/// The scripts behind the names, those of one script together.
+/// The scripts behind the names, those of one script together; of many, some.
 QString OrderCheck::namesOf(const QVector<int> &instances) const
 {
     QStringList scripts;
-    for (const int instance : instances) {
-        scripts.append(m_instances.at(instance).script);
+    QHash<QString, QStringList> names; // by script
+    for (const int instance : instances.mid(0, s_shownNames)) {
+        const Instance &parts = m_instances.at(instance);
+        if (!names.contains(parts.script)) {
+            scripts.append(parts.script);
+        }
+        names[parts.script].append(parts.name);
     }
-    scripts.removeDuplicates();
     QStringList texts;
     for (const QString &script : qAsConst(scripts)) {
-        QStringList names;
-        for (const int instance : instances) {
-            if (m_instances.at(instance).script == script) {
-                names.append(m_instances.at(instance).name);
-            }
-        }
-        const int more = names.size() - s_shownNames;
-        if (more > 0) {
-            names = names.mid(0, s_shownNames) + QStringList(QStringLiteral("%1 more").arg(more));
-        }
-        texts.append(QStringLiteral("%1 (%2)").arg(listed(names), script));
+        texts.append(QStringLiteral("%1 (%2)").arg(listed(names.value(script)), script));
+    }
+    const int more = instances.size() - s_shownNames;
+    if (more > 0) {
+        texts.append(QStringLiteral("%1 more").arg(more));
     }
     return listed(texts);
 }
@@ -632,8 +630,7 @@ QString OrderCheck::varietyText(int property, Moment moment) const
     const QVector<int> writers = sortedInstances(m_writers.value(property).instances);
     return QStringLiteral("%1 varies with the order: %2%3; %4 %5 it")
         .arg(urlOf(property), texts.join(QStringLiteral("; ")),
-             more > 0 ? QStringLiteral("; and %1 more values").arg(more) : QString(),
-             namesOf(writers),
+             more > 0 ? QStringLiteral("; and %1 more").arg(more) : QString(), namesOf(writers),
              writers.size() == 1 ? QStringLiteral("writes") : QStringLiteral("write"));
 }
 

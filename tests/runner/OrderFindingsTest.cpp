@@ -227,8 +227,8 @@ void OrderFindingsTest::leavesOutSomeOfManyNames()
     check.add({report(steps)});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
-                 "dependency/p.js: warning: //x:v is written by p1, p2, p3, p4 and 3 more "
-                 "(dependency/p.js), with different values [two-writers]")});
+                 "dependency/p.js: warning: //x:v is written by p1, p2, p3 and p4 "
+                 "(dependency/p.js) and 3 more, with different values [two-writers]")});
 }
 
 void OrderFindingsTest::tellsFailuresOfSeveralInstancesOnce()
