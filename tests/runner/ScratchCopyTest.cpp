@@ -29,6 +29,7 @@ private Q_SLOTS:
     void copiesOtherProjects_data();
     void copiesOtherProjects();
     void passesOverAnotherProjectThatIsMissing();
+    void copiesFoldersWithNothingInCommon_data();
     void copiesFoldersWithNothingInCommon();
     void leadsLinksIntoTheCopy();
     void leavesOtherLinksAsTheyAre();
@@ -176,11 +177,24 @@ void ScratchCopyTest::passesOverAnotherProjectThatIsMissing()
     QVERIFY(!QFileInfo::exists(otherPath));
 }
 
-/// The only folder that both lie in is the root of the file system, or one below it.
+void ScratchCopyTest::copiesFoldersWithNothingInCommon_data()
+{
+    QTest::addColumn<bool>("isBelowRoot"); // the only folder that both lie in, or the root itself
+
+    QTest::newRow("the root") << false;
+    QTest::newRow("a folder of the root") << true;
+}
+
 void ScratchCopyTest::copiesFoldersWithNothingInCommon()
 {
+    QFETCH(const bool, isBelowRoot);
+
+    const QString other =
+        (isBelowRoot ? QLatin1Char('/') + m_folder->path().section(QLatin1Char('/'), 1, 1)
+                     : QString())
+        + QStringLiteral("/no such folder/net");
     m_folder->write(QStringLiteral("plant/project.json"),
-                    plantWith("{ \"network\": \"/no such folder/net\" }"));
+                    plantWith("{ \"network\": \"" + other.toUtf8() + "\" }"));
     m_folder->write(QStringLiteral("plant/configuration/a.json"), "{}");
     const auto copy = copyOf(QStringLiteral("plant"));
     QVERIFY(copy);
@@ -190,8 +204,7 @@ void ScratchCopyTest::copiesFoldersWithNothingInCommon()
     }
     COMPARE_FILES(readFiles(copy->project().path()),
                   readFiles(m_folder->path(QStringLiteral("plant"))));
-    QCOMPARE(copy->originalOf(folders.value(QStringLiteral("network"))),
-             QStringLiteral("/no such folder/net"));
+    QCOMPARE(copy->originalOf(folders.value(QStringLiteral("network"))), other);
     QCOMPARE(QDir(temporary()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
 }
 
