@@ -54,7 +54,8 @@ public:
     {
         const QString key = QString::number(int(severity)) + QLatin1String(name) + QLatin1Char('\n')
             + scripts.join(QLatin1Char('\n'));
-        const auto known = m_groups.find(key);
+        // What is found may be counted up.
+        const auto known = m_groups.find(key); // clazy:exclude=detaching-member
         if (known == m_groups.end()) {
             m_groups.insert(
                 key,
@@ -127,7 +128,7 @@ void OrderCheck::addRound(const RunReport &report, int round, Trial &trial)
         addAccesses(run, round == 0, written, trial);
     }
     for (auto writes = written.cbegin(); writes != written.cend(); ++writes) {
-        Writers &writers = m_writers[writes.key()];
+        Writers &writers = m_writers[writes.key()]; // clazy:exclude=detaching-member
         for (auto write = writes->cbegin(); write != writes->cend(); ++write) {
             writers.instances.insert(write.key());
             writers.areAtOdds =
@@ -140,7 +141,7 @@ void OrderCheck::addRound(const RunReport &report, int round, Trial &trial)
         }
         for (const PropertyChange &change : tree.changes) {
             const int property = indexOf(tree.identity, change.path, change.key);
-            QVector<QVariant> &values = trial.values[property];
+            QVector<QVariant> &values = trial.values[property]; // clazy:exclude=detaching-member
             if (values.isEmpty()) {
                 // Nobody has changed it in an earlier round of this order.
                 m_originals.insert(property, change.oldValue);
@@ -212,7 +213,7 @@ void OrderCheck::addFailures(const RunReport &report)
 void OrderCheck::addFailure(Finding::Severity severity, const QString &name,
                             const Diagnostic &place, const QString &instance)
 {
-    Failure &failure = m_failures[name + place.toString()];
+    Failure &failure = m_failures[name + place.toString()]; // clazy:exclude=detaching-member
     failure.finding = {severity, place, name};
     if (!instance.isEmpty()) {
         failure.instances.insert(instance);
@@ -562,7 +563,8 @@ QString OrderCheck::namesOf(const QVector<int> &instances) const
 {
     QStringList scripts;
     QHash<QString, QStringList> names; // by script
-    for (const int instance : instances.mid(0, s_shownNames)) {
+    const QVector<int> shown = instances.mid(0, s_shownNames);
+    for (const int instance : shown) {
         const Instance &parts = m_instances.at(instance);
         if (!names.contains(parts.script)) {
             scripts.append(parts.script);
@@ -609,7 +611,8 @@ QString OrderCheck::varietyText(int property, Moment moment) const
     const QVector<QVariant> values = distinctValues(property, moment);
     const QVector<int> instances = involved(property);
     QStringList texts;
-    for (const QVariant &value : values.mid(0, s_shownValues)) {
+    const QVector<QVariant> shown = values.mid(0, s_shownValues);
+    for (const QVariant &value : shown) {
         QString text = valueText(value);
         if (instances.size() > 1) {
             const Trial &trial =
