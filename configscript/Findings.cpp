@@ -3,8 +3,6 @@
 #include "configscript/Output.h"
 #include "filehost/Project.h"
 
-#include <QJsonArray>
-
 #include <algorithm>
 
 namespace Findings {
@@ -42,7 +40,7 @@ QString summary(const QVector<Finding> &findings)
         + Output::counted(count(findings, Finding::Severity::Warning), QStringLiteral("warning"));
 }
 
-QJsonObject toJson(const Project &project, const QVector<Finding> &findings)
+QJsonArray toArray(const QVector<Finding> &findings)
 {
     QJsonArray array;
     for (const Finding &finding : findings) {
@@ -55,10 +53,15 @@ QJsonObject toJson(const Project &project, const QVector<Finding> &findings)
                         {QStringLiteral("message"), finding.place.message},
                         {QStringLiteral("name"), finding.name}});
     }
+    return array;
+}
+
+QJsonObject toJson(const Project &project, const QVector<Finding> &findings)
+{
     return {{QStringLiteral("project"), project.path()},
             {QStringLiteral("errors"), count(findings, Finding::Severity::Error)},
             {QStringLiteral("warnings"), count(findings, Finding::Severity::Warning)},
-            {QStringLiteral("findings"), array}};
+            {QStringLiteral("findings"), toArray(findings)}};
 }
 
 } // namespace Findings

@@ -2,6 +2,7 @@
 
 #include "runner/Finding.h"
 
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QVector>
 
@@ -15,6 +16,9 @@ bool hasErrors(const QVector<Finding> &findings);
 
 /// A line for each.
 void print(Output &output, const QVector<Finding> &findings);
+
+/// As in toJson().
+QJsonArray toArray(const QVector<Finding> &findings);
 
 /// How many there are of each severity.
 QString summary(const QVector<Finding> &findings);

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <utility>
+
 namespace {
 
 QString realPath(const QString &path)
@@ -50,6 +52,19 @@ void recoverProject(const QString &path, const QString &lockedPath, Diagnostic &
     }
 }
 
+/// What was interrupted in a project, and in those that it reaches.
+void recoverProjects(const Project &project, bool isLocked, Diagnostic &error)
+{
+    QStringList paths = project.reachableObjects().values();
+    paths.prepend(project.path());
+    paths.removeDuplicates();
+    for (const QString &path : qAsConst(paths)) {
+        if (error.message.isEmpty() && FileBatch::isInterrupted(path)) {
+            recoverProject(path, isLocked ? realPath(project.path()) : QString(), error);
+        }
+    }
+}
+
 } // namespace
 
 std::optional<Project> openProject(const std::string &argument, std::unique_ptr<ProjectLock> *lock)
@@ -57,23 +72,24 @@ std::optional<Project> openProject(const std::string &argument, std::unique_ptr<
     Diagnostic error;
     auto project = Project::open(QString::fromStdString(argument), error);
     if (project && lock) {
-        *lock = ProjectLock::acquire(project->path(), error);
-    }
-    if (project) {
-        QStringList paths = project->reachableObjects().values();
-        paths.prepend(project->path());
-        paths.removeDuplicates();
-        for (const QString &path : qAsConst(paths)) {
-            if (error.message.isEmpty() && FileBatch::isInterrupted(path)) {
-                recoverProject(path, lock ? realPath(project->path()) : QString(), error);
-            }
-        }
+        *lock = lockProject(*project, error);
+    } else if (project) {
+        recoverProjects(*project, false, error);
     }
     if (error.message.isEmpty()) {
         return project;
     }
     Output::error(error.toString());
     return std::nullopt;
+}
+
+std::unique_ptr<ProjectLock> lockProject(const Project &project, Diagnostic &error)
+{
+    auto lock = ProjectLock::acquire(project.path(), error);
+    if (lock) {
+        recoverProjects(project, true, error);
+    }
+    return error.message.isEmpty() ? std::move(lock) : nullptr;
 }
 
 std::optional<Project> openProjectAround(const std::string &filePath,

@@ -121,7 +121,28 @@ void TextReport::printWrites(const ScriptRun &run)
 void TextReport::printTrees(const RunReport &report, bool isDryRun)
 {
     for (const ChangedTree &tree : report.trees) {
-        printTree(tree, isDryRun);
+        const bool isStored = tree.error.isEmpty();
+        if (!isStored || m_detail == Detail::Everything) {
+            printTree(tree,
+                      !isStored      ? m_output.styled(Style::Bad, QStringLiteral("NOT WRITTEN"))
+                          : isDryRun ? QStringLiteral("would change")
+                                     : QStringLiteral("changed"));
+        }
+    }
+}
+
+void TextReport::printDropped(const QVector<ChangedTree> &trees)
+{
+    for (const ChangedTree &tree : trees) {
+        printTree(tree, QStringLiteral("would no longer change"));
+    }
+}
+
+void TextReport::printWithdrawn(const ScriptRun &run)
+{
+    for (const JavaScriptApi::ErrorMessage &error : run.errors) {
+        m_output.line(m_output.styled(Style::Good, QStringLiteral("withdrawn: ")) + run.instance
+                      + QStringLiteral(": ") + errorText(error));
     }
 }
 
@@ -183,19 +204,12 @@ void TextReport::printDetails(const ScriptRun &run)
         m_output.line(indentation + place(run.scriptOf(message.isOfFunction), message.line)
                       + QLatin1Char(' ') + level + shown(message.text));
     });
-    printSome(
-        run.errors, QStringLiteral("reported error"),
-        [&](const JavaScriptApi::ErrorMessage &error) {
-            const QString text = m_texts.value(error.errorLabelTextId);
-            m_output.line(
-                indentation + m_output.styled(Style::Warning, QStringLiteral("reported: "))
-                + shown((error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
-                        + (text.isEmpty() ? QString() : text + QLatin1Char(' ')) + QLatin1Char('[')
-                        + error.errorLabelTextId + QLatin1Char(']'))
-                + (error.value.isValid()
-                       ? QStringLiteral(" value ") + valueText(JsonValue::normalized(error.value))
-                       : QString()));
-        });
+    printSome(run.errors, QStringLiteral("reported error"),
+              [&](const JavaScriptApi::ErrorMessage &error) {
+                  m_output.line(indentation
+                                + m_output.styled(Style::Warning, QStringLiteral("reported: "))
+                                + errorText(error));
+              });
     if (!run.unsavedChanges.isEmpty()) {
         m_output.line(indentation + m_output.styled(Style::Warning, QStringLiteral("not saved: "))
                       + QStringLiteral("written by relative URL, which nobody saves; write to ")
@@ -204,19 +218,23 @@ void TextReport::printDetails(const ScriptRun &run)
     }
 }
 
-void TextReport::printTree(const ChangedTree &tree, bool isDryRun)
+QString TextReport::errorText(const JavaScriptApi::ErrorMessage &error) const
 {
-    const bool isStored = tree.error.isEmpty();
-    if (isStored && m_detail == Detail::OnlyTrouble) {
-        return;
-    }
+    const QString text = m_texts.value(error.errorLabelTextId);
+    return shown((error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
+                 + (text.isEmpty() ? QString() : text + QLatin1Char(' ')) + QLatin1Char('[')
+                 + error.errorLabelTextId + QLatin1Char(']'))
+        + (error.value.isValid()
+               ? QStringLiteral(" value ") + valueText(JsonValue::normalized(error.value))
+               : QString());
+}
+
+void TextReport::printTree(const ChangedTree &tree, const QString &state)
+{
     m_output.line();
-    const QString state = !isStored ? m_output.styled(Style::Bad, QStringLiteral("NOT WRITTEN "))
-        : isDryRun                  ? QStringLiteral("would change ")
-                                    : QStringLiteral("changed ");
-    m_output.line(state
+    m_output.line(state + QLatin1Char(' ')
                   + m_output.styled(Style::Bold, m_project.relativePath(tree.identity.filePath)));
-    if (!isStored) {
+    if (!tree.error.isEmpty()) {
         m_output.line(QStringLiteral("  ") + tree.error);
     }
     printChanges(tree.changes, QStringLiteral("  "));

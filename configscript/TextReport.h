@@ -25,10 +25,17 @@ public:
 
     void printTrees(const RunReport &report, bool isDryRun);
 
+    /// Changes that a dry run does not come to any more.
+    void printDropped(const QVector<ChangedTree> &trees);
+
+    /// Errors that a run does not report any more.
+    void printWithdrawn(const ScriptRun &run);
+
 private:
     void printHeading(const ScriptRun &run, const QString &text);
     void printDetails(const ScriptRun &run);
-    void printTree(const ChangedTree &tree, bool isDryRun);
+    void printTree(const ChangedTree &tree, const QString &state);
+    QString errorText(const JavaScriptApi::ErrorMessage &error) const;
     template <typename List, typename Print>
     void printSome(const List &list, const QString &noun, Print print);
     void printWrites(const ScriptRun &run);

@@ -109,14 +109,15 @@ Stamp stampOf(const QString &filePath)
                                                                          : Stamp();
 }
 
+bool areEqual(const Stamp &left, const Stamp &right)
+{
+    return left.device == right.device && left.inode == right.inode && left.size == right.size
+        && left.modified == right.modified && left.changed == right.changed;
+}
+
 bool isUnchanged(const QString &filePath, const Stamp &stamp)
 {
-    if (!stamp.isSettled) {
-        return false;
-    }
-    const Stamp now = stampOf(filePath);
-    return now.device == stamp.device && now.inode == stamp.inode && now.size == stamp.size
-        && now.modified == stamp.modified && now.changed == stamp.changed;
+    return stamp.isSettled && areEqual(stampOf(filePath), stamp);
 }
 
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error)

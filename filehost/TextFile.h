@@ -33,6 +33,9 @@ ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content
 /// What a file is like; the size is -1 when there is none.
 Stamp stampOf(const QString &filePath);
 
+/// Whether nothing that a stamp holds differs.
+bool areEqual(const Stamp &left, const Stamp &right);
+
 /// Whether a file is known to be as it was when @p stamp was taken. If not, it may be all the same.
 bool isUnchanged(const QString &filePath, const Stamp &stamp);
 

@@ -1,17 +1,13 @@
 #include "DependencyRun.h"
 
 #include "JavaScript/JavaScriptDependencyManager.h"
-#include "JavaScript/JavaScriptDependencyResolver.h"
-#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "host/TextManager.h"
 #include "runner/OmittedRuns.h"
 #include "runner/ProjectCheck.h"
+#include "runner/RecordedResolver.h"
 #include "runner/SilentLog.h"
-
-#include <memory>
 
 namespace {
 
@@ -106,36 +102,8 @@ QVector<Finding> DependencyRun::findings() const
 
 RunReport DependencyRun::resolve(HostSession &session) const
 {
-    FileBatch batch(m_project.path());
-    session.setBatch(&batch);
-    const TextManager textManager(m_project.texts());
-    std::unique_ptr<JavaScriptDependencyResolver> resolver;
-    {
-        const SilentLog log;
-        resolver = std::make_unique<JavaScriptDependencyResolver>(
-            m_project.path(), m_project.moduleName(), m_project.objectName(), m_project.providers(),
-            textManager, m_project.otherFiles(), nullptr);
-    }
-
-    RunRecorder recorder(m_project, m_recording, m_guard, [&resolver](bool isInterrupted) {
-        resolver->setInterrupted(isInterrupted);
-    });
-    recorder.setProgress(m_progress);
-    session.setObserver(&recorder);
-    resolver->setRunObserver(&recorder);
-    QObject::connect(resolver.get(), &JavaScriptDependencyResolver::processDataDescriptionChanged,
-                     [&recorder](const QString &name) { recorder.instanceAnnounced(name); });
-    if (m_instance.isEmpty()) {
-        resolver->resolveAllDependencies();
-    } else {
-        resolver->resolveDependencyOfInstance(m_instance);
-    }
-    session.setObserver(nullptr);
-    session.setBatch(nullptr);
-    QString error;
-    if (!batch.commit(error)) {
-        recorder.savingFailed(error);
-    }
-    resolver.reset(); // the report takes the place of its trees
-    return recorder.takeReport();
+    RecordedResolver resolver(m_project, session, m_recording, m_guard);
+    resolver.setProgress(m_progress);
+    resolver.resolve(m_instance);
+    return resolver.takeLastReport();
 }

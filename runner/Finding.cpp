@@ -2,8 +2,14 @@
 
 QString Finding::toString() const
 {
+    Finding finding = *this;
+    finding.place.column = 0;
+    return finding.toStringWithColumn();
+}
+
+QString Finding::toStringWithColumn() const
+{
     Diagnostic text = place;
-    text.column = 0;
     text.message =
         (severity == Severity::Error ? QStringLiteral("error: ") : QStringLiteral("warning: "))
         + place.message + QStringLiteral(" [") + name + QLatin1Char(']');

@@ -13,4 +13,7 @@ struct Finding
 
     /// "file:line: severity: message [name]"
     QString toString() const;
+
+    /// The same with the column, where one is known.
+    QString toStringWithColumn() const;
 };

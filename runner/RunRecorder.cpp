@@ -70,6 +70,7 @@ RunReport RunRecorder::takeReport()
     report.runs = std::exchange(m_runs, {});
     report.announced = std::exchange(m_announced, {});
     report.warnings = std::exchange(m_warnings, {});
+    report.treesRead = std::exchange(m_treesRead, {});
     report.duration = Clock::now() - m_begin;
     QHash<QString, QVector<PropertyChange>> unsaved; // by instance
     const QVector<const FileTree *> treeOrder = std::exchange(m_treeOrder, {});
@@ -158,6 +159,7 @@ void RunRecorder::runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessa
 void RunRecorder::treeRead(const QSharedPointer<const FileTreeNode> &root)
 {
     const FileTree::Identity &identity = root->tree().identity();
+    m_treesRead.insert(identity.filePath);
     if (identity.kind == FileTree::Kind::Configuration
         && identity.filePath.startsWith(m_configurationFolder + QLatin1Char('/'))
         && !m_scripts.contains(identity.instance)) {

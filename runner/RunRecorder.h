@@ -122,6 +122,7 @@ private:
     QVector<const FileTree *> m_treeOrder;
     std::unordered_map<const FileTree *, WrittenTree> m_trees;
     int m_savedTrees = 0;
+    QSet<QString> m_treesRead; ///< files
     QStringList m_announced;
     QStringList m_warnings;
 };

@@ -5,6 +5,7 @@
 #include "runner/PropertyChange.h"
 
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -95,6 +96,7 @@ struct RunReport
     QVector<OmittedRun> notRun;
     QStringList announced; ///< instances whose process data changed
     QStringList warnings; ///< of the library and the host, outside the runs
+    QSet<QString> treesRead; ///< files; those that were written, too
     QString refusal; ///< why nothing was saved, when it was to be
     std::chrono::nanoseconds duration{0};
 

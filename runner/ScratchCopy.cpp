@@ -110,12 +110,8 @@ QString commonFolderOf(const QStringList &folders)
 /// @param stamp of a file when it was copied; that of no file for a link
 bool isAsCopied(const QString &path, const TextFile::Stamp &stamp)
 {
-    if (stamp.size < 0) {
-        return QFileInfo(path).isSymLink();
-    }
-    const TextFile::Stamp now = TextFile::stampOf(path);
-    return now.device == stamp.device && now.inode == stamp.inode && now.size == stamp.size
-        && now.modified == stamp.modified && now.changed == stamp.changed;
+    return stamp.size < 0 ? QFileInfo(path).isSymLink()
+                          : TextFile::areEqual(TextFile::stampOf(path), stamp);
 }
 
 } // namespace
