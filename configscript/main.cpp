@@ -6,6 +6,7 @@
 #include "configscript/Output.h"
 #include "configscript/ResolveCommand.h"
 #include "configscript/RunCommand.h"
+#include "configscript/WatchCommand.h"
 
 #include <QCoreApplication>
 #include <QTextCodec>
@@ -49,6 +50,7 @@ int main(int argc, char *argv[])
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<ResolveCommand>(program));
     commands.push_back(std::make_unique<RunCommand>(program));
+    commands.push_back(std::make_unique<WatchCommand>(program));
     commands.push_back(std::make_unique<CheckCommand>(program));
     commands.push_back(std::make_unique<ListCommand>(program));
     commands.push_back(std::make_unique<NewCommand>(program));

@@ -90,9 +90,8 @@ QVector<FileChange> ProjectWatcher::takeChanges()
         m_watcher.removePaths(replaced); // another file may have taken the place of the one watched
     }
     watch();
-    std::sort(changes.begin(), changes.end(), [](const FileChange &a, const FileChange &b) {
-        return a.filePath < b.filePath;
-    });
+    std::sort(changes.begin(), changes.end(),
+              [](const FileChange &a, const FileChange &b) { return a.filePath < b.filePath; });
     return changes;
 }
 

@@ -12,9 +12,9 @@ std::unique_ptr<JavaScriptDependencyResolver> makeResolver(const Project &projec
                                                            const TextManager &texts)
 {
     const SilentLog log;
-    return std::make_unique<JavaScriptDependencyResolver>(
-        project.path(), project.moduleName(), project.objectName(), project.providers(), texts,
-        project.otherFiles(), nullptr);
+    return std::make_unique<JavaScriptDependencyResolver>(project.path(), project.moduleName(),
+                                                          project.objectName(), project.providers(),
+                                                          texts, project.otherFiles(), nullptr);
 }
 
 } // namespace

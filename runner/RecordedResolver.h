@@ -15,8 +15,8 @@ class RecordedResolver
 {
 public:
     /// @param session goes on for longer; what it writes is saved
-    RecordedResolver(const Project &project, HostSession &session,
-                     RunRecorder::Recording recording, ScriptGuard &guard);
+    RecordedResolver(const Project &project, HostSession &session, RunRecorder::Recording recording,
+                     ScriptGuard &guard);
     ~RecordedResolver();
 
     void setProgress(const RunRecorder::Progress &progress);

@@ -59,9 +59,9 @@ List added(const List &list, List others, Equal equal)
 {
     List result;
     for (const auto &element : list) {
-        const auto other = std::find_if(
-            others.begin(), others.end(),
-            [&](const auto &candidate) { return equal(element, candidate); });
+        const auto other = std::find_if(others.begin(), others.end(), [&](const auto &candidate) {
+            return equal(element, candidate);
+        });
         if (other == others.end()) {
             result.append(element);
         } else {
@@ -224,9 +224,9 @@ RoundDifference RoundDifference::between(const Round &before, const Round &after
                     difference);
     }
     difference.mended.sort();
-    std::sort(
-        difference.withdrawn.begin(), difference.withdrawn.end(), // clazy:exclude=detaching-member
-        [](const ScriptRun &a, const ScriptRun &b) { return a.instance < b.instance; });
+    std::sort(difference.withdrawn.begin(),
+              difference.withdrawn.end(), // clazy:exclude=detaching-member
+              [](const ScriptRun &a, const ScriptRun &b) { return a.instance < b.instance; });
 
     const auto treesBefore = treesOf(before);
     const auto treesAfter = treesOf(after);

@@ -38,10 +38,11 @@ QString SeparateRuns::scriptOf(const QString &instance) const
 {
     Diagnostic ignored; // the check finds it
     const auto root = m_project.readTree(FileTree::Kind::Configuration, instance, ignored);
-    return root.isNull() ? QString()
-                         : root->getProperty(ConfigurationAndProcessDataDefinitions::
-                                                 getKeyDataPropertyDependencyFileExtern())
-                               .toString();
+    return root.isNull()
+        ? QString()
+        : root->getProperty(
+                  ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern())
+              .toString();
 }
 
 /// Whether a script can run; what is wrong with the instance that names it is known already.

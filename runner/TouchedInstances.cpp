@@ -37,14 +37,13 @@ QStringList TouchedInstances::of(const QVector<FileChange> &changes) const
         }
     }
     QStringList touched;
-    std::copy_if(m_listed.begin(), m_listed.end(), std::back_inserter(touched),
-                 [&](const QString &instance) {
-                     return m_before.waiting.contains(instance)
-                         || std::any_of(telling.begin(), telling.end(),
-                                        [&](const FileChange &change) {
-                                            return touches(change, instance);
-                                        });
-                 });
+    std::copy_if(
+        m_listed.begin(), m_listed.end(), std::back_inserter(touched),
+        [&](const QString &instance) {
+            return m_before.waiting.contains(instance)
+                || std::any_of(telling.begin(), telling.end(),
+                               [&](const FileChange &change) { return touches(change, instance); });
+        });
     return touched;
 }
 
