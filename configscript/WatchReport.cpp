@@ -93,6 +93,9 @@ void WatchReport::printText(const Project &project, const Content &content, bool
                             .arg(content.unsettled.join(QStringLiteral(", "))));
     }
     if (isFirst) {
+        if (!difference.isEmpty() || !content.stored.isEmpty()) {
+            m_output.line();
+        }
         m_output.line(QStringLiteral("Watching %1: %2, %3. Ctrl+C ends.")
                           .arg(QFileInfo(project.path()).fileName(),
                                Output::counted(content.instances, QStringLiteral("instance")),

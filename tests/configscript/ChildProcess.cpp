@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
@@ -57,6 +58,13 @@ public:
     bool isOpen() const { return m_isOpen; }
     int writeEnd() const { return m_ends[1]; }
     void closeWriteEnd() { close(m_ends[1]); }
+    void closeReadEnd()
+    {
+        if (m_isOpen) {
+            close(m_ends[0]);
+            m_isOpen = false;
+        }
+    }
     pollfd pollable() const { return {m_isOpen ? m_ends[0] : -1, POLLIN, 0}; }
     QByteArray contents() const { return m_contents; }
 
@@ -68,8 +76,7 @@ public:
         if (length > 0) {
             m_contents.append(buffer, int(length));
         } else if (length == 0 || errno != EINTR) {
-            close(m_ends[0]);
-            m_isOpen = false;
+            closeReadEnd();
         }
     }
 
@@ -79,31 +86,47 @@ private:
     QByteArray m_contents;
 };
 
-void readToEnd(Outlet &one, Outlet &other)
+/// Reads what there is, from one of the two at least.
+/// @return false when there is nothing within the time, in milliseconds; negative for any time
+bool readSome(Outlet &one, Outlet &other, int time)
 {
-    while (one.isOpen() || other.isOpen()) {
-        pollfd pollables[] = {one.pollable(), other.pollable()};
-        if (poll(pollables, 2, -1) == -1) {
-            continue;
-        }
-        if (pollables[0].revents != 0) {
-            one.read();
-        }
-        if (pollables[1].revents != 0) {
-            other.read();
-        }
+    pollfd pollables[] = {one.pollable(), other.pollable()};
+    const int count = poll(pollables, 2, time);
+    if (pollables[0].revents != 0) {
+        one.read();
     }
+    if (pollables[1].revents != 0) {
+        other.read();
+    }
+    return count != 0;
 }
 
 } // namespace
 
-ChildProcess runChildProcess(const QStringList &command, const QString &folder,
-                             const QProcessEnvironment &environment, Outputs outputs)
+/// The process, and the ends of its outputs.
+struct RunningProcess::Parts
 {
-    Outlet output(outputs);
-    Outlet errors(Outputs::Pipes);
+    explicit Parts(Outputs outputs)
+        : output(outputs)
+        , errors(Outputs::Pipes)
+    {
+    }
+
+    Outlet output;
+    Outlet errors;
+    pid_t process = 0;
+    ChildProcess ending{-1, QByteArray(), QByteArray()};
+};
+
+RunningProcess::RunningProcess(const QStringList &command, const QString &folder,
+                               const QProcessEnvironment &environment, Outputs outputs)
+    : m_parts(std::make_unique<Parts>(outputs))
+{
+    Outlet &output = m_parts->output;
+    Outlet &errors = m_parts->errors;
     if (!output.isOpen() || !errors.isOpen()) {
-        return notRun("no pipe or terminal");
+        m_parts->ending = notRun("no pipe or terminal");
+        return;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -117,22 +140,71 @@ ChildProcess runChildProcess(const QStringList &command, const QString &folder,
                                          QStringLiteral("--signal=KILL"), QStringLiteral("120")}
                              + command);
     const CStrings variables(environment.toStringList());
-    pid_t process = 0;
-    const int error =
-        posix_spawnp(&process, "timeout", &actions, nullptr, arguments.data(), variables.data());
+    const int error = posix_spawnp(&m_parts->process, "timeout", &actions, nullptr,
+                                   arguments.data(), variables.data());
     posix_spawn_file_actions_destroy(&actions);
     output.closeWriteEnd();
     errors.closeWriteEnd();
     if (error != 0) {
-        return notRun(std::strerror(error));
+        m_parts->process = 0;
+        m_parts->ending = notRun(std::strerror(error));
     }
-    readToEnd(output, errors);
+}
+
+RunningProcess::~RunningProcess()
+{
+    if (m_parts->process != 0) {
+        signal(SIGTERM); // "timeout" hands it on
+        closeOutput();
+        waitForEnd();
+    }
+}
+
+QByteArray RunningProcess::output() const
+{
+    return m_parts->output.contents();
+}
+
+QByteArray RunningProcess::errors() const
+{
+    return m_parts->errors.contents();
+}
+
+bool RunningProcess::readMore(int time)
+{
+    return (m_parts->output.isOpen() || m_parts->errors.isOpen())
+        && readSome(m_parts->output, m_parts->errors, time);
+}
+
+void RunningProcess::closeOutput()
+{
+    m_parts->output.closeReadEnd();
+}
+
+void RunningProcess::signal(int number) const
+{
+    kill(m_parts->process, number);
+}
+
+ChildProcess RunningProcess::waitForEnd()
+{
+    if (m_parts->process == 0) {
+        return m_parts->ending;
+    }
+    while (readMore(-1)) { }
     int status = 0;
-    while (waitpid(process, &status, 0) == -1 && errno == EINTR) { }
+    while (waitpid(m_parts->process, &status, 0) == -1 && errno == EINTR) { }
+    m_parts->process = 0;
     // The shells' convention for a program that is not there, cannot run, or ended by a signal.
     constexpr int firstFailureToRun = 125;
-    if (!WIFEXITED(status) || WEXITSTATUS(status) >= firstFailureToRun) {
-        return notRun("status " + QByteArray::number(status) + "\n" + errors.contents());
-    }
-    return {WEXITSTATUS(status), output.contents(), errors.contents()};
+    m_parts->ending = !WIFEXITED(status) || WEXITSTATUS(status) >= firstFailureToRun
+        ? notRun("status " + QByteArray::number(status) + "\n" + errors())
+        : ChildProcess{WEXITSTATUS(status), output(), errors()};
+    return m_parts->ending;
+}
+
+ChildProcess runChildProcess(const QStringList &command, const QString &folder,
+                             const QProcessEnvironment &environment, Outputs outputs)
+{
+    return RunningProcess(command, folder, environment, outputs).waitForEnd();
 }

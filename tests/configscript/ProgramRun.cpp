@@ -86,6 +86,12 @@ ProgramRun Program::run(const QStringList &arguments) const
     return {process.exitCode, withoutDurations(text(process.output)), text(process.errors)};
 }
 
+std::unique_ptr<RunningProcess> Program::start(const QStringList &arguments) const
+{
+    return std::make_unique<RunningProcess>(m_launcher + command() + arguments, m_folder,
+                                            m_environment, m_outputs);
+}
+
 bool Program::isEmulated()
 {
     return command().size() > 1;

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 /**
  * The program, run to its end.
  *
@@ -46,6 +48,9 @@ public:
     void runWithoutPrivilege();
 
     ProgramRun run(const QStringList &arguments) const;
+
+    /// Does not wait for the end. What it prints is as it comes.
+    std::unique_ptr<RunningProcess> start(const QStringList &arguments) const;
 
     /// Whether an emulator runs the program, which is built for another machine.
     static bool isEmulated();
