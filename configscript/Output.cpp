@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include <unistd.h>
 
@@ -81,9 +82,13 @@ QString Output::counted(int count, const QString &noun)
 
 bool Output::finish()
 {
+    static bool s_isTold = false;
     errno = 0;
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
         return true;
+    }
+    if (std::exchange(s_isTold, true)) {
+        return false;
     }
     const QString reason = errno != 0 ? QStringLiteral(": ") + qt_error_string(errno) : QString();
     error(QStringLiteral("cannot write to standard output") + reason);

@@ -26,8 +26,8 @@ public:
     /// "1 file", "2 files"
     static QString counted(int count, const QString &noun);
 
-    /// Writes out what is left. @return false, after a message, when standard output does not take
-    /// what was written to it
+    /// Writes out what is left. @return false, after a message (the first time), when standard
+    /// output does not take what was written to it
     static bool finish();
 
     /// A line on standard error, with the program's name in front.

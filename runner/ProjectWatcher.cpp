@@ -4,6 +4,7 @@
 #include "host/PropertyManagerConst.h"
 #include "runner/SilentLog.h"
 
+#include <QDateTime>
 #include <QDirIterator>
 #include <QFileInfo>
 
@@ -28,13 +29,15 @@ ProjectWatcher::ProjectWatcher(const Project &project)
     m_polling.setInterval(s_pollingInterval);
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &ProjectWatcher::noteEvent);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &ProjectWatcher::noteEvent);
-    for (QTimer *timer : {&m_settling, &m_patience, &m_polling}) {
-        connect(timer, &QTimer::timeout, this, [this] {
-            m_settling.stop();
-            m_patience.stop();
-            Q_EMIT settled();
-        });
-    }
+    connect(&m_settling, &QTimer::timeout, this, [this] {
+        if (isBeingWritten() && m_patience.isActive()) {
+            m_settling.start();
+        } else {
+            settle();
+        }
+    });
+    connect(&m_patience, &QTimer::timeout, this, &ProjectWatcher::settle);
+    connect(&m_polling, &QTimer::timeout, this, &ProjectWatcher::settle);
     setProject(project);
 }
 
@@ -101,6 +104,24 @@ void ProjectWatcher::noteEvent()
     if (!m_patience.isActive()) {
         m_patience.start();
     }
+}
+
+void ProjectWatcher::settle()
+{
+    m_settling.stop();
+    m_patience.stop();
+    Q_EMIT settled();
+}
+
+/// Whether a file changed just now: its event may not have come yet, while the program was busy.
+bool ProjectWatcher::isBeingWritten()
+{
+    const Stamps stamps = look();
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    return std::any_of(stamps.begin(), stamps.end(), [now](const TextFile::Stamp &stamp) {
+        const qint64 age = now - stamp.changed / 1'000'000;
+        return age >= 0 && age < s_settlingTime.count();
+    });
 }
 
 /// Has the system tell of all files and folders that were found.

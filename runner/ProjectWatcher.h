@@ -56,6 +56,8 @@ private:
     using Stamps = QHash<QString, TextFile::Stamp>;
 
     void noteEvent();
+    void settle();
+    bool isBeingWritten();
     void watch();
     Stamps look();
     void lookInto(const QString &folder, const QString &suffix, Stamps &stamps);

@@ -108,7 +108,8 @@ private:
 /// It ends well, and has printed nothing more.
 #define EXPECT_END(watching) COMPARE_RUN((watching).end(), 0, QString(), QString())
 
-const char s_start[] = "would change configuration/pump.json\n"
+const char s_start[] = "\n"
+                       "would change configuration/pump.json\n"
                        "  speed  1200 -> 1500\n"
                        "\n"
                        "Watching plant: 1 instance, 1 script. Ctrl+C ends.\n";
@@ -186,7 +187,7 @@ void WatchCommandTest::beginsWithAllThatIsKnown()
     EXPECT_NEXT(watching,
                 "+ dependency/old.js: warning: no tree names this script [unused-script]\n"
                 "FAILED   pump  dependency/pump.js  # ms\n"
-                "         dependency/pump.js:1 Error: no\n"
+                "         dependency/pump.js:1: Error: no\n"
                 "\n"
                 "would change configuration/valve.json\n"
                 "  speed  1200 -> 1500\n"
@@ -201,12 +202,12 @@ void WatchCommandTest::tellsABrokenScriptOnceAndThatItIsMended()
     folder.makePlant();
     Watching watching(folder);
     EXPECT_NEXT(watching, s_start);
-    folder.writeScript(QStringLiteral("pump.js"), "function onSave( {\n");
+    folder.writeScript(QStringLiteral("pump.js"), "let;\n");
     EXPECT_NEXT(watching,
                 "\nTIME  dependency/pump.js\n"
                 "+ dependency/pump.js:1: error: SyntaxError: Expected token `identifier' "
                 "[script-error]\n");
-    folder.writeScript(QStringLiteral("pump.js"), "function onSave( {\n\n");
+    folder.writeScript(QStringLiteral("pump.js"), "let;\n\n");
     EXPECT_NEXT(watching, "\nTIME  dependency/pump.js\nno difference\n");
     folder.writeScript(QStringLiteral("pump.js"), setSpeed(1500));
     EXPECT_NEXT(watching,
@@ -332,6 +333,7 @@ void WatchCommandTest::runsTheInstancesThatReadAChangedTree()
     Watching watching(folder);
     // In a dry run, the valve sees the pump's file, not what its script would write to it.
     EXPECT_NEXT(watching,
+                "\n"
                 "would change configuration/pump.json\n"
                 "  speed  1200 -> 1500\n"
                 "\n"
@@ -387,17 +389,18 @@ void WatchCommandTest::onlyChecksForAUserInterfaceScript()
     }
     QCOMPARE(withoutRandom(text),
              QStringLiteral("ok       pump  dependency/pump.js  # ms\n"
-                            "         dependency/pump.js:1 pump runs\n"
+                            "         dependency/pump.js:1: pump runs\n"
                             "\n"
                             "Watching plant: 1 instance, 1 script. Ctrl+C ends.\n"));
     folder.write(QStringLiteral("plant/scripts/pump.js"), "let;\n");
-    EXPECT_NEXT(watching,
-                "\nTIME  scripts/pump.js\n"
-                "+ scripts/pump.js:1: error: SyntaxError: Unexpected token `;' [script-error]\n");
+    EXPECT_NEXT(
+        watching,
+        "\nTIME  scripts/pump.js\n"
+        "+ scripts/pump.js:1: error: SyntaxError: Expected token `identifier' [script-error]\n");
     folder.write(QStringLiteral("plant/scripts/pump.js"), "let b;\n");
     EXPECT_NEXT(watching,
                 "\nTIME  scripts/pump.js\n"
-                "fixed: scripts/pump.js:1: error: SyntaxError: Unexpected token `;' "
+                "fixed: scripts/pump.js:1: error: SyntaxError: Expected token `identifier' "
                 "[script-error]\n");
     EXPECT_END(watching);
 }
@@ -411,15 +414,17 @@ void WatchCommandTest::survivesAHalfWrittenTree()
     const QString file = QStringLiteral("plant/configuration/pump.json");
     const QByteArray content = folder.files().value(file);
     folder.write(file, content.left(20));
-    EXPECT_NEXT(watching,
-                "\nTIME  configuration/pump.json\n"
-                "+ configuration/pump.json:1:19: error: expected a member's name in double quotes, "
-                "or '}', found the end of the file [malformed-tree]\n");
+    EXPECT_NEXT(
+        watching,
+        "\nTIME  configuration/pump.json\n"
+        "+ configuration/pump.json:1:19: error: expected '\"' at the end of the string that "
+        "begins here, found the end of the file [malformed-tree]\n");
     folder.write(file, content);
-    EXPECT_NEXT(watching,
-                "\nTIME  configuration/pump.json\n"
-                "fixed: configuration/pump.json:1:19: error: expected a member's name in double "
-                "quotes, or '}', found the end of the file [malformed-tree]\n");
+    EXPECT_NEXT(
+        watching,
+        "\nTIME  configuration/pump.json\n"
+        "fixed: configuration/pump.json:1:19: error: expected '\"' at the end of the string "
+        "that begins here, found the end of the file [malformed-tree]\n");
     EXPECT_END(watching);
 }
 
@@ -432,14 +437,14 @@ void WatchCommandTest::survivesAHalfWrittenManifest()
     folder.write(QStringLiteral("plant/configuration/manifest.json"), "[\n");
     EXPECT_NEXT(watching,
                 "\nTIME  configuration/manifest.json\n"
-                "+ configuration/manifest.json:2:1: error: expected a value, or ']', found the end "
+                "+ configuration/manifest.json:2:1: error: expected a value, found the end "
                 "of the file [manifest]\n");
     folder.listInstances({});
     EXPECT_NEXT(watching,
                 "\nTIME  configuration/manifest.json\n"
-                "fixed: configuration/manifest.json:2:1: error: expected a value, or ']', found "
+                "fixed: configuration/manifest.json:2:1: error: expected a value, found "
                 "the end of the file [manifest]\n"
-                "+ configuration/pump.json:1:19: warning: \"pump\" names a dependency script, but "
+                "+ configuration/pump.json:1:43: warning: \"pump\" names a dependency script, but "
                 "the manifest does not list it: the script never runs [not-listed]\n"
                 "\n"
                 "would no longer change configuration/pump.json\n"
@@ -509,12 +514,12 @@ void WatchCommandTest::survivesFoldersThatAreRemovedAndMadeAgain()
     folder.remove(QStringLiteral("plant/dependency"));
     EXPECT_NEXT(watching,
                 "\nTIME  dependency/pump.js\n"
-                "+ configuration/pump.json:1:19: error: there is no script dependency/pump.js "
+                "+ configuration/pump.json:1:43: error: there is no script dependency/pump.js "
                 "[missing-script]\n");
     folder.writeScript(QStringLiteral("pump.js"), setSpeed(1800));
     EXPECT_NEXT(watching,
                 "\nTIME  dependency/pump.js\n"
-                "fixed: configuration/pump.json:1:19: error: there is no script "
+                "fixed: configuration/pump.json:1:43: error: there is no script "
                 "dependency/pump.js [missing-script]\n"
                 "\n"
                 "would change configuration/pump.json\n"
