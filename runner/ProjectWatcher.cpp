@@ -145,8 +145,9 @@ void ProjectWatcher::watch()
         isComplete = isComplete
             && std::none_of(refused.begin(), refused.end(),
                             [](const QString &path) { return QFileInfo::exists(path); });
-        // What happened before they were watched is not told.
-        noteEvent();
+        if (refused.size() < paths.size()) {
+            noteEvent(); // what happened before they were watched is not told
+        }
     }
     m_isPolling = !isComplete;
     if (isComplete) {
