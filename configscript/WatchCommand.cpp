@@ -177,8 +177,7 @@ private:
 
 WatchCommand::WatchCommand(CLI::App &program)
     : Command(program, "watch",
-              "Check and resolve again what changes while a project is edited, and print what "
-              "differs")
+              "Check and resolve a project while it is edited, and print what differs")
 {
     arguments().add_option("PROJECT", m_projectPath, "The project folder")->required();
     arguments().add_flag("--write", m_isWriting, "Save what the scripts change");
