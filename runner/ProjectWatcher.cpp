@@ -43,6 +43,9 @@ ProjectWatcher::ProjectWatcher(const Project &project)
 
 void ProjectWatcher::setProject(const Project &project)
 {
+    if (m_settling.isActive()) {
+        m_settling.start(); // while the program was busy, nobody saw whether anything changed
+    }
     QStringList otherPaths = project.reachableObjects().values();
     otherPaths.removeAll(project.path());
     otherPaths.removeDuplicates();
