@@ -33,6 +33,20 @@ void print(Output &output, const QVector<Finding> &findings)
     }
 }
 
+void printRefusal(Output &output, const QVector<Finding> &findings, const QString &remedy)
+{
+    print(output, findings);
+    output.line(QStringLiteral("No script was run: %1.").arg(summary(findings))
+                + (remedy.isEmpty() ? QString() : QLatin1Char(' ') + remedy));
+}
+
+QJsonObject toRefusal(const Project &project, const QVector<Finding> &findings)
+{
+    QJsonObject object = toJson(project, findings);
+    object.insert(QStringLiteral("succeeded"), false);
+    return object;
+}
+
 QString summary(const QVector<Finding> &findings)
 {
     return Output::counted(count(findings, Finding::Severity::Error), QStringLiteral("error"))

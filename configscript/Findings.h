@@ -23,6 +23,14 @@ QJsonArray toArray(const QVector<Finding> &findings);
 /// How many there are of each severity.
 QString summary(const QVector<Finding> &findings);
 
+/// Why no script was run.
+/// @param remedy a sentence that is put behind it
+void printRefusal(Output &output, const QVector<Finding> &findings,
+                  const QString &remedy = QString());
+
+/// The same for programs.
+QJsonObject toRefusal(const Project &project, const QVector<Finding> &findings);
+
 /// For programs; the format is described in docs/command.md.
 QJsonObject toJson(const Project &project, const QVector<Finding> &findings);
 

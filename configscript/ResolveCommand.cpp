@@ -13,8 +13,6 @@
 #include "filehost/Project.h"
 #include "runner/DependencyRun.h"
 
-#include <QJsonObject>
-
 #include <algorithm>
 
 ResolveCommand::ResolveCommand(CLI::App &program)
@@ -118,7 +116,13 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
         run.run(m_isDryRun ? HostSession::Writing::Nothing : HostSession::Writing::Files);
     progress.clear();
     if (!findings.isEmpty()) {
-        refuse(project, findings, output);
+        if (m_isJson) {
+            output.json(Findings::toRefusal(project, findings));
+        } else {
+            Findings::printRefusal(
+                output, findings,
+                m_isUnchecked ? QString() : QStringLiteral("--no-check runs them all the same."));
+        }
         return ExitCode::failure;
     }
 
@@ -131,21 +135,6 @@ int ResolveCommand::resolveProject(const Project &project, Output &output) const
             .print(report, m_isDryRun);
     }
     return report.succeeded() ? ExitCode::success : ExitCode::failure;
-}
-
-void ResolveCommand::refuse(const Project &project, const QVector<Finding> &findings,
-                            Output &output) const
-{
-    if (m_isJson) {
-        QJsonObject object = Findings::toJson(project, findings);
-        object.insert(QStringLiteral("succeeded"), false);
-        output.json(object);
-        return;
-    }
-    Findings::print(output, findings);
-    output.line(
-        QStringLiteral("No script was run: %1.").arg(Findings::summary(findings))
-        + (m_isUnchecked ? QString() : QStringLiteral(" --no-check runs them all the same.")));
 }
 
 bool ResolveCommand::isKnownInstance(const Project &project) const

@@ -3,11 +3,8 @@
 #include "configscript/Command.h"
 #include "configscript/ScriptLimits.h"
 
-#include <QVector>
-
 class Output;
 class Project;
-struct Finding;
 
 /// configscript resolve: runs the dependency scripts of a project.
 class ResolveCommand : public Command
@@ -20,7 +17,6 @@ public:
 private:
     int resolveProject(const Project &project, Output &output) const;
     bool isKnownInstance(const Project &project) const;
-    void refuse(const Project &project, const QVector<Finding> &findings, Output &output) const;
 
     std::string m_projectPath;
     std::string m_instance;

@@ -68,7 +68,7 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
     QVariant oldValue;
     if (const WrittenProperty *written = writtenProperty(propertyKey)) {
         if (JsonValue::areEqual(written->value, newValue)) {
-            return 1;
+            return confirm(propertyKey, newValue);
         }
         const int index = int(written - m_writtenProperties.constData());
         oldValue = std::exchange(m_writtenProperties[index].value, newValue);
@@ -77,7 +77,7 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
         if (element >= 0) {
             oldValue = m_tree->json().value(element);
             if (JsonValue::areEqual(oldValue, newValue)) {
-                return 1;
+                return confirm(propertyKey, newValue);
             }
         }
         m_writtenProperties.append({propertyKey, newValue, element});
@@ -86,6 +86,15 @@ int FileTreeNode::setProperty(const QString &propertyKey, const QVariant &value)
         observer->propertyWritten(*this, propertyKey, oldValue, newValue);
     }
     return 0;
+}
+
+/// What setProperty() does about a value that is there already.
+int FileTreeNode::confirm(const QString &propertyKey, const QVariant &value) const
+{
+    if (TreeObserver *observer = HostSession::observer()) {
+        observer->propertyConfirmed(*this, propertyKey, value);
+    }
+    return 1;
 }
 
 void FileTreeNode::addProperty(const QString &propertyKey, const QVariant &value)

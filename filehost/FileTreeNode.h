@@ -78,6 +78,7 @@ private:
         int element; ///< the old value in the tree's text; -1 when the property was added
     };
 
+    int confirm(const QString &propertyKey, const QVariant &value) const;
     QVector<int> valuesOf(int object) const;
     const QSharedPointer<FileTreeNode> &child(int element) const;
     const WrittenProperty *writtenProperty(const QString &key) const;

@@ -12,6 +12,11 @@ void TreeObserver::propertyWritten(const FileTreeNode & /*node*/, const QString 
 {
 }
 
+void TreeObserver::propertyConfirmed(const FileTreeNode & /*node*/, const QString & /*propertyKey*/,
+                                     const QVariant & /*value*/)
+{
+}
+
 void TreeObserver::treeSaved(const FileTreeNode & /*root*/, const QString & /*filePath*/) { }
 
 void TreeObserver::treeNotSaved(const FileTreeNode & /*root*/, const QString & /*reason*/) { }

@@ -28,6 +28,10 @@ public:
     virtual void propertyWritten(const FileTreeNode &node, const QString &propertyKey,
                                  const QVariant &oldValue, const QVariant &newValue);
 
+    /// A property was given the value that it has already.
+    virtual void propertyConfirmed(const FileTreeNode &node, const QString &propertyKey,
+                                   const QVariant &value);
+
     /// A tree is stored, or would be if the session wrote files.
     virtual void treeSaved(const FileTreeNode &root, const QString &filePath);
 

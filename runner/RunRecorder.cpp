@@ -160,6 +160,9 @@ void RunRecorder::treeRead(const QSharedPointer<const FileTreeNode> &root)
 {
     const FileTree::Identity &identity = root->tree().identity();
     m_treesRead.insert(identity.filePath);
+    if (m_isRunning && m_recording == Recording::Accesses) {
+        m_commonTrees.insert(&root->tree());
+    }
     if (identity.kind == FileTree::Kind::Configuration
         && identity.filePath.startsWith(m_configurationFolder + QLatin1Char('/'))
         && !m_scripts.contains(identity.instance)) {
@@ -181,8 +184,7 @@ void RunRecorder::propertyRead(const FileTreeNode &node, const QString &property
     const int known = m_knownReads.size();
     m_knownReads.insert({&node, propertyKey});
     if (m_knownReads.size() != known) {
-        m_run.accesses.append({TreeAccess::Kind::Read, node.tree().identity(), node.path(),
-                               propertyKey, value, QVariant()});
+        record(TreeAccess::Kind::Read, node, propertyKey, value);
     }
 }
 
@@ -194,13 +196,28 @@ void RunRecorder::propertyWritten(const FileTreeNode &node, const QString &prope
         m_treeOrder.append(&node.tree());
     }
     if (m_isRunning && m_recording != Recording::Outcome) {
-        m_run.accesses.append({TreeAccess::Kind::Write, node.tree().identity(), node.path(),
-                               propertyKey, newValue, oldValue});
+        record(TreeAccess::Kind::Write, node, propertyKey, newValue, oldValue);
         m_knownReads.remove({&node, propertyKey});
     }
     if (!isKnown(tree, node, propertyKey)) {
         tree.properties.append({node.sharedFromThis(), propertyKey});
     }
+}
+
+void RunRecorder::propertyConfirmed(const FileTreeNode &node, const QString &propertyKey,
+                                    const QVariant &value)
+{
+    if (m_isRunning && m_recording == Recording::Accesses) {
+        record(TreeAccess::Kind::Confirm, node, propertyKey, value, value);
+    }
+}
+
+void RunRecorder::record(TreeAccess::Kind kind, const FileTreeNode &node,
+                         const QString &propertyKey, const QVariant &value,
+                         const QVariant &oldValue)
+{
+    m_run.accesses.append({kind, node.tree().identity(), node.path(), propertyKey, value, oldValue,
+                           !m_commonTrees.contains(&node.tree())});
 }
 
 bool RunRecorder::isKnown(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey)

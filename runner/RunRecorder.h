@@ -68,6 +68,8 @@ public:
                       const QVariant &value) override;
     void propertyWritten(const FileTreeNode &node, const QString &propertyKey,
                          const QVariant &oldValue, const QVariant &newValue) override;
+    void propertyConfirmed(const FileTreeNode &node, const QString &propertyKey,
+                           const QVariant &value) override;
     void treeSaved(const FileTreeNode &root, const QString &filePath) override;
     void treeNotSaved(const FileTreeNode &root, const QString &reason) override;
 
@@ -95,6 +97,8 @@ private:
         QSet<QPair<const FileTreeNode *, QString>> index; ///< of the properties, if many
     };
 
+    void record(TreeAccess::Kind kind, const FileTreeNode &node, const QString &propertyKey,
+                const QVariant &value, const QVariant &oldValue = QVariant());
     static bool isKnown(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey);
     static QVector<PropertyChange> netChanges(const WrittenTree &tree);
 
@@ -116,6 +120,7 @@ private:
     bool m_isRunning = false;
     bool m_isExceptionKnown = false;
     QSet<QPair<const FileTreeNode *, QString>> m_knownReads; ///< of the run in progress
+    QSet<const FileTree *> m_commonTrees; ///< that scripts reach by absolute URL
     Clock::time_point m_runBegin;
     Clock::time_point m_begin = Clock::now();
 

@@ -17,7 +17,8 @@
 /// A property that a script read or wrote.
 struct TreeAccess
 {
-    enum class Kind { Read, Write };
+    /// Confirm: a write of the value that was there already.
+    enum class Kind { Read, Write, Confirm };
 
     Kind kind;
     FileTree::Identity tree; ///< that the property is in
@@ -25,6 +26,8 @@ struct TreeAccess
     QString key;
     QVariant value; ///< read, or written; invalid when there was none to read
     QVariant oldValue; ///< of a write; invalid when the property was added
+    /// Of the copy that a script has of its own instance's tree, which it reaches by relative URL.
+    bool isOfOwnCopy = false;
 
     bool isWrite() const { return kind == Kind::Write; }
     PropertyChange change() const { return {path, key, oldValue, value}; } ///< of a write
