@@ -22,9 +22,11 @@ QSharedPointer<const FileTreeNode> nodeOf(const PropertyUrls::Place &place,
     Diagnostic diagnostic;
     const auto root = FileTree::read(place.tree, diagnostic);
     if (root.isNull()) {
-        error = diagnostic.message.isEmpty() ? place.tree.filePath
-                + QStringLiteral(": no such file; configscript list shows all instances")
-                                             : diagnostic.toString();
+        error = !diagnostic.message.isEmpty() ? diagnostic.toString()
+            : urls.isOwn(place.tree) && place.tree.kind == FileTree::Kind::Configuration
+            ? QStringLiteral("no instance \"%1\"; configscript list shows all")
+                  .arg(place.tree.instance)
+            : place.tree.filePath + QStringLiteral(": no such file");
         return {};
     }
     const auto node = root->getNode(place.path).dynamicCast<const FileTreeNode>();

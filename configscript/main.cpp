@@ -1,6 +1,7 @@
 #include "configscript/CheckCommand.h"
 #include "configscript/ExitCode.h"
 #include "configscript/ExplainCommand.h"
+#include "configscript/GraphCommand.h"
 #include "configscript/LastWords.h"
 #include "configscript/ListCommand.h"
 #include "configscript/NewCommand.h"
@@ -54,6 +55,7 @@ int main(int argc, char *argv[])
     commands.push_back(std::make_unique<WatchCommand>(program));
     commands.push_back(std::make_unique<CheckCommand>(program));
     commands.push_back(std::make_unique<ListCommand>(program));
+    commands.push_back(std::make_unique<GraphCommand>(program));
     commands.push_back(std::make_unique<ExplainCommand>(program));
     commands.push_back(std::make_unique<NewCommand>(program));
 

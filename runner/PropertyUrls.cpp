@@ -72,7 +72,7 @@ std::optional<PropertyUrls::Place> PropertyUrls::place(const QString &url, QStri
     } else {
         place.path = node.section(QLatin1Char('#'), 1);
     }
-    const auto tree = treeOf(node, error);
+    const auto tree = treeOf(node, url, error);
     if (!tree) {
         return std::nullopt;
     }
@@ -80,12 +80,13 @@ std::optional<PropertyUrls::Place> PropertyUrls::place(const QString &url, QStri
     return place;
 }
 
-std::optional<FileTree::Identity> PropertyUrls::treeOf(const QString &url, QString &error) const
+std::optional<FileTree::Identity> PropertyUrls::treeOf(const QString &node, const QString &url,
+                                                       QString &error) const
 {
     FileTree::Identity tree;
     QString folder = m_project.path();
-    if (isAbsolute(url)) {
-        const SelectorUrlHandler handler(url);
+    if (isAbsolute(node)) {
+        const SelectorUrlHandler handler(node);
         if (!handler.isConfigurationScheme() && !handler.isProcessDataScheme()) {
             error = QStringLiteral("\"%1\": expected config://module/object/instance#path:key or "
                                    "process://module/object/instance#path:key")
@@ -110,11 +111,16 @@ std::optional<FileTree::Identity> PropertyUrls::treeOf(const QString &url, QStri
         tree.kind =
             handler.isProcessDataScheme() ? FileTree::Kind::Process : FileTree::Kind::Configuration;
     } else {
-        tree.instance = url.section(QLatin1Char('#'), 0, 0);
+        tree.instance = node.section(QLatin1Char('#'), 0, 0);
         if (tree.instance.startsWith(s_processPrefix)) {
             tree.instance.remove(0, s_processPrefix.size());
             tree.kind = FileTree::Kind::Process;
         }
+    }
+    if (tree.instance.isEmpty()) {
+        error = QStringLiteral("\"%1\": expected a URL such as line1/pump1#motor/ratedPower:value")
+                    .arg(url);
+        return std::nullopt;
     }
     QString reason;
     tree.filePath =

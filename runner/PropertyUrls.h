@@ -37,7 +37,9 @@ public:
     std::optional<Place> place(const QString &url, QString &error) const;
 
 private:
-    std::optional<FileTree::Identity> treeOf(const QString &url, QString &error) const;
+    /// @param url the whole text, for messages
+    std::optional<FileTree::Identity> treeOf(const QString &node, const QString &url,
+                                             QString &error) const;
 
     const Project &m_project;
     TreeUrls m_treeUrls;
