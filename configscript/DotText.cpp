@@ -21,6 +21,7 @@ struct Look
 constexpr Look s_script{"#D6E6F5", "#2B6699", "#14324D"};
 constexpr Look s_data{"#FFFFFF", "#76838F", "#35404A"};
 constexpr Look s_process{"#FBF0D2", "#A37B1B", "#57420E"};
+constexpr Look s_other{"#F3EEF9", "#8468B0", "#56407A"};
 constexpr Look s_failed{"#F9DAD7", "#C0271C", "#7A150D"};
 constexpr char s_readColor[] = "#4F7396";
 constexpr char s_writeColor[] = "#BF5B04";
@@ -121,15 +122,17 @@ void DotText::writeHead(Level level)
                  key(s_failed, QStringLiteral("script failed")), arrows,
                  font("#5B6770", 10, QStringLiteral("numbers count properties")));
     m_text += QStringLiteral("digraph %1 {\n"
-                             "  graph [rankdir=LR, ranksep=%2, nodesep=0.12, pack=16, "
+                             "  graph [rankdir=%2, ranksep=0.9, nodesep=0.15, pack=16, "
                              "packmode=\"array_t4\", bgcolor=\"white\", "
                              "fontname=\"Helvetica\", labelloc=b, labeljust=l, tooltip=%1,\n"
                              "    label=<%3>]\n"
                              "  node [shape=box, style=\"filled\", fontname=\"Helvetica\", "
-                             "fontsize=11, height=0.3, margin=\"0.09,0.04\"]\n"
+                             "fontsize=11, height=0.32, margin=\"0.12,0.05\"]\n"
                              "  edge [fontname=\"Helvetica\", fontsize=9, arrowsize=0.6]\n")
                   .arg(id(m_title))
-                  .arg(level == Level::Line ? 1.0 : 0.9)
+                  // Lines that have nothing to do with each other stand in rows.
+                  .arg(level == Level::Line && lineArrows().isEmpty() ? QStringLiteral("TB")
+                                                                      : QStringLiteral("LR"))
                   .arg(legend);
 }
 
@@ -155,7 +158,7 @@ void DotText::writeInstances()
     for (auto group = all.cbegin(); group != all.cend(); ++group) {
         const auto &[isOther, name] = group.key();
         if (group->size() == 1 && !isOther) {
-            writeInstance(*group->first(), QStringLiteral("  "));
+            writeInstance(*group->first(), QString(), QStringLiteral("  "));
             continue;
         }
         const QString label = isOther ? name + QStringLiteral(" (another project)") : name;
@@ -170,23 +173,23 @@ void DotText::writeInstances()
                      isOther ? QStringLiteral("#F3EEF9") : QStringLiteral("#F4F6F8"),
                      isOther ? QStringLiteral("#8468B0") : QStringLiteral("#CBD3DA"), id(label));
         for (const FlowGraph::Node *node : *group) {
-            writeInstance(*node, QStringLiteral("    "));
+            writeInstance(*node, name + QLatin1Char('/'), QStringLiteral("    "));
         }
         m_text += QStringLiteral("  }\n");
     }
 }
 
-void DotText::writeInstance(const FlowGraph::Node &node, const QString &indentation)
+/// @param box what the box around the node names of its instance's name; empty without a box
+void DotText::writeInstance(const FlowGraph::Node &node, const QString &box,
+                            const QString &indentation)
 {
     const bool isProcess = node.tree.kind == FileTree::Kind::Process;
     const Look &look = node.hasFailed ? s_failed
         : isProcess                   ? s_process
         : node.script.isEmpty()       ? s_data
                                       : s_script;
-    // Inside its box a line need not be named again.
-    const QString prefix = node.group + QLatin1Char('/');
-    const QString name = node.isOwn && node.tree.instance.startsWith(prefix)
-        ? node.tree.instance.mid(prefix.size())
+    const QString name = node.isOwn && !box.isEmpty() && node.tree.instance.startsWith(box)
+        ? node.tree.instance.mid(box.size())
         : node.tree.instance;
     QString label = isProcess
         ? font(look.text, 9, html(name) + QStringLiteral(" process"))
@@ -229,6 +232,27 @@ void DotText::writeInstanceEdges()
     }
 }
 
+/// By the lines where they begin and end, and whether they are writes.
+QMap<std::tuple<QString, QString, bool>, DotText::Arrow> DotText::lineArrows() const
+{
+    QMap<std::tuple<QString, QString, bool>, Arrow> arrows;
+    for (const FlowGraph::Edge &edge : m_graph.edges()) {
+        const FlowGraph::Node &from = m_graph.nodes().at(edge.from);
+        const FlowGraph::Node &to = m_graph.nodes().at(edge.to);
+        if (groupId(from) != groupId(to)) {
+            Arrow &arrow = arrows[{groupId(from), groupId(to), edge.isWrite}];
+            arrow.properties += edge.properties.size();
+            arrow.lines.append(edge.isWrite ? QStringLiteral("%1 writes to %2: %3")
+                                                  .arg(from.url, to.url)
+                                                  .arg(edge.properties.size())
+                                            : QStringLiteral("%1 reads from %2: %3")
+                                                  .arg(to.url, from.url)
+                                                  .arg(edge.properties.size()));
+        }
+    }
+    return arrows;
+}
+
 void DotText::writeLines()
 {
     QMap<QString, int> innerEdges;
@@ -258,7 +282,10 @@ void DotText::writeLine(const QString &name, const QVector<const FlowGraph::Node
         isChosen = isChosen || node->isChosen;
     }
     const FlowGraph::Node &first = *nodes.first();
-    const Look &look = failed > 0 ? s_failed : scripts > 0 ? s_script : s_data;
+    const Look &look = failed > 0 ? s_failed
+        : !first.isOwn            ? s_other
+        : scripts > 0             ? s_script
+                                  : s_data;
     QStringList lines{Output::counted(instances, QStringLiteral("instance")),
                       Output::counted(scripts, QStringLiteral("script"))
                           + (failed > 0 ? QStringLiteral(", %1 failed").arg(failed) : QString())};
@@ -279,21 +306,7 @@ void DotText::writeLine(const QString &name, const QVector<const FlowGraph::Node
 
 void DotText::writeLineEdges()
 {
-    QMap<std::tuple<QString, QString, bool>, Arrow> arrows;
-    for (const FlowGraph::Edge &edge : m_graph.edges()) {
-        const FlowGraph::Node &from = m_graph.nodes().at(edge.from);
-        const FlowGraph::Node &to = m_graph.nodes().at(edge.to);
-        if (groupId(from) != groupId(to)) {
-            Arrow &arrow = arrows[{groupId(from), groupId(to), edge.isWrite}];
-            arrow.properties += edge.properties.size();
-            arrow.lines.append(edge.isWrite ? QStringLiteral("%1 writes to %2: %3")
-                                                  .arg(from.url, to.url)
-                                                  .arg(edge.properties.size())
-                                            : QStringLiteral("%1 reads from %2: %3")
-                                                  .arg(to.url, from.url)
-                                                  .arg(edge.properties.size()));
-        }
-    }
+    const auto arrows = lineArrows();
     for (auto arrow = arrows.cbegin(); arrow != arrows.cend(); ++arrow) {
         const auto &[from, to, isWrite] = arrow.key();
         // Many properties make a thick line, ten thousand one of three points.

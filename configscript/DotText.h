@@ -6,6 +6,8 @@
 #include <QMap>
 #include <QPair>
 
+#include <tuple>
+
 /// A picture of a graph in DOT, the language of graphviz.
 class DotText
 {
@@ -30,12 +32,13 @@ private:
 
     void writeHead(Level level);
     void writeInstances();
-    void writeInstance(const FlowGraph::Node &node, const QString &indentation);
+    void writeInstance(const FlowGraph::Node &node, const QString &box, const QString &indentation);
     void writeInstanceEdges();
     void writeLines();
     void writeLine(const QString &name, const QVector<const FlowGraph::Node *> &nodes,
                    int innerEdges);
     void writeLineEdges();
+    QMap<std::tuple<QString, QString, bool>, Arrow> lineArrows() const;
     void writeEdge(const QString &from, const QString &to, bool isWrite, const Arrow &arrow,
                    const QString &attributes);
     QMap<QPair<bool, QString>, QVector<const FlowGraph::Node *>> groups() const;

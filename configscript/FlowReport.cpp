@@ -310,6 +310,27 @@ QString FlowReport::changeText(const QVariant &oldValue, const QVariant &newValu
     if (areEqual(oldValue, newValue)) {
         return valueText(newValue);
     }
-    return oldValue.isValid() ? valueText(oldValue) + QStringLiteral(" -> ") + valueText(newValue)
-                              : QStringLiteral("new ") + valueText(newValue);
+    if (!oldValue.isValid()) {
+        return QStringLiteral("new ") + valueText(newValue);
+    }
+    // Of maps and lists what differs: ".max 4 -> 4.2".
+    const QVector<PropertyChange> changes =
+        PropertyChange{QString(), QString(), oldValue, newValue}.flattened();
+    QStringList texts;
+    int size = 0;
+    for (const PropertyChange &change : changes) {
+        const QString name = change.key.isEmpty() ? QString() : change.key + QLatin1Char(' ');
+        const QString text = name
+            + (change.oldValue.isValid() ? valueText(change.oldValue) + QStringLiteral(" -> ")
+                                         : QStringLiteral("new "))
+            + (change.newValue.isValid() ? valueText(change.newValue)
+                                         : QStringLiteral("removed"));
+        size += text.size();
+        if (!texts.isEmpty() && size > s_shownText) {
+            texts.append(QStringLiteral("…"));
+            break;
+        }
+        texts.append(text);
+    }
+    return Output::printable(texts.join(QStringLiteral(", ")));
 }
