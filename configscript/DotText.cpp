@@ -92,6 +92,8 @@ DotText::DotText(const FlowGraph &graph, const QString &title)
 QByteArray DotText::text(Level level)
 {
     m_text.clear();
+    m_isCrowded = level == Level::Instance && automaticLevel(m_graph) == Level::Line;
+    m_isCrowded = level == Level::Instance && automaticLevel(m_graph) == Level::Line;
     writeHead(level);
     if (level == Level::Instance) {
         writeInstances();
@@ -122,18 +124,18 @@ void DotText::writeHead(Level level)
                  key(s_failed, QStringLiteral("script failed")), arrows,
                  font("#5B6770", 10, QStringLiteral("numbers count properties")));
     m_text += QStringLiteral("digraph %1 {\n"
-                             "  graph [rankdir=%2, ranksep=0.9, nodesep=0.15, pack=16, "
+                             "  graph [rankdir=%2, ranksep=0.9, nodesep=0.15, %4pack=16, "
                              "packmode=\"array_t4\", bgcolor=\"white\", "
                              "fontname=\"Helvetica\", labelloc=b, labeljust=l, tooltip=%1,\n"
                              "    label=<%3>]\n"
                              "  node [shape=box, style=\"filled\", fontname=\"Helvetica\", "
                              "fontsize=11, height=0.32, margin=\"0.12,0.05\"]\n"
                              "  edge [fontname=\"Helvetica\", fontsize=9, arrowsize=0.6]\n")
-                  .arg(id(m_title))
-                  // Lines that have nothing to do with each other stand in rows.
-                  .arg(level == Level::Line && lineArrows().isEmpty() ? QStringLiteral("TB")
-                                                                      : QStringLiteral("LR"))
-                  .arg(legend);
+                  .arg(id(m_title),
+                       // Lines that have nothing to do with each other stand in rows.
+                       level == Level::Line && lineArrows().isEmpty() ? QStringLiteral("TB")
+                                                                      : QStringLiteral("LR"),
+                       legend, m_isCrowded ? QStringLiteral("splines=line, ") : QString());
 }
 
 QString DotText::groupId(const FlowGraph::Node &node)
@@ -242,12 +244,11 @@ QMap<std::tuple<QString, QString, bool>, DotText::Arrow> DotText::lineArrows() c
         if (groupId(from) != groupId(to)) {
             Arrow &arrow = arrows[{groupId(from), groupId(to), edge.isWrite}];
             arrow.properties += edge.properties.size();
-            arrow.lines.append(edge.isWrite ? QStringLiteral("%1 writes to %2: %3")
-                                                  .arg(from.url, to.url)
-                                                  .arg(edge.properties.size())
-                                            : QStringLiteral("%1 reads from %2: %3")
-                                                  .arg(to.url, from.url)
-                                                  .arg(edge.properties.size()));
+            const QString properties = QString::number(edge.properties.size());
+            arrow.lines.append(
+                edge.isWrite
+                    ? QStringLiteral("%1 writes to %2: %3").arg(from.url, to.url, properties)
+                    : QStringLiteral("%1 reads from %2: %3").arg(to.url, from.url, properties));
         }
     }
     return arrows;
@@ -327,12 +328,12 @@ void DotText::writeEdge(const QString &from, const QString &to, bool isWrite, co
         lines.append(QStringLiteral("… %1 more").arg(arrow.lines.size() - lines.size()));
     }
     const QString tooltip = quoted(lines.join(QLatin1Char('\n')));
+    const QString label =
+        m_isCrowded ? QString() : QStringLiteral("label=\"%1\", ").arg(arrow.properties);
     m_text +=
-        QStringLiteral("  %1 -> %2 [label=\"%3\", color=\"%4\", fontcolor=\"%4\", "
-                       "tooltip=%5, labeltooltip=%5%6%7]\n")
-            .arg(id(from), id(to))
-            .arg(arrow.properties)
-            .arg(QLatin1String(color), tooltip,
+        QStringLiteral("  %1 -> %2 [%3color=\"%4\", fontcolor=\"%4\", tooltip=%5, "
+                       "labeltooltip=%5%6%7]\n")
+            .arg(id(from), id(to), label, QLatin1String(color), tooltip,
                  isWrite ? QStringLiteral(", penwidth=1.5") : QStringLiteral(", arrowhead=vee"),
                  attributes);
 }

@@ -46,5 +46,6 @@ private:
 
     const FlowGraph &m_graph;
     const QString m_title;
+    bool m_isCrowded = false; ///< too much for curves and numbers
     QString m_text;
 };

@@ -176,7 +176,7 @@ void FlowReport::printUnseenWrites(int read, int depth)
     const DataFlow::Step &step = m_flow.step(read);
     for (const int write : m_flow.properties().at(step.property).writes) {
         const DataFlow::Step &other = m_flow.step(write);
-        if (other.run == step.run || other.access->isOfOwnCopy) {
+        if ((other.run == step.run && write > read) || other.access->isOfOwnCopy) {
             continue;
         }
         line(depth,

@@ -6,6 +6,12 @@
 #include <QProcess>
 #include <QStandardPaths>
 
+namespace {
+
+constexpr int s_shownMessages = 10;
+
+} // namespace
+
 Graphviz::Graphviz()
     : m_program(QStandardPaths::findExecutable(QStringLiteral("dot")))
 {
@@ -28,8 +34,13 @@ bool Graphviz::draw(const QByteArray &dot, const QString &format, const QString 
     process.waitForFinished(-1);
     const QStringList messages = QString::fromUtf8(process.readAllStandardError())
                                      .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    for (const QString &message : messages) {
+    const QStringList shown = messages.mid(0, s_shownMessages);
+    for (const QString &message : shown) {
         Output::error(m_program + QStringLiteral(": ") + Output::printable(message));
+    }
+    if (messages.size() > shown.size()) {
+        Output::error(m_program
+                      + QStringLiteral(": … %1 more lines").arg(messages.size() - shown.size()));
     }
     const QByteArray picture = process.readAllStandardOutput();
     QString failure;

@@ -11,7 +11,7 @@ cd "$(dirname "$0")"
 
 actual=$build/tests/configscript/actual
 rm -rf "$actual"
-for test in UsageTest ResolveCommandTest ResolveBadScriptTest; do
+for test in ExplainCommandTest GraphCommandTest UsageTest ResolveCommandTest ResolveBadScriptTest; do
     "$build/bin/$test" >/dev/null || true # they fail where the goldens are to change
 done
 

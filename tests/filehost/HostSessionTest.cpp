@@ -48,6 +48,11 @@ public:
             QStringLiteral("set %1: %2 -> %3")
                 .arg(propertyKey, typedText(oldValue), typedText(newValue)));
     }
+    void propertyConfirmed(const FileTreeNode &node, const QString &propertyKey,
+                           const QVariant &value) override
+    {
+        add(node, QStringLiteral("confirm %1 = %2").arg(propertyKey, typedText(value)));
+    }
     void treeSaved(const FileTreeNode &root, const QString &filePath) override
     {
         add(root, QStringLiteral("saved ") + filePath);
@@ -179,7 +184,6 @@ private Q_SLOTS:
         project.write(s_pumpFile, s_tree);
         const Node root = read(project);
         recorder.take();
-        QCOMPARE(root->setProperty(s_a, 1.0), 1);
         QCOMPARE(root->setProperty(QStringLiteral("r"), 1), 2);
         QCOMPARE(root->setProperty(s_a, QVariant()), 3);
         root->addProperty(QStringLiteral("r"), 1);
@@ -189,6 +193,25 @@ private Q_SLOTS:
         root->getNode(QStringLiteral("motor"));
         root->getChildMap();
         QCOMPARE(recorder.take(), QStringList());
+    }
+
+    void showsWritesOfTheValueThatIsThere()
+    {
+        const ProjectFolder project;
+        project.write(s_pumpFile, s_tree);
+        HostSession session({});
+        Recorder recorder;
+        session.setObserver(&recorder);
+        const Node root = read(project);
+        recorder.take();
+        QCOMPARE(root->setProperty(s_a, 1.0), 1);
+        QCOMPARE(root->setProperty(s_a, 2), 0);
+        QCOMPARE(root->setProperty(s_a, 2.0), 1);
+        QCOMPARE(
+            recorder.take(),
+            QStringList({QStringLiteral("line1/pump1# confirm a = QVariant(int, 1)"),
+                         QStringLiteral("line1/pump1# set a: QVariant(int, 1) -> QVariant(int, 2)"),
+                         QStringLiteral("line1/pump1# confirm a = QVariant(int, 2)")}));
     }
 
     void showsTreesThatCouldNotBeSaved()
