@@ -3,10 +3,10 @@
 #include "runner/PropertyUrls.h"
 
 #include <QJsonArray>
-#include <QQueue>
 #include <QSet>
 
 #include <algorithm>
+#include <tuple>
 
 namespace FlowJson {
 
@@ -56,7 +56,12 @@ public:
         }
         object.insert(QStringLiteral("writes"), writes);
         QJsonArray reads;
-        for (const int read : property.reads) {
+        QVector<int> sorted = property.reads; // the scripts run in random order
+        std::sort(sorted.begin(), sorted.end(), [this](int a, int b) {
+            return std::tie(m_flow.runs().at(m_flow.step(a).run).instance, a)
+                < std::tie(m_flow.runs().at(m_flow.step(b).run).instance, b);
+        });
+        for (const int read : qAsConst(sorted)) {
             reads.append(readObject(read, next));
         }
         object.insert(QStringLiteral("reads"), reads);
