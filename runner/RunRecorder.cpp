@@ -89,6 +89,7 @@ RunReport RunRecorder::takeReport()
         }
     }
     m_trees.clear();
+    m_commonTrees.clear();
     for (ScriptRun &run : report.runs) {
         run.unsavedChanges = unsaved.value(run.instance);
     }
