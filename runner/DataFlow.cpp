@@ -131,12 +131,6 @@ QVector<int> DataFlow::writesAfter(int read) const
     return writes;
 }
 
-bool DataFlow::isSameCopy(const Step &a, const Step &b) const
-{
-    return a.access->isOfOwnCopy == b.access->isOfOwnCopy
-        && (!a.access->isOfOwnCopy || a.run == b.run);
-}
-
 int DataFlow::sourceOf(int read) const
 {
     const Step &reading = m_steps.at(read);
@@ -145,7 +139,7 @@ int DataFlow::sourceOf(int read) const
     int equal = -1;
     for (const int write : writes) {
         const Step &writing = m_steps.at(write);
-        if (write < read && isSameCopy(writing, reading)) {
+        if (write < read && writing.access->isOfOwnCopy == reading.access->isOfOwnCopy) {
             seen = write;
         } else if (!writing.access->isOfOwnCopy && writing.run != reading.run
                    && reading.access->value.isValid()

@@ -87,7 +87,6 @@ private:
     int propertyOf(const TreeAccess &access);
     void findValues();
     void addStep(int run, const TreeAccess &access);
-    bool isSameCopy(const Step &a, const Step &b) const;
 
     QVector<ScriptRun> m_runs;
     QVector<int> m_firstSteps; ///< of the runs, and the number of steps behind them
