@@ -323,8 +323,7 @@ QString FlowReport::changeText(const QVariant &oldValue, const QVariant &newValu
         const QString text = name
             + (change.oldValue.isValid() ? valueText(change.oldValue) + QStringLiteral(" -> ")
                                          : QStringLiteral("new "))
-            + (change.newValue.isValid() ? valueText(change.newValue)
-                                         : QStringLiteral("removed"));
+            + (change.newValue.isValid() ? valueText(change.newValue) : QStringLiteral("removed"));
         size += text.size();
         if (!texts.isEmpty() && size > s_shownText) {
             texts.append(QStringLiteral("…"));
