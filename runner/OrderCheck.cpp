@@ -158,15 +158,9 @@ void OrderCheck::addAccesses(const ScriptRun &run, bool isFirst,
     const int instance = indexOf(run);
     for (const TreeAccess &access : run.accesses) {
         const int property = indexOf(access.tree, access.path, access.key);
-        if (access.isWrite()) {
+        if (access.kind != TreeAccess::Kind::Read) {
             // What nobody saves nobody else sees.
-            const bool isUnsaved = std::any_of(run.unsavedChanges.begin(), run.unsavedChanges.end(),
-                                               [&](const PropertyChange &change) {
-                                                   return access.tree.instance == run.instance
-                                                       && change.path == access.path
-                                                       && change.key == access.key;
-                                               });
-            if (!isUnsaved) {
+            if (!access.isOfOwnCopy) {
                 written[property][instance] = access.value;
             }
         } else if (isFirst && !written.value(property).contains(instance)

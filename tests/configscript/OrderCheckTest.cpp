@@ -158,12 +158,21 @@ void OrderCheckTest::findsWhatDependsOnTheOrder_data()
                         "by line (dependency/line.js) and site (dependency/site.js), with equal "
                         "values [two-writers]"),
          QStringLiteral("0 errors, 1 warning")});
-    // What is written by relative URL, nobody else sees.
-    add("one writer, and one whose tree is not saved",
-        {{line, "set('site', 5);"}, {site, "api.setProperty('', 'value', 6);"}}, 0,
-        {QStringLiteral("dependency/site.js:7: warning: setProperty writes by relative URL, which "
-                        "nobody saves after onSave: use setPropertyExtern [unsaved-write]"),
+    add("two writers of the value that is there",
+        {{line, "set('shared', 0);"}, {site, "set('shared', 0);"}}, 0,
+        {QStringLiteral("dependency/line.js: warning: config://pumps/plant/shared:value is written "
+                        "by line (dependency/line.js) and site (dependency/site.js), with equal "
+                        "values [two-writers]"),
          QStringLiteral("0 errors, 1 warning")});
+    // What is written by relative URL, nobody else sees.
+    const QStringList unsaved{
+        QStringLiteral("dependency/site.js:7: warning: setProperty writes by relative URL, which "
+                       "nobody saves after onSave: use setPropertyExtern [unsaved-write]"),
+        QStringLiteral("0 errors, 1 warning")};
+    add("one writer, and one whose tree is not saved",
+        {{line, "set('site', 5);"}, {site, "api.setProperty('', 'value', 6);"}}, 0, unsaved);
+    add("one writer, and one that leaves its own copy as it is",
+        {{line, "set('site', 5);"}, {site, "api.setProperty('', 'value', 0);"}}, 0, unsaved);
     add("a value that settles after some runs",
         {{line, "set('line', Math.min(get('line') + 1, 3));"}, {site, ""}}, 0,
         {QStringLiteral("dependency/line.js: warning: config://pumps/plant/line:value settles "
