@@ -3,6 +3,7 @@
 #include "configscript/ExitCode.h"
 #include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
+#include "filehost/PercentEncoding.h"
 #include "filehost/TextFile.h"
 #include "filehost/Walls.h"
 #include "host/PropertyManagerConst.h"
@@ -209,13 +210,16 @@ int NewCommand::makeProject() const
         return ExitCode::failure;
     }
 
-    const QByteArray objectName = quoted(QFileInfo(path).fileName()).toUtf8();
+    const QString objectName = QFileInfo(path).fileName();
+    QString objectInUrl;
+    PercentEncoding::append(objectInUrl, objectName, PercentEncoding::Slash::Encoded);
     Output output(Output::Color::Never);
     for (const QString &source : {QStringLiteral("project"), QStringLiteral("editor")}) {
         const QStringList names = resources(source);
         for (const QString &name : names) {
             QByteArray text = resource(source + QLatin1Char('/') + name);
-            text.replace("@OBJECT@", objectName);
+            text.replace("@OBJECT@", quoted(objectName).toUtf8());
+            text.replace("@OBJECT_URL@", objectInUrl.toUtf8());
             if (!write(path + QLatin1Char('/') + name, text)) {
                 QDir(path).removeRecursively();
                 return ExitCode::failure;

@@ -7,8 +7,12 @@
 #include "configscript/ScriptWatchdog.h"
 #include "configscript/TextReport.h"
 #include "filehost/JsonText.h"
+#include "filehost/TextFile.h"
 #include "runner/ScriptProbe.h"
+#include "runner/ScriptTest.h"
+#include "runner/ScriptTestRecorder.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -34,9 +38,14 @@ RunCommand::RunCommand(CLI::App &program)
         ->type_name("URL:KEY=VALUE")
         ->take_all()
         ->allow_extra_args(false);
-    arguments().add_flag("--write", m_isWriting,
-                         "Save the instance, and the others that the script changed, if every "
-                         "event succeeded");
+    auto *write = arguments().add_flag("--write", m_isWriting,
+                                       "Save the instance, and the others that the script "
+                                       "changed, if every event succeeded");
+    arguments()
+        .add_option("--record", m_recordPath,
+                    "Write the session as a test, such as tests/pump.test.json in the project")
+        ->type_name("FILE")
+        ->excludes(write);
     arguments().add_flag("--json", m_isJson, "Print the report as JSON");
     arguments().add_flag("--no-color", m_isColorless, "Print no colours, not even on a terminal");
     m_limits.addOptions(arguments());
@@ -52,7 +61,7 @@ int RunCommand::run()
     }
     const auto events = parseEvents();
     const auto edits = parseEdits();
-    if (!events || !edits) {
+    if (!events || !edits || !canRecord()) {
         return ExitCode::unusable;
     }
     if (events->isEmpty() && edits->isEmpty()) {
@@ -67,10 +76,14 @@ int RunCommand::run()
     allEvents += *events;
     ScriptWatchdog watchdog(m_limits.timeout());
     QString error;
+    const QString instance = QString::fromStdString(m_instance);
+    EventRun run(*project, instance, watchdog);
+    if (!m_recordPath.empty()) {
+        run.setRecording(RunRecorder::Recording::Accesses);
+    }
     const auto report =
-        EventRun(*project, QString::fromStdString(m_instance), watchdog)
-            .run(allEvents,
-                 m_isWriting ? HostSession::Writing::Files : HostSession::Writing::Nothing, error);
+        run.run(allEvents,
+                m_isWriting ? HostSession::Writing::Files : HostSession::Writing::Nothing, error);
     if (!report) {
         Output::error(error);
         return ExitCode::unusable;
@@ -79,7 +92,41 @@ int RunCommand::run()
         Output::error(QStringLiteral("nothing is saved: ") + report->refusal);
     }
     print(*project, *report, *edits);
+    if (!m_recordPath.empty()
+        && !record(ScriptTestRecorder::record(*project, instance, allEvents, *report))) {
+        return ExitCode::failure;
+    }
     return report->succeeded() ? ExitCode::success : ExitCode::failure;
+}
+
+/// Whether the file to record to can be a test, and nothing else is there.
+bool RunCommand::canRecord() const
+{
+    const QString path = QString::fromStdString(m_recordPath);
+    if (path.isEmpty()) {
+        return true;
+    }
+    const QFileInfo info(path);
+    if (!path.endsWith(ScriptTest::suffix())) {
+        Output::error(QStringLiteral("run: expected --record FILE%1, found \"%2\"")
+                          .arg(ScriptTest::suffix(), path));
+        return false;
+    }
+    if (info.exists() || info.isSymLink()) {
+        Output::error(path + QStringLiteral(": exists already, and is left as it is"));
+        return false;
+    }
+    return true;
+}
+
+bool RunCommand::record(const QByteArray &text) const
+{
+    Diagnostic error;
+    if (TextFile::write(QString::fromStdString(m_recordPath), text, error)) {
+        return true;
+    }
+    Output::error(error.toString());
+    return false;
 }
 
 std::optional<QVector<EventRun::Event>> RunCommand::parseEvents() const

@@ -22,6 +22,8 @@ public:
 private:
     std::optional<QVector<EventRun::Event>> parseEvents() const;
     std::optional<QVector<EventRun::Edit>> parseEdits() const;
+    bool canRecord() const;
+    bool record(const QByteArray &text) const;
     void print(const Project &project, const RunReport &report,
                const QVector<EventRun::Edit> &edits) const;
 
@@ -31,6 +33,7 @@ private:
     std::string m_argument;
     std::vector<std::string> m_events;
     std::vector<std::string> m_edits;
+    std::string m_recordPath;
     bool m_isWriting = false;
     bool m_isJson = false;
     bool m_isColorless = false;

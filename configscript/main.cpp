@@ -8,6 +8,7 @@
 #include "configscript/Output.h"
 #include "configscript/ResolveCommand.h"
 #include "configscript/RunCommand.h"
+#include "configscript/TestCommand.h"
 #include "configscript/WatchCommand.h"
 
 #include <QCoreApplication>
@@ -46,14 +47,15 @@ int main(int argc, char *argv[])
     program.set_help_all_flag("--help-all", "Print the help of all commands");
     program.require_subcommand(0, 1);
     program.footer(
-        "Exit codes: 0 all went well; 1 a script failed, the check found errors, or a file\n"
-        "was not written; 2 wrong arguments or an unreadable project.");
+        "Exit codes: 0 all went well; 1 a script or a test failed, the check found errors, or a\n"
+        "file was not written; 2 wrong arguments or an unreadable project.");
 
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<ResolveCommand>(program));
     commands.push_back(std::make_unique<RunCommand>(program));
     commands.push_back(std::make_unique<WatchCommand>(program));
     commands.push_back(std::make_unique<CheckCommand>(program));
+    commands.push_back(std::make_unique<TestCommand>(program));
     commands.push_back(std::make_unique<ListCommand>(program));
     commands.push_back(std::make_unique<GraphCommand>(program));
     commands.push_back(std::make_unique<ExplainCommand>(program));

@@ -21,9 +21,11 @@ public:
 
     explicit ProjectFile(const QString &filePath);
 
+    QString filePath() const { return m_filePath; }
     bool exists() const { return m_exists; }
     bool hasFailed() const { return !m_error.message.isEmpty(); }
     const Diagnostic &error() const { return m_error; }
+    const JsonText &json() const { return m_json; } ///< null when the file is no JSON
 
     /// The members of the object @p element, in the file's order; 0 is the outermost one.
     QVector<Member> members(int element = 0);

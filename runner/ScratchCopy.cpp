@@ -163,7 +163,9 @@ std::unique_ptr<ScratchCopy> ScratchCopy::make(const Project &project, Diagnosti
 
 QString ScratchCopy::originalOf(const QString &filePath) const
 {
-    return m_commonFolder + filePath.mid(m_scratch.path().size());
+    return filePath.startsWith(m_scratch.path() + QLatin1Char('/'))
+        ? m_commonFolder + filePath.mid(m_scratch.path().size())
+        : filePath;
 }
 
 QString ScratchCopy::copyOf(const QString &path) const

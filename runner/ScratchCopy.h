@@ -28,7 +28,8 @@ public:
 
     const Project &project() const { return *m_project; }
 
-    /// The path of the real file that @p filePath, a path in the copy, stands for.
+    /// The path of the real file that @p filePath, a path in the copy, stands for; any other path
+    /// as it is.
     QString originalOf(const QString &filePath) const;
 
     /// Makes the copy what it was at first.

@@ -1,5 +1,6 @@
 #include "TreeUrls.h"
 
+#include "filehost/InstanceFile.h"
 #include "filehost/Project.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
@@ -44,4 +45,29 @@ QString TreeUrls::urlOf(const FileTree::Identity &tree, const QString &path) con
         .setInstance(tree.instance)
         .setUrl(path)
         .toString();
+}
+
+FileTree::Identity TreeUrls::treeOf(const SelectorUrlHandler &url, QString &error) const
+{
+    FileTree::Identity tree;
+    const QString folder = m_project.reachableObjects().value(url.getObjectName());
+    if (!url.isValid()) {
+        error = QStringLiteral("expected a URL such as config://%1/%2/INSTANCE#NODE")
+                    .arg(m_project.moduleName(), m_project.objectName());
+    } else if (!url.getModuleName().isEmpty() && url.getModuleName() != m_project.moduleName()) {
+        error = QStringLiteral("expected the module \"%1\", found \"%2\"")
+                    .arg(m_project.moduleName(), url.getModuleName());
+    } else if (folder.isEmpty()) {
+        error = QStringLiteral("expected an object of this project, found \"%1\"")
+                    .arg(url.getObjectName());
+    } else {
+        tree.kind =
+            url.isProcessDataScheme() ? FileTree::Kind::Process : FileTree::Kind::Configuration;
+        tree.instance = url.getInstance();
+        tree.filePath = InstanceFile::path(
+            url.isProcessDataScheme() ? PropertyManagerConst::getProcessFolderPath(folder)
+                                      : PropertyManagerConst::getConfigurationFolderPath(folder),
+            url.getInstance(), error);
+    }
+    return tree;
 }

@@ -75,9 +75,16 @@ void NewCommandTest::writesAProjectThatRuns()
                  "plant/configuration/feeder.json plant/configuration/manifest.json "
                  "plant/configuration/pump.json plant/dependency/pump.js plant/jsconfig.json "
                  "plant/process/pump.json plant/project.json plant/scripts/pump.js "
+                 "plant/tests/dependency/pump.test.json plant/tests/scripts/pump.test.json "
                  "plant/texts/en.json plant/types/JavaScriptApi.d.ts plant/units.json")));
 
     COMPARE_RUN(program.run(words(QStringLiteral("check plant"))), 0, line("0 errors, 0 warnings"),
+                QString());
+    COMPARE_RUN(program.run(words(QStringLiteral("test plant"))), 0,
+                QStringLiteral("ok       tests/dependency/pump.test.json  1 step, # ms\n"
+                               "ok       tests/scripts/pump.test.json  4 steps, # ms\n"
+                               "\n"
+                               "2 tests, 0 failed; # ms\n"),
                 QString());
     const ProgramRun list = program.run(words(QStringLiteral("list plant")));
     QCOMPARE(list.exitCode, 0);
@@ -148,6 +155,7 @@ void NewCommandTest::namesTheObjectAfterTheFolder()
                 QStringLiteral("wrote the project %1\n").arg(name), QString());
     COMPARE_RUN(program.run({QStringLiteral("check"), folderName}), 0, line("0 errors, 0 warnings"),
                 QString());
+    QCOMPARE(program.run({QStringLiteral("test"), folderName}).exitCode, 0);
     const ProgramRun resolve = program.run({QStringLiteral("resolve"), folderName});
     QCOMPARE(resolve.exitCode, 0);
     QVERIFY2(resolve.output.contains(

@@ -1,0 +1,27 @@
+#include "ScriptTestRecorder.h"
+
+#include "runner/ScriptTest.h"
+#include "runner/StepOutcome.h"
+
+namespace ScriptTestRecorder {
+
+QByteArray record(const Project &project, const QString &instance,
+                  const QVector<EventRun::Event> &events, const RunReport &report)
+{
+    const QVector<QVariantMap> outcomes = StepOutcome::ofDialog(project, instance, report);
+    QVector<ScriptTest::Step> steps;
+    for (int i = 0; i < events.size(); ++i) {
+        const EventRun::Event &event = events.at(i);
+        ScriptTest::Step step;
+        step.event = event.function;
+        step.argument = event.argument;
+        for (const EventRun::Edit &edit : event.edits) {
+            step.settings.append({edit.relUrl, edit.key, edit.value, -1});
+        }
+        step.expected = StepOutcome::recorded(outcomes.at(i));
+        steps.append(step);
+    }
+    return ScriptTest::toText(instance, steps);
+}
+
+} // namespace ScriptTestRecorder

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "runner/EventRun.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QVector>
+
+class Project;
+
+/// Makes a test of what an instance's script did.
+namespace ScriptTestRecorder {
+
+/**
+ * The text of a test that passes as long as the script does the same in the same project.
+ * @param events of one dialog's life
+ * @param report of these events, recorded with RunRecorder::Recording::Accesses
+ */
+QByteArray record(const Project &project, const QString &instance,
+                  const QVector<EventRun::Event> &events, const RunReport &report);
+
+} // namespace ScriptTestRecorder
