@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QIcon>
+
+/// Small marks in the colours of the application's palette.
+namespace BadgeIcon {
+
+QIcon unsaved(); ///< a dot
+QIcon error(); ///< an exclamation mark in a disc
+QIcon warning(); ///< an exclamation mark in a triangle
+QIcon listed(); ///< two linked rings
+
+} // namespace BadgeIcon

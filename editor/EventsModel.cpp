@@ -1,0 +1,91 @@
+#include "EventsModel.h"
+
+#include "editor/BadgeIcon.h"
+#include "editor/ValueText.h"
+
+#include <QTime>
+
+namespace {
+
+QString placeOf(const PropertyChange &change)
+{
+    return change.path + QLatin1Char(':') + change.key;
+}
+
+QString textOf(const PropertyChange &change)
+{
+    return change.oldValue.isValid()
+        ? QStringLiteral("%1 \u2192 %2")
+              .arg(ValueText::toText(change.oldValue), ValueText::toText(change.newValue))
+        : EventsModel::tr("new: %1").arg(ValueText::toText(change.newValue));
+}
+
+QString durationOf(const ScriptRun &run)
+{
+    return QStringLiteral("%1 ms").arg(double(run.duration.count()) / 1e6, 0, 'f', 1);
+}
+
+} // namespace
+
+EventsModel::EventsModel(QObject *parent)
+    : QStandardItemModel(0, ColumnCount, parent)
+{
+    setHorizontalHeaderLabels({tr("Event"), tr("Result")});
+}
+
+void EventsModel::addRow(QStandardItem *parent, const QString &what, const QString &result)
+{
+    const QList<QStandardItem *> row{new QStandardItem(what), new QStandardItem(result)};
+    for (QStandardItem *item : row) {
+        item->setEditable(false);
+        item->setToolTip(item->text());
+    }
+    parent->appendRow(row);
+}
+
+void EventsModel::addRun(const QString &title, const ScriptRun &run,
+                         const QVector<PropertyChange> &edits,
+                         const QVector<PropertyChange> &answers)
+{
+    addRow(invisibleRootItem(), title,
+           (run.succeeded ? tr("ok, %1") : tr("failed, %1")).arg(durationOf(run)));
+    QStandardItem *event = item(rowCount() - 1);
+    if (!run.succeeded) {
+        event->setIcon(BadgeIcon::error());
+    } else if (!run.errors.isEmpty()) {
+        event->setIcon(BadgeIcon::warning());
+    }
+    for (const PropertyChange &edit : edits) {
+        addRow(event, tr("entered %1").arg(placeOf(edit)), textOf(edit));
+    }
+    for (const PropertyChange &answer : answers) {
+        addRow(event, tr("wrote %1").arg(placeOf(answer)), textOf(answer));
+    }
+    for (const JavaScriptApi::ErrorMessage &error : run.errors) {
+        addRow(event, tr("reported an error at %1").arg(error.relUrl), error.errorLabelTextId);
+    }
+    for (const ScriptException &exception : run.exceptions) {
+        addRow(event, tr("ended"), exception.text);
+    }
+    if (rowCount() > maximumEvents) {
+        removeRow(0);
+    }
+}
+
+void EventsModel::add(const EventReport &report)
+{
+    if (report.refusal.isEmpty() && !report.run.function.isEmpty()) {
+        const QString title = QStringLiteral("%1  %2  %3")
+                                  .arg(report.time.time().toString(Qt::ISODate),
+                                       report.run.function, report.run.argument);
+        addRun(title.trimmed(), report.run, report.edits, report.answers);
+    }
+}
+
+void EventsModel::add(const DependencyReport &report)
+{
+    const QString time = QTime::currentTime().toString(Qt::ISODate);
+    for (const ScriptRun &run : report.report.runs) {
+        addRun(QStringLiteral("%1  %2  %3").arg(time, run.function, run.instance), run, {}, {});
+    }
+}

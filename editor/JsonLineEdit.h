@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QLineEdit>
+#include <QVariant>
+
+/// An editor for any JSON value, on one line; it shows what is wrong while one types.
+class JsonLineEdit : public QLineEdit
+{
+    Q_OBJECT
+
+public:
+    explicit JsonLineEdit(QWidget *parent = nullptr);
+
+    void setJson(const QVariant &value);
+    QVariant json() const; ///< invalid when the text is none
+
+private:
+    void showState();
+};

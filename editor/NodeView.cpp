@@ -1,0 +1,70 @@
+#include "NodeView.h"
+
+#include "editor/NodeModel.h"
+#include "editor/PropertyDelegate.h"
+
+#include <QHeaderView>
+#include <QKeyEvent>
+
+NodeView::NodeView(QWidget *parent)
+    : QTreeView(parent)
+{
+    setItemDelegate(new PropertyDelegate(this));
+    setSelectionBehavior(SelectRows);
+    setEditTriggers(DoubleClicked | EditKeyPressed | AnyKeyPressed | SelectedClicked);
+    setUniformRowHeights(true);
+    setAllColumnsShowFocus(true);
+    setTextElideMode(Qt::ElideRight);
+    header()->setSectionsMovable(false);
+    setAccessibleName(tr("Nodes and properties of the instance"));
+}
+
+void NodeView::showAll()
+{
+    constexpr int small = 1000;
+    const auto *nodes = qobject_cast<NodeModel *>(model());
+    const bool isSmall =
+        nodes && nodes->document() && nodes->document()->snapshot().size() <= small;
+    if (isSmall) {
+        expandAll();
+    } else {
+        expandToDepth(0);
+    }
+    const int digit = fontMetrics().averageCharWidth();
+    resizeColumnToContents(NodeModel::FieldColumn);
+    setColumnWidth(NodeModel::FieldColumn,
+                   qBound(24 * digit, columnWidth(NodeModel::FieldColumn), 48 * digit));
+    setColumnWidth(NodeModel::ValueColumn, 32 * digit);
+    setColumnWidth(NodeModel::UnitColumn, 10 * digit);
+}
+
+void NodeView::jumpTo(const QModelIndex &index)
+{
+    if (index.isValid()) {
+        for (QModelIndex parent = index.parent(); parent.isValid(); parent = parent.parent()) {
+            expand(parent.siblingAtColumn(0));
+        }
+        setCurrentIndex(index);
+        scrollTo(index, PositionAtCenter);
+        setFocus(Qt::OtherFocusReason);
+    }
+}
+
+bool NodeView::edit(const QModelIndex &index, EditTrigger trigger, QEvent *event)
+{
+    const bool isMouse =
+        event && event->type() >= QEvent::MouseButtonPress && event->type() <= QEvent::MouseMove;
+    return QTreeView::edit(isMouse ? index : index.siblingAtColumn(NodeModel::ValueColumn), trigger,
+                           event);
+}
+
+void NodeView::keyPressEvent(QKeyEvent *event)
+{
+    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isEnter && state() != EditingState && currentIndex().isValid()) {
+        edit(currentIndex(), EditKeyPressed, event);
+        event->accept();
+        return;
+    }
+    QTreeView::keyPressEvent(event);
+}

@@ -1,0 +1,332 @@
+#include "OpenInstance.h"
+
+#include "JavaScript/JavaScriptHandlerUiWrapper.h"
+#include "editor/ScriptStopper.h"
+#include "filehost/FileBatch.h"
+#include "filehost/FileTreeNode.h"
+#include "filehost/HostSession.h"
+#include "filehost/JsonValue.h"
+#include "filehost/Project.h"
+#include "filehost/ProjectLock.h"
+#include "filehost/TextFile.h"
+#include "host/ConfigurationAndProcessDataDefinitions.h"
+#include "host/ConfigurationDataAndProcessDescriptionAccess.h"
+#include "host/PropertyManagerConst.h"
+#include "host/SelectorUrlHandler.h"
+#include "host/TextManager.h"
+#include "host/UnitManagerWrapper.h"
+#include "runner/ScriptProbe.h"
+
+#include <QDir>
+
+#include <algorithm>
+
+namespace {
+
+void collectChanges(const FileTreeNode &node, QVector<PropertyChange> &changes)
+{
+    const QStringList keys = node.propertyKeys();
+    for (const QString &key : keys) {
+        const QVariant value = node.value(key);
+        const QVariant valueInFile = node.valueInFile(key);
+        if (!valueInFile.isValid() || !JsonValue::areEqual(value, valueInFile)) {
+            changes.append({node.path(), key, valueInFile, value});
+        }
+    }
+    const auto children = node.children();
+    for (const auto &child : children) {
+        collectChanges(*child, changes);
+    }
+}
+
+/// A file's content; empty when it cannot be read.
+QByteArray textOf(const QString &filePath)
+{
+    QByteArray text;
+    Diagnostic error;
+    TextFile::read(filePath, FileTree::maximumFileSize, text, error);
+    return text;
+}
+
+} // namespace
+
+OpenInstance::OpenInstance(const Project &project, const TextManager &texts, ScriptStopper &stopper,
+                           const QString &instance)
+    : m_project(project)
+    , m_texts(texts)
+    , m_stopper(stopper)
+    , m_instance(instance)
+    , m_url(SelectorUrlHandler(QString())
+                .setScheme(
+                    ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration())
+                .setModuleName(project.moduleName())
+                .setObjectName(project.objectName())
+                .setInstance(instance)
+                .toString())
+{
+}
+
+OpenInstance::~OpenInstance() = default;
+
+InstanceReport OpenInstance::open()
+{
+    InstanceReport report;
+    report.instance = m_instance;
+    report.treePath = m_project.treePath(FileTree::Kind::Configuration, m_instance);
+    const QVector<PropertyChange> unsaved = changes();
+    m_handler = nullptr;
+    const bool isUsable = readTree(report);
+    if (m_root) {
+        if (isUsable) {
+            bind(m_root, unsaved);
+        }
+        report.snapshot = InstanceSnapshot(*m_root);
+    }
+    if (!isUsable || !readScript(report)) {
+        return report;
+    }
+    {
+        const HostSession session(m_project.units());
+        m_units = std::make_unique<UnitManagerWrapper>(false, false);
+    }
+    m_handler = std::make_unique<JavaScriptHandlerUiWrapper>(*m_units, m_texts, nullptr);
+    m_isEvaluated = false;
+    report.onOpen = fire(QStringLiteral("onOpen"), QString(),
+                         [this] { return m_handler->callFunctionOnOpen(); });
+    return report;
+}
+
+bool OpenInstance::readTree(InstanceReport &report)
+{
+    Diagnostic error;
+    auto root = m_project.readTree(FileTree::Kind::Configuration, m_instance, error);
+    m_isTreeWrong = root.isNull();
+    if (m_isTreeWrong) {
+        report.error = error.message.isEmpty()
+            ? QStringLiteral("%1: no such file").arg(m_project.relativePath(report.treePath))
+            : m_project.relative(error).toString();
+        return false;
+    }
+    m_root = root;
+    return true;
+}
+
+bool OpenInstance::readScript(InstanceReport &report)
+{
+    m_scriptPath.clear();
+    m_script.clear();
+    m_scriptText.clear();
+    const QString key = Project::keyOfUserInterfaceScript();
+    const QString fileName = m_root->value(key).toString();
+    if (fileName.isEmpty()) {
+        return true;
+    }
+    const auto fail = [&](const Diagnostic &place) {
+        report.error = m_project.relative(place).toString();
+        return false;
+    };
+    const QString folder = m_project.userInterfaceScriptFolder();
+    const QString placeError = m_project.scriptError(folder, fileName);
+    if (!placeError.isEmpty()) {
+        return fail(m_root->placeOf(key, placeError));
+    }
+    report.scriptPath = folder + QLatin1Char('/') + fileName;
+    report.script = m_project.relativePath(report.scriptPath);
+    m_scriptPath = report.scriptPath;
+    QByteArray text;
+    Diagnostic error;
+    switch (TextFile::read(report.scriptPath, FileTree::maximumFileSize, text, error)) {
+    case TextFile::ReadResult::Missing:
+        return fail(m_root->placeOf(
+            key,
+            QStringLiteral("no file \"%1\", expected the user-interface script there")
+                .arg(report.script)));
+    case TextFile::ReadResult::Unreadable:
+        return fail(error);
+    case TextFile::ReadResult::Read:
+        break;
+    }
+    m_script = report.script;
+    m_scriptText = QString::fromUtf8(text);
+    const ScriptProbe probe(m_scriptText, m_script, m_stopper);
+    if (!probe.isEvaluated) {
+        return fail({report.scriptPath, probe.errorLine, 0, probe.error});
+    }
+    return true;
+}
+
+/// Makes @p root the tree that is edited, with values that the file does not hold.
+void OpenInstance::bind(const QSharedPointer<FileTreeNode> &root,
+                        const QVector<PropertyChange> &changes)
+{
+    m_root = root;
+    for (const PropertyChange &change : changes) {
+        const auto node = m_root->getNode(change.path);
+        if (!node.isNull()) {
+            node.staticCast<FileTreeNode>()->setProperty(change.key, change.newValue);
+        }
+    }
+    if (m_handler && m_isEvaluated) {
+        m_handler->initializeHandler(m_root, QString(), m_url);
+    }
+}
+
+QVector<PropertyChange> OpenInstance::changes() const
+{
+    QVector<PropertyChange> changes;
+    if (m_root) {
+        collectChanges(*m_root, changes);
+    }
+    return changes;
+}
+
+bool OpenInstance::isTreeStale() const
+{
+    const QString path = m_project.treePath(FileTree::Kind::Configuration, m_instance);
+    return m_isTreeWrong || textOf(path) != m_root->tree().json().text();
+}
+
+bool OpenInstance::isScriptStale() const
+{
+    return !m_scriptPath.isEmpty() && (!m_handler || textOf(m_scriptPath) != m_scriptText.toUtf8());
+}
+
+void OpenInstance::discardChanges()
+{
+    m_root = nullptr;
+}
+
+EventReport OpenInstance::edit(const QString &path, const QString &key, const QVariant &value)
+{
+    EventReport report;
+    report.instance = m_instance;
+    report.time = QDateTime::currentDateTime();
+    const auto node = m_root && m_handler ? m_root->getNode(path).staticCast<FileTreeNode>()
+                                          : QSharedPointer<FileTreeNode>();
+    if (node.isNull()) {
+        report.refusal = QStringLiteral("there is no node \"%1\"").arg(path);
+        return report;
+    }
+    const QVariant oldValue = node->value(key);
+    const int status = node->setProperty(key, value);
+    if (status != 0) {
+        report.edits = {{path, key, value, oldValue}};
+        report.refusal = status == 1 ? QStringLiteral("the value is equal already")
+            : status == 2            ? QStringLiteral("\"%1\" is read-only").arg(key)
+                                     : QStringLiteral("the value has no JSON form");
+        return report;
+    }
+    const PropertyChange edit{path, key, oldValue, node->value(key)};
+    report = fire(QStringLiteral("onValueChange"), path,
+                  [this, &path] { return m_handler->callFunctionOnValueChanged(path); });
+    report.edits = {edit};
+    return report;
+}
+
+void OpenInstance::apply(const QVector<PropertyChange> &changes)
+{
+    if (!m_root) {
+        return;
+    }
+    QVector<PropertyChange> all = this->changes();
+    for (const PropertyChange &change : changes) {
+        all.erase(std::remove_if(all.begin(), all.end(),
+                                 [&change](const PropertyChange &other) {
+                                     return other.path == change.path && other.key == change.key;
+                                 }),
+                  all.end());
+        if (change.newValue.isValid()) {
+            all.append(change);
+        }
+    }
+    // A node cannot lose a property: a new one takes its place, on the same text.
+    bind(QSharedPointer<FileTreeNode>::create(m_root->sharedTree(), 0), all);
+}
+
+SaveReport OpenInstance::save()
+{
+    SaveReport report;
+    report.instance = m_instance;
+    if (!m_root || !m_handler) {
+        report.error = QStringLiteral("the instance cannot be used");
+        return report;
+    }
+    report.onOk =
+        fire(QStringLiteral("onOk"), QString(), [this] { return m_handler->callFunctionOnOk(); });
+    if (!report.onOk.run.succeeded || !report.onOk.run.errors.isEmpty() || !write(report.error)) {
+        return report;
+    }
+    InstanceReport saved;
+    saved.treePath = m_project.treePath(FileTree::Kind::Configuration, m_instance);
+    report.isSaved = true;
+    if (readTree(saved)) {
+        bind(m_root, {});
+    }
+    report.snapshot = InstanceSnapshot(*m_root);
+    return report;
+}
+
+bool OpenInstance::write(QString &error)
+{
+    if (changes().isEmpty()) {
+        return true;
+    }
+    Diagnostic diagnostic;
+    const auto lock = ProjectLock::acquire(m_project.path(), diagnostic);
+    if (!lock) {
+        error = m_project.relative(diagnostic).toString();
+        return false;
+    }
+    HostSession session(m_project.units());
+    RunRecorder recorder(m_project, RunRecorder::Recording::Outcome, m_stopper, nullptr);
+    FileBatch batch(m_project.path());
+    session.setBatch(&batch);
+    ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(
+        PropertyManagerConst::getConfigurationFolderPath(m_project.path()), m_project.moduleName(),
+        m_project.objectName(), m_instance, m_root, false);
+    session.setBatch(nullptr);
+    return batch.commit(error);
+}
+
+QSharedPointer<FileTreeNode> OpenInstance::copyOfTree() const
+{
+    if (!m_root) {
+        return {};
+    }
+    Diagnostic error;
+    return FileTree::parse(m_root->text(), m_root->tree().identity(), error);
+}
+
+EventReport OpenInstance::fire(const QString &function, const QString &argument,
+                               const std::function<bool()> &call)
+{
+    EventReport report;
+    report.instance = m_instance;
+    report.time = QDateTime::currentDateTime();
+    HostSession session(m_project.units(), HostSession::Writing::Nothing);
+    RunRecorder recorder(m_project, RunRecorder::Recording::Writes, m_stopper,
+                         [this](bool isInterrupted) { m_handler->setInterrupted(isInterrupted); });
+    recorder.setSubject(m_instance, m_script);
+    session.setObserver(&recorder);
+    // The wrapper has no observer of its own: its calls are reported from outside.
+    recorder.runBegins(QString(), QString());
+    if (!m_isEvaluated) {
+        m_handler->initializeHandler(m_root, m_scriptText, m_url);
+        m_isEvaluated = true;
+    }
+    recorder.runEnded(true, {}); // the probe has evaluated the same text
+    recorder.runBegins(function, argument);
+    const bool succeeded = call();
+    recorder.runEnded(succeeded, m_handler->getErrorMesageList());
+    session.setObserver(nullptr);
+
+    const RunReport seen = recorder.takeReport();
+    report.run = seen.runs.constLast();
+    report.warnings = seen.warnings;
+    for (const TreeAccess &access : report.run.accesses) {
+        if (access.isWrite()) {
+            report.answers.append(access.change());
+        }
+    }
+    return report;
+}
