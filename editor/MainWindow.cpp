@@ -331,11 +331,10 @@ void MainWindow::showBusy(bool isBusy)
 
 void MainWindow::showEvent(const EventReport &report)
 {
-    m_lastEvent->setText(
-        tr("Last event: %1 %2 %3, %4 ms")
-            .arg(report.time.time().toString(Qt::ISODate), report.run.function, report.run.argument)
-            .arg(double(report.run.duration.count()) / 1e6, 0, 'f', 1)
-            .simplified());
+    const QString event = report.run.function + QLatin1Char(' ') + report.run.argument;
+    m_lastEvent->setText(tr("Last event: %1 %2, %3 ms")
+                             .arg(report.time.time().toString(Qt::ISODate), event.trimmed())
+                             .arg(double(report.run.duration.count()) / 1e6, 0, 'f', 1));
 }
 
 void MainWindow::save()

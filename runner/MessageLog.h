@@ -3,7 +3,8 @@
 #include <QMessageLogContext>
 #include <QString>
 
-/// Receives the messages of the Qt message logger while it exists; in place of the one before.
+/// Receives the messages that its thread writes to the Qt message logger while it exists; in place
+/// of the thread's one before.
 class MessageLog
 {
 public:
@@ -22,8 +23,7 @@ private:
 
     static void handle(QtMsgType level, const QMessageLogContext &context, const QString &text);
 
-    static MessageLog *s_current;
+    static thread_local MessageLog *s_current;
 
     MessageLog *m_previous;
-    QtMessageHandler m_previousHandler;
 };

@@ -1,0 +1,339 @@
+#include "editor/DependencyDialog.h"
+#include "editor/EditorTest.h"
+#include "editor/NodeModel.h"
+#include "editor/NodePanel.h"
+#include "editor/NodeView.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+
+namespace {
+
+const QString s_pump = QStringLiteral("line1/pump1");
+const QString s_ratedPower = QStringLiteral("motor/ratedPower");
+const QString s_inputPower = QStringLiteral("motor/inputPower");
+const QString s_pumpFile = QStringLiteral("pump-station/configuration/line1/pump1.json");
+
+} // namespace
+
+/// Drives the real window with the keyboard, on a copy of the examples.
+class EditingTest : public EditorTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void showsTheScriptsAnswerAndTheErrorAtItsField();
+    void keepsAnInstanceUnsavedWhileItsScriptRefuses();
+    void savesAndWritesTheDependenciesThatTheUserAccepts();
+    void leavesTheDependenciesThatTheUserRefuses();
+    void undoesAnEditTogetherWithTheScriptsAnswer();
+    void undoesAPropertyThatAScriptAdded();
+    void countsAFastSeriesOfStepsAsOneEdit();
+    void stopsAScriptThatDoesNotEnd();
+    void readsAScriptThatChangedOnTheDiskAndKeepsTheEdits();
+    void neverOverwritesAFileThatAnotherProgramChanged();
+    void showsWhereABrokenTreeIsWrong();
+    void previewsDependenciesInsideTheUnsavedTree();
+    void showsLabelsInTheChosenLanguage();
+};
+
+void EditingTest::initTestCase()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("ConfigScriptTests"));
+}
+
+void EditingTest::showsTheScriptsAnswerAndTheErrorAtItsField()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("12.04"));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("200")));
+
+    QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("218.82"));
+    QCOMPARE(session.shown(s_inputPower, NodeModel::RemarkColumn),
+             QStringLiteral("was 12.04; by the script"));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::RemarkColumn),
+             QStringLiteral("The value is above the maximum. (90)"));
+    NodeModel &model = session.window().nodePanel().model();
+    QCOMPARE(model.indexOf(s_ratedPower).data(NodeModel::MarkRole).value<NodeModel::Mark>(),
+             NodeModel::Mark::ByUser);
+    QCOMPARE(model.indexOf(s_inputPower).data(NodeModel::MarkRole).value<NodeModel::Mark>(),
+             NodeModel::Mark::ByScript);
+
+    InstanceModel &instances = session.window().workspace().instances();
+    const QModelIndex pump = instances.indexOf(s_pump);
+    QCOMPARE(pump.siblingAtColumn(InstanceModel::UnsavedColumn).data(Qt::ToolTipRole).toString(),
+             QStringLiteral("2 unsaved values"));
+    QCOMPARE(pump.siblingAtColumn(InstanceModel::ErrorColumn).data(Qt::ToolTipRole).toString(),
+             QStringLiteral("1 error"));
+
+    // The list of errors leads to the field.
+    auto *errors = session.window().findChild<QListWidget *>();
+    QCOMPARE(errors->count(), 1);
+    QCOMPARE(errors->item(0)->text(),
+             QStringLiteral("Rated power: The value is above the maximum. (90)"));
+    NodeView &view = session.window().nodePanel().view();
+    view.setCurrentIndex(model.indexOf(s_inputPower));
+    errors->setCurrentRow(0);
+    errors->setFocus();
+    QTest::keyClick(errors, Qt::Key_Return);
+    QCOMPARE(view.currentIndex().data(NodeModel::PathRole).toString(), s_ratedPower);
+}
+
+void EditingTest::keepsAnInstanceUnsavedWhileItsScriptRefuses()
+{
+    EditorSession session;
+    const Files before = session.folder().files();
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("200")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+
+    QVERIFY(session.document().isUnsaved());
+    QCOMPARE(session.document().notice(),
+             QStringLiteral("Not saved: onOk returned false or failed; see the messages."));
+    QVERIFY(!session.window().dependencyDialog());
+    QCOMPARE(session.folder().files(), before);
+}
+
+void EditingTest::savesAndWritesTheDependenciesThatTheUserAccepts()
+{
+    EditorSession session;
+    const Files before = session.folder().files();
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("200")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.document().errors().isEmpty());
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(!session.document().isUnsaved());
+    QCOMPARE(session.stored(s_pump, s_ratedPower), QVariant(15));
+    QCOMPARE(session.stored(s_pump, s_inputPower), QVariant(16.41));
+
+    DependencyDialog *dialog = session.window().dependencyDialog();
+    QVERIFY(dialog);
+    const QStandardItemModel &changes = dialog->changes();
+    QCOMPARE(changes.rowCount(), 1);
+    const QString process = QStringLiteral("process/line1/pump1.json");
+    QCOMPARE(changes.item(0)->text(), process);
+    QCOMPARE(changes.item(0)->rowCount(), 1);
+    QCOMPARE(changes.item(0)->child(0, 0)->text(), QStringLiteral("measurements/power:range.max"));
+    QCOMPARE(changes.item(0)->child(0, 1)->text(), QStringLiteral("13.2"));
+    QCOMPARE(changes.item(0)->child(0, 2)->text(), QStringLiteral("18"));
+    Files saved = session.folder().files();
+    QCOMPARE(saved.value(QStringLiteral("pump-station/") + process),
+             before.value(QStringLiteral("pump-station/") + process));
+
+    dialog->accept();
+    QVERIFY(session.settle());
+    const Files after = session.folder().files();
+    Files expected = before;
+    expected[s_pumpFile].replace("\"value\": 11,\n            \"unit\": \"kW\"",
+                                 "\"value\": 15,\n            \"unit\": \"kW\"");
+    expected[s_pumpFile].replace("12.04", "16.41");
+    expected[QStringLiteral("pump-station/") + process].replace("13.2", "18");
+    for (const QString &name : expected.keys()) {
+        QCOMPARE(after.value(name), expected.value(name));
+    }
+}
+
+void EditingTest::leavesTheDependenciesThatTheUserRefuses()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    const Files saved = session.folder().files();
+    QVERIFY(session.window().dependencyDialog());
+    session.window().dependencyDialog()->reject();
+    QVERIFY(session.settle());
+    QCOMPARE(session.folder().files(), saved);
+}
+
+void EditingTest::undoesAnEditTogetherWithTheScriptsAnswer()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("200")));
+    QVERIFY(session.press(QStringLiteral("Undo")));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn), QStringLiteral("11"));
+    QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("12.04"));
+    QVERIFY(session.document().errors().isEmpty());
+    QVERIFY(!session.document().isUnsaved());
+
+    QVERIFY(session.press(QStringLiteral("Redo")));
+    QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("218.82"));
+    QCOMPARE(session.document().errors().size(), 1);
+
+    // The tree of the script goes with what is shown.
+    QVERIFY(session.press(QStringLiteral("Undo")));
+    QVERIFY(session.enter(QStringLiteral("motor/efficiency"), QStringLiteral("50")));
+    QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("22"));
+}
+
+void EditingTest::undoesAPropertyThatAScriptAdded()
+{
+    EditorSession session;
+    session.folder().write(
+        QStringLiteral("pump-station/scripts/pump.js"),
+        "function onOpen() {}\n"
+        "function onValueChange(api, url) { api.setProperty(url, 'note', 'seen'); }\n"
+        "function onOk(api) { return api.getProperty('motor/ratedPower', 'note') === undefined; "
+        "}\n");
+    const Files before = session.folder().files();
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn, QStringLiteral("note")),
+             QStringLiteral("seen"));
+    QVERIFY(session.press(QStringLiteral("Undo")));
+    QVERIFY(!session.document().isUnsaved());
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(session.document().notice().isEmpty()); // the script no longer finds it, either
+    QCOMPARE(session.folder().files().value(s_pumpFile), before.value(s_pumpFile));
+}
+
+void EditingTest::countsAFastSeriesOfStepsAsOneEdit()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    NodePanel &panel = session.window().nodePanel();
+    panel.view().jumpTo(panel.model().indexOf(s_ratedPower));
+    QTest::keyClick(&panel.view(), Qt::Key_F2);
+    QWidget *editor = QApplication::focusWidget();
+    for (int i = 0; i < 5; ++i) {
+        QTest::keyClick(editor, Qt::Key_Up);
+    }
+    QCOMPARE(session.document().undoStack().count(), 0);
+    QTRY_COMPARE(session.document().undoStack().count(), 1);
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn), QStringLiteral("16"));
+    QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("17.51"));
+}
+
+void EditingTest::stopsAScriptThatDoesNotEnd()
+{
+    EditorSession session;
+    session.folder().write(QStringLiteral("pump-station/scripts/pump.js"),
+                           "function onOpen() {}\n"
+                           "function onValueChange() { while (true) {} }\n"
+                           "function onOk() {}\n");
+    QVERIFY(session.open(s_pump));
+    NodePanel &panel = session.window().nodePanel();
+    panel.model().setData(panel.model().indexOf(s_ratedPower), 15);
+    auto *stop = session.window().findChild<QPushButton *>(QStringLiteral("stop"));
+    QVERIFY(!stop->isVisible());
+    QTRY_VERIFY(stop->isVisible());
+    QVERIFY(session.window().workspace().isBusy());
+    stop->click();
+    QVERIFY(session.settle());
+    QVERIFY(!stop->isVisible());
+    QCOMPARE(session.document().notice(), QStringLiteral("onValueChange was stopped by the user."));
+    QVERIFY(session.press(QStringLiteral("Save"))); // scripts run again
+    QVERIFY(!session.document().isUnsaved());
+}
+
+void EditingTest::readsAScriptThatChangedOnTheDiskAndKeepsTheEdits()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    session.folder().write(
+        QStringLiteral("pump-station/scripts/pump.js"),
+        "function onOpen(api) { api.setProperty('motor/inputPower', 'value', 1); }\n");
+    QTRY_COMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("1"));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn), QStringLiteral("15"));
+
+    session.folder().write(QStringLiteral("pump-station/scripts/pump.js"), "function onOpen( {}\n");
+    QTRY_COMPARE(session.document().problem(),
+                 QStringLiteral("scripts/pump.js:2: SyntaxError: Expected token `)'"));
+    QVERIFY(session.document().isUnsaved());
+    session.folder().write(QStringLiteral("pump-station/scripts/pump.js"),
+                           "function onOpen() {}\n");
+    QTRY_VERIFY(session.document().problem().isEmpty());
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn), QStringLiteral("15"));
+}
+
+void EditingTest::neverOverwritesAFileThatAnotherProgramChanged()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QByteArray text = session.folder().files().value(s_pumpFile);
+    text.replace("Hall A, row 1", "Hall B, row 2");
+    session.folder().write(s_pumpFile, text);
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(session.document().isUnsaved());
+    QVERIFY(session.document().offersReload());
+    QVERIFY2(session.document().notice().contains(
+                 QStringLiteral("the file has changed since it was read")),
+             qPrintable(session.document().notice()));
+    QCOMPARE(session.folder().files().value(s_pumpFile), text);
+
+    QVERIFY(session.press(QStringLiteral("Reload, Keeping Changes")));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn), QStringLiteral("15"));
+    QCOMPARE(session.shown(QStringLiteral("identification/location"), NodeModel::ValueColumn),
+             QStringLiteral("Hall B, row 2"));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(!session.document().isUnsaved());
+    QCOMPARE(session.stored(s_pump, QStringLiteral("identification/location")),
+             QVariant(QStringLiteral("Hall B, row 2")));
+}
+
+void EditingTest::showsWhereABrokenTreeIsWrong()
+{
+    EditorSession session;
+    session.folder().write(s_pumpFile, "{\n  \"properties\": { \"a\": 1. }\n}\n");
+    QVERIFY(session.open(s_pump));
+    const QString problem = session.document().problem();
+    QVERIFY2(problem.startsWith(QStringLiteral("configuration/line1/pump1.json:2:26: expected")),
+             qPrintable(problem));
+    bool isShown = false;
+    const auto labels = session.window().findChildren<QLabel *>();
+    for (const QLabel *label : labels) {
+        isShown = isShown || (label->isVisible() && label->text() == problem);
+    }
+    QVERIFY(isShown);
+    QVERIFY(session.open(QStringLiteral("line1/pump2"))); // the program goes on
+    QVERIFY(session.document().problem().isEmpty());
+}
+
+void EditingTest::previewsDependenciesInsideTheUnsavedTree()
+{
+    EditorSession session;
+    const Files before = session.folder().files();
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(QStringLiteral("motor/ratedSpeed"), QStringLiteral("2000")));
+    QVERIFY(session.press(QStringLiteral("Preview Dependencies")));
+    DependencyDialog *dialog = session.window().dependencyDialog();
+    QVERIFY(dialog);
+    QCOMPARE(dialog->changes().rowCount(), 1);
+    QCOMPARE(dialog->changes().item(0)->text(), QStringLiteral("configuration/line1/pump1.json"));
+    QStandardItem *file = dialog->changes().item(0);
+    const int last = file->rowCount() - 1;
+    QCOMPARE(file->child(last, 0)->text(), QStringLiteral("limits/speed:thresholds.min"));
+    QCOMPARE(file->child(last, 1)->text(), QStringLiteral("586"));
+    QCOMPARE(file->child(last, 2)->text(), QStringLiteral("800"));
+    dialog->reject();
+    QVERIFY(session.settle());
+    QCOMPARE(session.folder().files(), before);
+    QCOMPARE(session.shown(QStringLiteral("limits/speed"), NodeModel::ValueColumn,
+                           QStringLiteral("thresholds")),
+             QStringLiteral("{ \"max\": 1524, \"min\": 586 }"));
+}
+
+void EditingTest::showsLabelsInTheChosenLanguage()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::FieldColumn), QStringLiteral("Rated power"));
+    QVERIFY(session.press(QStringLiteral("de")));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::FieldColumn), QStringLiteral("Nennleistung"));
+    QCOMPARE(session.shown(QStringLiteral("motor/ratedSpeed"), NodeModel::UnitColumn),
+             QStringLiteral("1/min"));
+}
+
+QTEST_MAIN(EditingTest)
+#include "EditingTest.moc"
