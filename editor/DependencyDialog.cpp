@@ -35,7 +35,7 @@ DependencyDialog::DependencyDialog(const Project &project, const Labels &labels,
     const bool isProposal = report.kind == DependencyReport::Kind::Proposal;
     setWindowTitle(isProposal ? tr("Dependencies of %1").arg(report.instance)
                               : tr("Preview of the Dependencies of %1").arg(report.instance));
-    fillChanges(project, report);
+    const int rows = fillChanges(project, report);
 
     auto *summaryLabel = new QLabel(summary(report), this);
     summaryLabel->setWordWrap(true);
@@ -76,11 +76,14 @@ DependencyDialog::DependencyDialog(const Project &project, const Labels &labels,
     layout->addWidget(view, 1);
     layout->addWidget(scripts);
     layout->addWidget(buttons);
-    resize(110 * character, 32 * fontMetrics().height());
+    constexpr int mostRows = 24;
+    resize(110 * character, (12 + qMin(rows, mostRows)) * fontMetrics().height());
 }
 
-void DependencyDialog::fillChanges(const Project &project, const DependencyReport &report)
+/// @return how many rows it takes to show them all
+int DependencyDialog::fillChanges(const Project &project, const DependencyReport &report)
 {
+    int rows = 0;
     m_changes.setHorizontalHeaderLabels({tr("File and property"), tr("Old"), tr("New")});
     for (const ChangedTree &tree : report.report.trees) {
         const auto file =
@@ -89,15 +92,18 @@ void DependencyDialog::fillChanges(const Project &project, const DependencyRepor
         font.setBold(true);
         file.constFirst()->setFont(font);
         m_changes.appendRow(file);
+        ++rows;
         for (const PropertyChange &change : tree.changes) {
             const QVector<PropertyChange> parts = change.flattened();
             for (const PropertyChange &part : parts) {
                 file.constFirst()->appendRow(
                     row({part.path + QLatin1Char(':') + part.key, ValueText::toText(part.oldValue),
                          ValueText::toText(part.newValue)}));
+                ++rows;
             }
         }
     }
+    return rows;
 }
 
 QStringList DependencyDialog::scriptTexts(const Labels &labels, const DependencyReport &report)

@@ -22,7 +22,7 @@ public:
     const QStandardItemModel &changes() const { return m_changes; }
 
 private:
-    void fillChanges(const Project &project, const DependencyReport &report);
+    int fillChanges(const Project &project, const DependencyReport &report);
     static QStringList scriptTexts(const Labels &labels, const DependencyReport &report);
     static QString summary(const DependencyReport &report);
 

@@ -100,10 +100,12 @@ void Document::takeReport(const SaveReport &report)
         setNotice(tr("Not saved: %1").arg(report.error), true);
     } else if (!report.onOk.run.exceptions.isEmpty()) {
         setNotice(tr("Not saved: %1.").arg(report.onOk.run.exceptions.constFirst().text));
-    } else if (!report.onOk.run.succeeded) {
-        setNotice(tr("Not saved: onOk returned false or failed; see the messages."));
+    } else if (!report.onOk.run.errors.isEmpty()) {
+        setNotice(tr("Not saved: the script reports an error."));
+    } else if (!report.onOk.run.warnings.isEmpty()) {
+        setNotice(tr("Not saved: onOk failed: %1").arg(report.onOk.run.warnings.constLast()));
     } else {
-        setNotice(tr("Not saved: onOk reported an error."));
+        setNotice(tr("Not saved: onOk returned false."));
     }
     countUnsaved();
 }

@@ -22,6 +22,8 @@
 
 namespace {
 
+constexpr int s_messageTime = 10'000; // milliseconds
+
 const QString s_geometryKey = QStringLiteral("window/geometry");
 const QString s_stateKey = QStringLiteral("window/state");
 const QString s_languageKey = QStringLiteral("language");
@@ -44,12 +46,16 @@ MainWindow::MainWindow(const Project &project, Settings settings)
     QTreeView *messages =
         createLog(m_workspace.messages(), QStringLiteral("messages"), tr("Messages"));
     const int character = fontMetrics().averageCharWidth();
-    events->setColumnWidth(0, 40 * character);
-    messages->setColumnWidth(0, 22 * character);
+    connect(&m_workspace.events(), &QAbstractItemModel::rowsInserted, events,
+            [events](const QModelIndex &parent) { events->expand(parent); });
+    events->header()->setStretchLastSection(false);
+    events->header()->setSectionResizeMode(EventsModel::EventColumn, QHeaderView::Stretch);
+    events->setColumnWidth(EventsModel::ResultColumn, 18 * character);
+    messages->setColumnWidth(MessagesModel::PlaceColumn, 22 * character);
     messages->setRootIsDecorated(false);
-    resize(190 * character, 50 * fontMetrics().height());
-    resizeDocks({instanceDock}, {36 * character}, Qt::Horizontal);
-    resizeDocks({qobject_cast<QDockWidget *>(events->parentWidget())}, {60 * character},
+    resize(180 * character, 48 * fontMetrics().height());
+    resizeDocks({instanceDock}, {32 * character}, Qt::Horizontal);
+    resizeDocks({qobject_cast<QDockWidget *>(events->parentWidget())}, {54 * character},
                 Qt::Horizontal);
 
     createFileMenu();
@@ -362,23 +368,27 @@ void MainWindow::discard()
 
 void MainWindow::showDependencies(const DependencyReport &report)
 {
-    const bool isWritten = report.kind == DependencyReport::Kind::Written;
-    const bool isQuiet = report.error.isEmpty() && report.findings.isEmpty()
-        && report.report.trees.isEmpty() && report.report.succeeded();
-    if (isQuiet || isWritten) {
-        const QString what = !report.error.isEmpty() ? report.error
-            : report.selected.isEmpty()
-            ? tr("No dependency script belongs to %1.").arg(report.instance)
-            : isQuiet
-            ? tr("The dependency scripts of %1 change nothing.").arg(report.instance)
-            : tr("The dependencies of %1 are written: %2.")
-                  .arg(report.instance,
-                       ValueText::counted(report.report.storedTrees(), tr("file"), tr("files")));
-        statusBar()->showMessage(what, 10'000);
-        if (isWritten && !report.report.succeeded()) {
+    if (report.kind == DependencyReport::Kind::Written) {
+        if (report.error.isEmpty()) {
+            statusBar()->showMessage(
+                tr("The dependencies of %1 are written: %2.")
+                    .arg(report.instance,
+                         ValueText::counted(report.report.trees.size(), tr("file"), tr("files"))),
+                s_messageTime);
+        } else {
+            m_isClosing = false;
             QMessageBox::warning(this, tr("Dependencies"),
-                                 tr("Not everything is written; see the messages."));
+                                 tr("Nothing is written: %1").arg(report.error));
         }
+        return;
+    }
+    if (report.error.isEmpty() && report.findings.isEmpty() && report.report.trees.isEmpty()
+        && report.report.succeeded()) {
+        statusBar()->showMessage((report.selected.isEmpty()
+                                      ? tr("No dependency script belongs to %1.")
+                                      : tr("The dependency scripts of %1 change nothing."))
+                                     .arg(report.instance),
+                                 s_messageTime);
         return;
     }
     m_dialog = new DependencyDialog(m_workspace.project(), m_labels, report, this);

@@ -1,5 +1,6 @@
 #include "NodeModel.h"
 
+#include "editor/BadgeIcon.h"
 #include "editor/EditorColors.h"
 #include "editor/ValueText.h"
 #include "filehost/Project.h"
@@ -217,6 +218,9 @@ QVariant NodeModel::data(const QModelIndex &index, int role) const
     default:
         if (role == Qt::DisplayRole || role == Qt::ToolTipRole) {
             return remarkText(item);
+        }
+        if (role == Qt::DecorationRole) {
+            return errorsAt(item).isEmpty() ? QVariant() : BadgeIcon::error();
         }
         if (role == Qt::ForegroundRole) {
             return errorsAt(item).isEmpty() ? colors.subdued : colors.error;

@@ -51,7 +51,6 @@ NodePanel::NodePanel(QWidget *parent)
     m_pages->addWidget(m_problem);
     m_errorsLabel->setBuddy(m_errors);
     m_errors->setAccessibleName(tr("Errors that the script reported"));
-    m_errors->setMaximumHeight(fontMetrics().height() * 7);
     connect(m_errors, &QListWidget::itemActivated, this,
             [this](QListWidgetItem *item) { jumpToError(m_errors->row(item)); });
     connect(m_errors, &QListWidget::itemClicked, this,
@@ -147,6 +146,9 @@ void NodePanel::showErrors()
                 m_errors);
         }
     }
+    constexpr int mostRows = 5;
+    m_errors->setFixedHeight(qMin(m_errors->count(), mostRows) * m_errors->sizeHintForRow(0)
+                             + 2 * m_errors->frameWidth());
     m_errors->setVisible(m_errors->count() > 0);
     m_errorsLabel->setVisible(m_errors->count() > 0);
 }

@@ -34,8 +34,8 @@ void NodeView::showAll()
     resizeColumnToContents(NodeModel::FieldColumn);
     setColumnWidth(NodeModel::FieldColumn,
                    qBound(24 * digit, columnWidth(NodeModel::FieldColumn), 48 * digit));
-    setColumnWidth(NodeModel::ValueColumn, 32 * digit);
-    setColumnWidth(NodeModel::UnitColumn, 10 * digit);
+    setColumnWidth(NodeModel::ValueColumn, 26 * digit);
+    setColumnWidth(NodeModel::UnitColumn, 9 * digit);
 }
 
 void NodeView::jumpTo(const QModelIndex &index)

@@ -15,7 +15,9 @@
 #include "host/SelectorUrlHandler.h"
 #include "host/TextManager.h"
 #include "host/UnitManagerWrapper.h"
+#include "runner/RunRecorder.h"
 #include "runner/ScriptProbe.h"
+#include "runner/SilentLog.h"
 
 #include <QDir>
 
@@ -277,8 +279,8 @@ bool OpenInstance::write(QString &error)
         error = m_project.relative(diagnostic).toString();
         return false;
     }
+    const SilentLog log; // the batch knows the reason, too
     HostSession session(m_project.units());
-    RunRecorder recorder(m_project, RunRecorder::Recording::Outcome, m_stopper, nullptr);
     FileBatch batch(m_project.path());
     session.setBatch(&batch);
     ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "editor/Reports.h"
-#include "runner/RunRecorder.h"
 
 #include <QSharedPointer>
 #include <QString>
@@ -12,13 +11,11 @@
 #include <memory>
 
 class FileTreeNode;
-class HostSession;
 class JavaScriptHandlerUiWrapper;
 class Project;
 class ScriptStopper;
 class TextManager;
 class UnitManagerWrapper;
-struct Diagnostic;
 
 /**
  * An instance that the user edits, on the worker's thread: its tree, its user-interface script, and

@@ -114,6 +114,6 @@ QSize PropertyDelegate::sizeHint(const QStyleOptionViewItem &option, const QMode
 {
     // Room for the frame of an editor.
     QSize size = QStyledItemDelegate::sizeHint(option, index);
-    size.setHeight(option.fontMetrics.height() * 8 / 5);
+    size.setHeight(option.fontMetrics.height() * 3 / 2);
     return size;
 }

@@ -12,7 +12,7 @@
 #include <QStringList>
 #include <QVector>
 
-// What the worker's thread tells the window's: plain data, which share nothing.
+// What the worker's thread tells the window's: plain data, which shares nothing.
 
 /// Which instances a project has.
 struct ProjectReport
@@ -68,12 +68,9 @@ struct DependencyReport
     Kind kind = Kind::Proposal;
     QString instance;
     QStringList selected; ///< the listed instances whose scripts ran
-    QString error; ///< why nothing ran
+    QString error; ///< why nothing ran, or nothing was written
     QVector<Finding> findings; ///< what is wrong with the scripts, which then did not run
     RunReport report;
-
-    /// Whether both would write the same.
-    bool isLike(const DependencyReport &other) const;
 };
 
 Q_DECLARE_METATYPE(ProjectReport)

@@ -1,11 +1,11 @@
 #include "ScriptWorker.h"
 
 #include "editor/DependencyPreview.h"
+#include "editor/DependencyWriter.h"
 #include "editor/OpenInstance.h"
 #include "editor/ScriptStopper.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
-#include "filehost/ProjectLock.h"
 #include "runner/DependencyRun.h"
 
 ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
@@ -99,46 +99,25 @@ void ScriptWorker::previewDependencies(const QString &instance)
 
 void ScriptWorker::proposeDependencies(const QString &instance)
 {
-    Q_EMIT dependenciesRun(runDependencies(instance, DependencyReport::Kind::Proposal));
-}
-
-void ScriptWorker::writeDependencies(const DependencyReport &proposal)
-{
-    Diagnostic error;
-    const auto lock = ProjectLock::acquire(m_project.path(), error);
     DependencyReport report;
-    if (lock) {
-        report = runDependencies(proposal.instance, DependencyReport::Kind::Proposal);
-        if (report.isLike(proposal)) {
-            report = runDependencies(proposal.instance, DependencyReport::Kind::Written);
-        }
-    } else {
-        report.kind = DependencyReport::Kind::Written;
-        report.instance = proposal.instance;
-        report.error = m_project.relative(error).toString();
-    }
-    Q_EMIT dependenciesRun(report);
-}
-
-DependencyReport ScriptWorker::runDependencies(const QString &instance, DependencyReport::Kind kind)
-{
-    DependencyReport report;
-    report.kind = kind;
     report.instance = instance;
     const Manifest manifest(m_project);
     if (manifest.hasFailed()) {
         report.error = m_project.relative(manifest.error()).toString();
-        return report;
+    } else {
+        const DependencyRun run(m_project, manifest, instance, m_stopper);
+        report.selected = run.instances();
+        if (!report.selected.isEmpty()) {
+            const DependencyRun::Result result = run.run(HostSession::Writing::Nothing);
+            report.findings = result.findings;
+            report.report = result.report;
+            report.report.sort();
+        }
     }
-    const DependencyRun run(m_project, manifest, instance, m_stopper);
-    report.selected = run.instances();
-    if (report.selected.isEmpty()) {
-        return report;
-    }
-    auto result = run.run(kind == DependencyReport::Kind::Written ? HostSession::Writing::Files
-                                                                  : HostSession::Writing::Nothing);
-    report.findings = result.findings;
-    report.report = result.report;
-    report.report.sort();
-    return report;
+    Q_EMIT dependenciesRun(report);
+}
+
+void ScriptWorker::writeDependencies(const DependencyReport &proposal)
+{
+    Q_EMIT dependenciesRun(DependencyWriter(m_project).write(proposal));
 }

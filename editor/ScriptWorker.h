@@ -45,7 +45,7 @@ public:
     /// Runs the dependency scripts on the project's files, and writes nothing.
     void proposeDependencies(const QString &instance);
 
-    /// Writes what was proposed; proposes anew when something else would be written by now.
+    /// Writes what was proposed.
     void writeDependencies(const DependencyReport &proposal);
 
 Q_SIGNALS:
@@ -59,7 +59,6 @@ Q_SIGNALS:
 
 private:
     OpenInstance *instance(const QString &name);
-    DependencyReport runDependencies(const QString &instance, DependencyReport::Kind kind);
 
     const Project m_project;
     const TextManager m_texts;

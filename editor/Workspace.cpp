@@ -193,13 +193,14 @@ void Workspace::writeDependencies(const DependencyReport &proposal)
 
 void Workspace::takeDependencies(const DependencyReport &report)
 {
-    m_messages.add(report);
-    m_events.add(report);
+    if (report.kind == DependencyReport::Kind::Written) {
+        refreshAll(); // the proposal told the rest
+    } else {
+        m_messages.add(report);
+        m_events.add(report);
+    }
     if (!report.error.isEmpty()) {
         m_messages.add(report.instance, report.error, QtCriticalMsg);
-    }
-    if (report.kind == DependencyReport::Kind::Written) {
-        refreshAll();
     }
     Q_EMIT dependenciesRun(report);
 }

@@ -95,7 +95,7 @@ void EditingTest::keepsAnInstanceUnsavedWhileItsScriptRefuses()
 
     QVERIFY(session.document().isUnsaved());
     QCOMPARE(session.document().notice(),
-             QStringLiteral("Not saved: onOk returned false or failed; see the messages."));
+             QStringLiteral("Not saved: the script reports an error."));
     QVERIFY(!session.window().dependencyDialog());
     QCOMPARE(session.folder().files(), before);
 }

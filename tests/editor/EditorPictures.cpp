@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QImage>
 #include <QPixmap>
 #include <QTest>
 
@@ -29,7 +30,10 @@ void require(bool condition, const char *what)
 void take(QWidget &widget, const QDir &folder, const QString &name)
 {
     QTest::qWait(NodeModel::flashTime + 100);
-    require(widget.grab().save(folder.filePath(name)), qPrintable(name));
+    // Few colours make small files.
+    const QImage picture = widget.grab().toImage().convertToFormat(
+        QImage::Format_Indexed8, Qt::ThresholdDither | Qt::AvoidDither);
+    require(picture.save(folder.filePath(name)), qPrintable(name));
 }
 
 } // namespace
