@@ -62,7 +62,7 @@ void EventsModel::addRun(const QString &title, const ScriptRun &run,
         addRow(event, tr("wrote %1").arg(placeOf(answer)), textOf(answer));
     }
     for (const JavaScriptApi::ErrorMessage &error : run.errors) {
-        addRow(event, tr("reported an error at %1").arg(error.relUrl), error.errorLabelTextId);
+        addRow(event, tr("error at %1").arg(error.relUrl), error.errorLabelTextId);
     }
     for (const ScriptException &exception : run.exceptions) {
         addRow(event, tr("ended"), exception.text);

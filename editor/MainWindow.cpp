@@ -50,12 +50,12 @@ MainWindow::MainWindow(const Project &project, Settings settings)
             [events](const QModelIndex &parent) { events->expand(parent); });
     events->header()->setStretchLastSection(false);
     events->header()->setSectionResizeMode(EventsModel::EventColumn, QHeaderView::Stretch);
-    events->setColumnWidth(EventsModel::ResultColumn, 18 * character);
-    messages->setColumnWidth(MessagesModel::PlaceColumn, 22 * character);
+    events->setColumnWidth(EventsModel::ResultColumn, 15 * character);
+    messages->setColumnWidth(MessagesModel::PlaceColumn, 18 * character);
     messages->setRootIsDecorated(false);
     resize(180 * character, 48 * fontMetrics().height());
     resizeDocks({instanceDock}, {32 * character}, Qt::Horizontal);
-    resizeDocks({qobject_cast<QDockWidget *>(events->parentWidget())}, {54 * character},
+    resizeDocks({qobject_cast<QDockWidget *>(events->parentWidget())}, {46 * character},
                 Qt::Horizontal);
 
     createFileMenu();

@@ -33,8 +33,8 @@ void NodeView::showAll()
     const int digit = fontMetrics().averageCharWidth();
     resizeColumnToContents(NodeModel::FieldColumn);
     setColumnWidth(NodeModel::FieldColumn,
-                   qBound(24 * digit, columnWidth(NodeModel::FieldColumn), 48 * digit));
-    setColumnWidth(NodeModel::ValueColumn, 26 * digit);
+                   qBound(20 * digit, columnWidth(NodeModel::FieldColumn), 48 * digit));
+    setColumnWidth(NodeModel::ValueColumn, 22 * digit);
     setColumnWidth(NodeModel::UnitColumn, 9 * digit);
 }
 

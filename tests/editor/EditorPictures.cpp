@@ -9,10 +9,12 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QHash>
 #include <QImage>
 #include <QPixmap>
 #include <QTest>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -27,13 +29,26 @@ void require(bool condition, const char *what)
     }
 }
 
+/// The picture in its 256 most frequent colours, which make a small file.
+QImage reduced(const QImage &picture)
+{
+    QHash<QRgb, int> counts;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            ++counts[picture.pixel(x, y)];
+        }
+    }
+    QVector<QRgb> colors = counts.keys().toVector();
+    std::sort(colors.begin(), colors.end(),
+              [&counts](QRgb a, QRgb b) { return counts.value(a) > counts.value(b); });
+    colors.resize(qMin(colors.size(), 256));
+    return picture.convertToFormat(QImage::Format_Indexed8, colors);
+}
+
 void take(QWidget &widget, const QDir &folder, const QString &name)
 {
     QTest::qWait(NodeModel::flashTime + 100);
-    // Few colours make small files.
-    const QImage picture = widget.grab().toImage().convertToFormat(
-        QImage::Format_Indexed8, Qt::ThresholdDither | Qt::AvoidDither);
-    require(picture.save(folder.filePath(name)), qPrintable(name));
+    require(reduced(widget.grab().toImage()).save(folder.filePath(name)), qPrintable(name));
 }
 
 } // namespace
