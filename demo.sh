@@ -1,13 +1,23 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and resolves a scratch copy of the example project.
+# Installs what is missing, builds, and resolves a scratch copy of the example project; with
+# --editor, opens it in the desktop editor instead.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-cmake/build.sh release
+preset=release
+if [ "${1:-}" = --editor ]; then
+    preset=editor
+fi
+cmake/build.sh "$preset"
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cp -r examples/. "$scratch"
+
+if [ "$preset" = editor ]; then
+    build/editor/bin/configscript-editor "$scratch/pump-station" line1/pump1
+    exit
+fi
 
 program=$PWD/build/release/bin/configscript
 run() {

@@ -1,4 +1,5 @@
-# What "cmake --install" puts where, by component: library, development, command.
+# What "cmake --install" puts where, by component: library, development, command,
+# editor.
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ConfigScript)
@@ -54,12 +55,18 @@ install(DIRECTORY types
     COMPONENT development
     FILES_MATCHING PATTERN "*.d.ts")
 
-if(TARGET configscript)
-    # The command finds the libraries that are installed with it, wherever that is.
-    set_target_properties(configscript PROPERTIES
+# Programs find the libraries that are installed with them, wherever that is.
+function(install_program target component)
+    set_target_properties(${target} PROPERTIES
         INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-    install(TARGETS configscript
+    install(TARGETS ${target}
         DESTINATION ${CMAKE_INSTALL_BINDIR}
-        COMPONENT command)
+        COMPONENT ${component})
+endfunction()
+if(TARGET configscript)
+    install_program(configscript command)
+endif()
+if(TARGET configscript-editor)
+    install_program(configscript-editor editor)
 endif()
 set_target_properties(JavaScript PROPERTIES INSTALL_RPATH "$ORIGIN")

@@ -9,6 +9,9 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(CPACK_COMPONENTS_ALL library development command)
+if(TARGET configscript-editor)
+    list(APPEND CPACK_COMPONENTS_ALL editor)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -35,12 +38,19 @@ set(CPACK_COMPONENT_COMMAND_DEPENDS library)
 set(CPACK_COMPONENT_COMMAND_DESCRIPTION
     "command for projects with configuration scripts\n Checks, tries and runs the scripts of a project of configuration and\n process-data trees in JSON files.")
 
+set(CPACK_DEBIAN_EDITOR_PACKAGE_NAME configscript-editor)
+set(CPACK_DEBIAN_EDITOR_PACKAGE_SECTION devel)
+set(CPACK_COMPONENT_EDITOR_DEPENDS library)
+set(CPACK_COMPONENT_EDITOR_DESCRIPTION
+    "desktop editor for projects with configuration scripts\n Edits the instances of a project, runs their scripts meanwhile, and shows\n what these write and report.")
+
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 
 execute_process(
     COMMAND gzip -9 --no-name --stdout ${PROJECT_SOURCE_DIR}/cmake/debian/changelog
     OUTPUT_FILE ${PROJECT_BINARY_DIR}/changelog.gz)
-foreach(component LIBRARY DEVELOPMENT COMMAND)
+foreach(component ${CPACK_COMPONENTS_ALL})
+    string(TOUPPER ${component} component)
     set(package ${CPACK_DEBIAN_${component}_PACKAGE_NAME})
     string(TOLOWER ${component} component)
     install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian/copyright ${PROJECT_BINARY_DIR}/changelog.gz

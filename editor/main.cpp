@@ -1,7 +1,7 @@
 #include "editor/MainWindow.h"
 #include "editor/Palettes.h"
 #include "editor/Screenshot.h"
-#include "filehost/Project.h"
+#include "runner/ProjectOpening.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -66,8 +66,9 @@ int main(int argc, char **argv)
             QStringLiteral("--palette: expected one of %1, found \"%2\"")
                 .arg(Palettes::names().join(QStringLiteral(", ")), parser.value(palette)));
     }
+    QStringList recoveries;
     Diagnostic error;
-    const auto project = Project::open(arguments.constFirst(), error);
+    const auto project = openRecoveredProject(arguments.constFirst(), nullptr, recoveries, error);
     if (!project) {
         return refuse(error.toString());
     }
@@ -75,6 +76,9 @@ int main(int argc, char **argv)
     const bool isPictured = parser.isSet(screenshot);
     MainWindow window(*project,
                       isPictured ? MainWindow::Settings::Ignored : MainWindow::Settings::Kept);
+    for (const QString &recovery : qAsConst(recoveries)) {
+        window.workspace().messages().add(QString(), recovery, QtWarningMsg);
+    }
     std::unique_ptr<Screenshot> picture;
     if (isPictured) {
         picture = std::make_unique<Screenshot>(window, instance, parser.value(screenshot));

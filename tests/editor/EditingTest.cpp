@@ -8,8 +8,10 @@
 #include <QFile>
 #include <QLabel>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
 
 namespace {
 
@@ -17,6 +19,27 @@ const QString s_pump = QStringLiteral("line1/pump1");
 const QString s_ratedPower = QStringLiteral("motor/ratedPower");
 const QString s_inputPower = QStringLiteral("motor/inputPower");
 const QString s_pumpFile = QStringLiteral("pump-station/configuration/line1/pump1.json");
+
+/// Presses a button of the message box that comes next, and keeps its text.
+void answerNextBox(QMessageBox::StandardButton button, QString *text)
+{
+    QTimer::singleShot(0, qApp, [button, text] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box) {
+            answerNextBox(button, text); // not there yet
+            return;
+        }
+        if (text) {
+            *text = box->text();
+        }
+        box->button(button)->click();
+    });
+}
+
+QModelIndex lastEvent(const EventsModel &events)
+{
+    return events.index(events.rowCount() - 1, 0);
+}
 
 } // namespace
 
@@ -39,7 +62,14 @@ private Q_SLOTS:
     void neverOverwritesAFileThatAnotherProgramChanged();
     void showsWhereABrokenTreeIsWrong();
     void previewsDependenciesInsideTheUnsavedTree();
+    void writesNothingWhenAFileChangedAfterTheProposal();
     void showsLabelsInTheChosenLanguage();
+    void asksBeforeItClosesWithUnsavedWork_data();
+    void asksBeforeItClosesWithUnsavedWork();
+    void staysOpenWhenAScriptRefusesTheLastSave();
+    void worksOnWithABrokenManifest();
+    void leavesAnInstanceThatIsSavedAndKeepsOneThatIsNot();
+    void doesNotOverwriteWhatTheUserTypesWithWhatAScriptWrites();
 };
 
 void EditingTest::initTestCase()
@@ -333,6 +363,135 @@ void EditingTest::showsLabelsInTheChosenLanguage()
     QCOMPARE(session.shown(s_ratedPower, NodeModel::FieldColumn), QStringLiteral("Nennleistung"));
     QCOMPARE(session.shown(QStringLiteral("motor/ratedSpeed"), NodeModel::UnitColumn),
              QStringLiteral("1/min"));
+}
+
+void EditingTest::writesNothingWhenAFileChangedAfterTheProposal()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    const QString process = QStringLiteral("pump-station/process/line1/pump1.json");
+    QByteArray text = session.folder().files().value(process);
+    text.replace("13.2", "13.5");
+    session.folder().write(process, text);
+    const Files before = session.folder().files();
+    QString warning;
+    answerNextBox(QMessageBox::Ok, &warning);
+    session.window().dependencyDialog()->accept();
+    QVERIFY(session.settle());
+    QCOMPARE(warning,
+             QStringLiteral("Nothing is written: process/line1/pump1.json: "
+                            "\"measurements/power:range\" has changed since; resolve again"));
+    QCOMPARE(session.folder().files(), before);
+}
+
+void EditingTest::asksBeforeItClosesWithUnsavedWork_data()
+{
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("isClosed");
+    QTest::addColumn<bool>("isSaved");
+    QTest::newRow("save") << int(QMessageBox::Save) << true << true;
+    QTest::newRow("discard") << int(QMessageBox::Discard) << true << false;
+    QTest::newRow("cancel") << int(QMessageBox::Cancel) << false << false;
+}
+
+void EditingTest::asksBeforeItClosesWithUnsavedWork()
+{
+    QFETCH(const int, answer);
+    QFETCH(const bool, isClosed);
+    QFETCH(const bool, isSaved);
+    EditorSession session;
+    const QString other = QStringLiteral("line1/pump2");
+    const QVariant before = session.stored(other, s_ratedPower);
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.open(other));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("16")));
+    QString question;
+    answerNextBox(QMessageBox::StandardButton(answer), &question);
+    session.window().close();
+    QCOMPARE(question, QStringLiteral("Unsaved changes: line1/pump1, line1/pump2"));
+    // Each save proposes its dependencies.
+    for (int i = 0; isSaved && i < 2; ++i) {
+        QTRY_VERIFY(session.window().dependencyDialog());
+        session.window().dependencyDialog()->reject();
+    }
+    QTRY_COMPARE(session.window().isVisible(), !isClosed);
+    QCOMPARE(session.stored(s_pump, s_ratedPower), QVariant(isSaved ? 15 : 11));
+    QCOMPARE(session.stored(other, s_ratedPower), isSaved ? QVariant(16) : before);
+}
+
+void EditingTest::staysOpenWhenAScriptRefusesTheLastSave()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("200")));
+    answerNextBox(QMessageBox::Save, nullptr);
+    session.window().close();
+    QVERIFY(session.settle());
+    QVERIFY(session.window().isVisible());
+    QVERIFY(session.document().isUnsaved());
+    QCOMPARE(session.document().notice(),
+             QStringLiteral("Not saved: the script reports an error."));
+}
+
+void EditingTest::worksOnWithABrokenManifest()
+{
+    EditorSession session;
+    session.folder().write(QStringLiteral("pump-station/configuration/manifest.json"), "[1.]\n");
+    session.window().workspace().readProject();
+    QVERIFY(session.settle());
+    bool isShown = false;
+    const auto labels = session.window().findChildren<QLabel *>();
+    for (const QLabel *label : labels) {
+        isShown = isShown
+            || (label->isVisible()
+                && label->text().startsWith(QStringLiteral("configuration/manifest.json:1:4: ")));
+    }
+    QVERIFY(isShown);
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(!session.document().isUnsaved());
+    QVERIFY(session.window().dependencyDialog()); // says why nothing was resolved
+}
+
+void EditingTest::leavesAnInstanceThatIsSavedAndKeepsOneThatIsNot()
+{
+    EditorSession session;
+    Workspace &workspace = session.window().workspace();
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.open(QStringLiteral("site")));
+    QVERIFY(!workspace.document(s_pump));
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.open(QStringLiteral("site")));
+    QVERIFY(workspace.document(s_pump));
+    QVERIFY(session.open(s_pump));
+    QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn), QStringLiteral("15"));
+}
+
+void EditingTest::doesNotOverwriteWhatTheUserTypesWithWhatAScriptWrites()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    NodePanel &panel = session.window().nodePanel();
+    panel.view().jumpTo(panel.model().indexOf(s_inputPower));
+    QTest::keyClick(&panel.view(), Qt::Key_F2);
+    QWidget *editor = QApplication::focusWidget();
+    QTest::keyClicks(editor, QStringLiteral("7"));
+    panel.model().setData(panel.model().indexOf(s_ratedPower), 15); // the script answers
+    QVERIFY(session.settle());
+    QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("16.41"));
+    QTest::keyClicks(editor, QStringLiteral("5"));
+    QTest::keyClick(editor, Qt::Key_Return);
+    QVERIFY(session.settle());
+    const QString entered = session.document().undoStack().undoText();
+    QCOMPARE(entered, s_inputPower);
+    const QModelIndex event = lastEvent(session.window().workspace().events());
+    QCOMPARE(event.model()->index(0, EventsModel::ResultColumn, event).data().toString(),
+             QStringLiteral("16.41 \u2192 75"));
 }
 
 QTEST_MAIN(EditingTest)
