@@ -30,24 +30,37 @@ void Document::edit(int node, const QString &key, const QVariant &value)
     Q_EMIT editRequested(path, key, value);
 }
 
+/// The view keeps its place where only values are others.
+void Document::setSnapshot(const InstanceSnapshot &snapshot)
+{
+    if (m_snapshot.isLike(snapshot)) {
+        m_snapshot = snapshot;
+        Q_EMIT valuesChanged();
+    } else {
+        Q_EMIT aboutToReset();
+        m_snapshot = snapshot;
+        Q_EMIT wasReset();
+    }
+}
+
 void Document::takeReport(const InstanceReport &report)
 {
-    Q_EMIT aboutToReset();
-    const InstanceSnapshot older = m_snapshot;
-    m_snapshot = report.snapshot;
-    m_snapshot.adoptMarks(older);
+    InstanceSnapshot snapshot = report.snapshot;
+    snapshot.adoptMarks(m_snapshot);
+    setSnapshot(snapshot);
+    if (!report.keepsHistory) {
+        m_undoStack.clear();
+    }
     m_problem = report.error;
     m_treePath = report.treePath;
     m_scriptPath = report.scriptPath;
     m_script = report.script;
-    m_notice.clear();
-    m_offersReload = false;
     m_errors.clear();
-    Q_EMIT wasReset();
+    m_unsaved = m_snapshot.changedProperties();
+    setNotice(QString());
     if (m_problem.isEmpty()) {
         takeReport(report.onOpen);
     }
-    countUnsaved();
     Q_EMIT errorsChanged();
 }
 
@@ -91,10 +104,8 @@ void Document::takeReport(const SaveReport &report)
     takeReport(report.onOk);
     if (report.isSaved) {
         // The tree was read again: the values in the file are others now.
-        Q_EMIT aboutToReset();
-        m_snapshot = report.snapshot;
+        setSnapshot(report.snapshot);
         m_undoStack.setClean();
-        Q_EMIT wasReset();
         setNotice(QString());
     } else if (!report.error.isEmpty()) {
         setNotice(tr("Not saved: %1").arg(report.error), true);

@@ -62,6 +62,7 @@ Q_SIGNALS:
 
     void aboutToReset();
     void wasReset();
+    void valuesChanged(); ///< any of them
     void propertyChanged(int node, const QString &key);
     void propertyAdded(int node, const QString &key);
     void propertyRemoved(int node, const QString &key);
@@ -73,6 +74,7 @@ Q_SIGNALS:
 private:
     friend class EditCommand;
 
+    void setSnapshot(const InstanceSnapshot &snapshot);
     void apply(const PropertyChange &change, bool isFromScript);
     void undoOrRedo(const QVector<PropertyChange> &edits, const QVector<PropertyChange> &answers,
                     const QVector<Error> &errors);

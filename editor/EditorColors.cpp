@@ -4,8 +4,8 @@
 
 EditorColors::EditorColors(const QPalette &palette)
 {
-    const QColor base = palette.color(QPalette::Base);
-    const QColor text = palette.color(QPalette::Text);
+    const QColor &base = palette.color(QPalette::Base);
+    const QColor &text = palette.color(QPalette::Text);
     const bool isDark = base.lightnessF() < text.lightnessF();
     const auto readable = [isDark](int hue) {
         return QColor::fromHsl(hue, 200, isDark ? 170 : 90);

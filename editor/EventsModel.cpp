@@ -74,7 +74,7 @@ void EventsModel::addRun(const QString &title, const ScriptRun &run,
 
 void EventsModel::add(const EventReport &report)
 {
-    if (report.refusal.isEmpty() && !report.run.function.isEmpty()) {
+    if (!report.run.script.isEmpty()) { // else nothing ran
         const QString title = QStringLiteral("%1  %2  %3")
                                   .arg(report.time.time().toString(Qt::ISODate),
                                        report.run.function, report.run.argument);

@@ -93,6 +93,18 @@ int InstanceSnapshot::changedProperties() const
     return count;
 }
 
+bool InstanceSnapshot::isLike(const InstanceSnapshot &other) const
+{
+    return std::equal(
+        m_nodes.cbegin(), m_nodes.cend(), other.m_nodes.cbegin(), other.m_nodes.cend(),
+        [](const Node &a, const Node &b) {
+            return a.path == b.path
+                && std::equal(a.properties.cbegin(), a.properties.cend(), b.properties.cbegin(),
+                              b.properties.cend(),
+                              [](const Property &p, const Property &q) { return p.key == q.key; });
+        });
+}
+
 void InstanceSnapshot::adoptMarks(const InstanceSnapshot &older)
 {
     for (Node &node : m_nodes) {

@@ -55,6 +55,9 @@ public:
 
     int changedProperties() const;
 
+    /// Whether both have the same nodes and properties, whatever the values.
+    bool isLike(const InstanceSnapshot &other) const;
+
     /// Takes over from an older snapshot of the instance which of the changed values are a
     /// script's.
     void adoptMarks(const InstanceSnapshot &older);

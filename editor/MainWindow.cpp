@@ -20,6 +20,8 @@
 #include <QToolBar>
 #include <QTreeView>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int s_messageTime = 10'000; // milliseconds
@@ -337,6 +339,9 @@ void MainWindow::showBusy(bool isBusy)
 
 void MainWindow::showEvent(const EventReport &report)
 {
+    if (report.run.script.isEmpty()) {
+        return; // nothing ran
+    }
     const QString event = report.run.function + QLatin1Char(' ') + report.run.argument;
     m_lastEvent->setText(tr("Last event: %1 %2, %3 ms")
                              .arg(report.time.time().toString(Qt::ISODate), event.trimmed())
@@ -382,8 +387,11 @@ void MainWindow::showDependencies(const DependencyReport &report)
         }
         return;
     }
-    if (report.error.isEmpty() && report.findings.isEmpty() && report.report.trees.isEmpty()
-        && report.report.succeeded()) {
+    const bool isQuiet = report.error.isEmpty() && report.findings.isEmpty()
+        && report.report.trees.isEmpty() && report.report.succeeded()
+        && std::all_of(report.report.runs.cbegin(), report.report.runs.cend(),
+                       [](const ScriptRun &run) { return run.errors.isEmpty(); });
+    if (isQuiet) {
         statusBar()->showMessage((report.selected.isEmpty()
                                       ? tr("No dependency script belongs to %1.")
                                       : tr("The dependency scripts of %1 change nothing."))

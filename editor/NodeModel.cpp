@@ -52,6 +52,7 @@ void NodeModel::setDocument(Document *document)
             build();
             endResetModel();
         });
+        connect(document, &Document::valuesChanged, this, &NodeModel::changeAll);
         connect(document, &Document::propertyChanged, this, &NodeModel::changeProperty);
         connect(document, &Document::propertyAdded, this, &NodeModel::addProperty);
         connect(document, &Document::propertyRemoved, this, &NodeModel::removeProperty);

@@ -76,6 +76,7 @@ InstanceReport OpenInstance::open()
     report.instance = m_instance;
     report.treePath = m_project.treePath(FileTree::Kind::Configuration, m_instance);
     const QVector<PropertyChange> unsaved = changes();
+    const QByteArray knownText = m_root ? m_root->tree().json().text() : QByteArray();
     m_handler = nullptr;
     const bool isUsable = readTree(report);
     if (m_root) {
@@ -83,6 +84,7 @@ InstanceReport OpenInstance::open()
             bind(m_root, unsaved);
         }
         report.snapshot = InstanceSnapshot(*m_root);
+        report.keepsHistory = m_root->tree().json().text() == knownText;
     }
     if (!isUsable || !readScript(report)) {
         return report;
@@ -185,7 +187,7 @@ QVector<PropertyChange> OpenInstance::changes() const
 bool OpenInstance::isTreeStale() const
 {
     const QString path = m_project.treePath(FileTree::Kind::Configuration, m_instance);
-    return m_isTreeWrong || textOf(path) != m_root->tree().json().text();
+    return m_isTreeWrong || !m_root || textOf(path) != m_root->tree().json().text();
 }
 
 bool OpenInstance::isScriptStale() const

@@ -43,6 +43,7 @@ struct InstanceReport
     QString scriptPath; ///< empty without a script
     QString script; ///< the same as seen from the project
     InstanceSnapshot snapshot; ///< before the event; also what is unsaved beside an error
+    bool keepsHistory = false; ///< whether what was done before can still be undone
     EventReport onOpen;
 };
 

@@ -2,6 +2,8 @@
 
 #include "editor/ScriptWorker.h"
 
+#include <QFileInfo>
+
 namespace {
 
 constexpr int s_settlingTime = 200; // milliseconds
@@ -208,12 +210,10 @@ void Workspace::takeDependencies(const DependencyReport &report)
 void Workspace::watch(const Document &document)
 {
     // A file that was replaced is another one: it has to be named anew.
-    QStringList paths{document.treePath()};
-    if (!document.scriptPath().isEmpty()) {
-        paths.append(document.scriptPath());
-    }
-    for (const QString &path : qAsConst(paths)) {
-        m_watcher.addPath(path);
+    for (const QString &path : {document.treePath(), document.scriptPath()}) {
+        if (QFileInfo::exists(path)) {
+            m_watcher.addPath(path);
+        }
     }
 }
 

@@ -143,6 +143,10 @@ void EditingTest::savesAndWritesTheDependenciesThatTheUserAccepts()
     QVERIFY(!session.document().isUnsaved());
     QCOMPARE(session.stored(s_pump, s_ratedPower), QVariant(15));
     QCOMPARE(session.stored(s_pump, s_inputPower), QVariant(16.41));
+    // The view keeps its place.
+    QCOMPARE(
+        session.window().nodePanel().view().currentIndex().data(NodeModel::PathRole).toString(),
+        s_ratedPower);
 
     DependencyDialog *dialog = session.window().dependencyDialog();
     QVERIFY(dialog);
