@@ -26,7 +26,7 @@ public:
         const QPalette palette = QGuiApplication::palette();
         const EditorColors colors(palette);
         const bool isSelected = mode == QIcon::Selected;
-        const QColor highlighted = palette.color(QPalette::HighlightedText);
+        const QColor &highlighted = palette.color(QPalette::HighlightedText);
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
         painter->translate(rect.center() + QPointF(0.5, 0.5));

@@ -144,7 +144,7 @@ QStringList DependencyDialog::scriptTexts(const Labels &labels, const Dependency
 
 QString DependencyDialog::summary(const DependencyReport &report)
 {
-    const QString scripts =
+    QString scripts =
         tr("%1 ran, %2 failed.")
             .arg(ValueText::counted(report.report.runs.size(), tr("script"), tr("scripts")))
             .arg(report.report.failedRuns());

@@ -6,7 +6,6 @@
 #include "editor/NodeView.h"
 #include "editor/ValueText.h"
 
-#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDockWidget>
@@ -110,6 +109,10 @@ void MainWindow::createFileMenu()
         tr("&Reload, Keeping Changes"), this, [this] { reload(true); }, QKeySequence::Refresh);
     m_reload->setStatusTip(tr("Read the instance and its script again"));
     m_discard = menu->addAction(tr("&Discard Changes"), this, &MainWindow::discard);
+    menu->addAction(
+            tr("Read &Project Again"), this, [this] { m_workspace.readProject(); },
+            QKeySequence(tr("Shift+F5")))
+        ->setStatusTip(tr("Look for instances and read the manifest again"));
     menu->addSeparator();
     menu->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
 }
@@ -168,7 +171,6 @@ void MainWindow::createViewMenu()
     connect(m_showsEverything, &QAction::toggled, m_nodes, &NodePanel::setShowsEverything);
 
     QMenu *languages = menu->addMenu(tr("&Language"));
-    auto *group = new QActionGroup(this);
     QStringList names = m_workspace.project().languages();
     if (!names.contains(m_workspace.project().language())) {
         names.prepend(m_workspace.project().language());
@@ -177,7 +179,6 @@ void MainWindow::createViewMenu()
         QAction *language = languages->addAction(name);
         language->setCheckable(true);
         language->setData(name);
-        group->addAction(language);
         connect(language, &QAction::triggered, this, [this, name] { setLanguage(name); });
     }
     languages->setObjectName(QStringLiteral("languages"));
@@ -231,6 +232,9 @@ void MainWindow::connectWorkspace()
             });
     connect(&m_workspace, &Workspace::projectRead, this, [this](const ProjectReport &report) {
         m_instances->showProject(report);
+        if (const Document *current = m_workspace.current()) {
+            m_instances->select(current->instance());
+        }
         m_isProjectRead = true;
         if (!m_toOpen.isEmpty()) {
             m_workspace.open(m_toOpen);

@@ -310,7 +310,7 @@ QString NodeModel::unitText(const Item &item) const
 
 QString NodeModel::remarkText(const Item &item) const
 {
-    const QString errors = errorsAt(item);
+    QString errors = errorsAt(item);
     const InstanceSnapshot::Property *property = this->property(item);
     if (!errors.isEmpty() || !property) {
         return errors;
@@ -520,11 +520,10 @@ void NodeModel::endFlash()
 
 void NodeModel::changeAll()
 {
-    for (int item = 0; item < m_items.size(); ++item) {
-        if (!m_items.at(item).children.isEmpty()) {
-            const QVector<int> &children = m_items.at(item).children;
-            Q_EMIT dataChanged(indexOfItem(children.constFirst(), 0),
-                               indexOfItem(children.constLast(), ColumnCount - 1));
+    for (const Item &item : qAsConst(m_items)) {
+        if (!item.children.isEmpty()) {
+            Q_EMIT dataChanged(indexOfItem(item.children.constFirst(), 0),
+                               indexOfItem(item.children.constLast(), ColumnCount - 1));
         }
     }
     if (!m_items.isEmpty()) {
