@@ -34,7 +34,7 @@ void NodeView::showAll()
     resizeColumnToContents(NodeModel::FieldColumn);
     setColumnWidth(NodeModel::FieldColumn,
                    qBound(20 * digit, columnWidth(NodeModel::FieldColumn), 48 * digit));
-    setColumnWidth(NodeModel::ValueColumn, 22 * digit);
+    setColumnWidth(NodeModel::ValueColumn, 28 * digit);
     setColumnWidth(NodeModel::UnitColumn, 9 * digit);
 }
 

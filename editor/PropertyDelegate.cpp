@@ -110,6 +110,17 @@ void PropertyDelegate::setModelData(QWidget *editor, QAbstractItemModel *model,
     }
 }
 
+void PropertyDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
+                                            const QModelIndex &index) const
+{
+    QStyledItemDelegate::updateEditorGeometry(editor, option, index);
+    if (qobject_cast<QLineEdit *>(editor)) {
+        QRect geometry = editor->geometry();
+        geometry.setRight(editor->parentWidget()->rect().right());
+        editor->setGeometry(geometry);
+    }
+}
+
 QSize PropertyDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     // Room for the frame of an editor.
