@@ -5,8 +5,8 @@
 #include "filehost/HostSession.h"
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
-#include "filehost/ProjectLock.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
+#include "runner/ProjectOpening.h"
 #include "runner/SilentLog.h"
 
 #include <QDir>
@@ -38,7 +38,8 @@ DependencyReport DependencyWriter::write(const DependencyReport &proposal) const
     DependencyReport report = proposal;
     report.kind = DependencyReport::Kind::Written;
     Diagnostic diagnostic;
-    const auto lock = ProjectLock::acquire(m_project.path(), diagnostic);
+    report.report.warnings.clear(); // the proposal's
+    const auto lock = lockRecoveredProject(m_project, report.report.warnings, diagnostic);
     if (!lock) {
         report.error = m_project.relative(diagnostic).toString();
         return report;

@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QTreeView>
 
@@ -337,7 +338,7 @@ void MainWindow::showBusy(bool isBusy)
     Q_EMIT settled();
     if (m_isClosing && !m_dialog) {
         // Not inside the signal: closing destroys what sends it.
-        QMetaObject::invokeMethod(this, &MainWindow::continueClosing, Qt::QueuedConnection);
+        QTimer::singleShot(0, this, &MainWindow::continueClosing);
     }
 }
 

@@ -7,7 +7,6 @@
 #include "filehost/HostSession.h"
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
-#include "filehost/ProjectLock.h"
 #include "filehost/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
@@ -15,6 +14,7 @@
 #include "host/SelectorUrlHandler.h"
 #include "host/TextManager.h"
 #include "host/UnitManagerWrapper.h"
+#include "runner/ProjectOpening.h"
 #include "runner/RunRecorder.h"
 #include "runner/ScriptProbe.h"
 #include "runner/SilentLog.h"
@@ -257,7 +257,7 @@ SaveReport OpenInstance::save()
     }
     report.onOk =
         fire(QStringLiteral("onOk"), QString(), [this] { return m_handler->callFunctionOnOk(); });
-    if (!report.onOk.run.succeeded || !report.onOk.run.errors.isEmpty() || !write(report.error)) {
+    if (!report.onOk.run.succeeded || !report.onOk.run.errors.isEmpty() || !write(report)) {
         return report;
     }
     InstanceReport saved;
@@ -270,15 +270,15 @@ SaveReport OpenInstance::save()
     return report;
 }
 
-bool OpenInstance::write(QString &error)
+bool OpenInstance::write(SaveReport &report)
 {
     if (changes().isEmpty()) {
         return true;
     }
     Diagnostic diagnostic;
-    const auto lock = ProjectLock::acquire(m_project.path(), diagnostic);
+    const auto lock = lockRecoveredProject(m_project, report.onOk.warnings, diagnostic);
     if (!lock) {
-        error = m_project.relative(diagnostic).toString();
+        report.error = m_project.relative(diagnostic).toString();
         return false;
     }
     const SilentLog log; // the batch knows the reason, too
@@ -289,7 +289,7 @@ bool OpenInstance::write(QString &error)
         PropertyManagerConst::getConfigurationFolderPath(m_project.path()), m_project.moduleName(),
         m_project.objectName(), m_instance, m_root, false);
     session.setBatch(nullptr);
-    return batch.commit(error);
+    return batch.commit(report.error);
 }
 
 QSharedPointer<FileTreeNode> OpenInstance::copyOfTree() const

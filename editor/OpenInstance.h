@@ -64,7 +64,7 @@ private:
     QVector<PropertyChange> changes() const;
     EventReport fire(const QString &function, const QString &argument,
                      const std::function<bool()> &call);
-    bool write(QString &error);
+    bool write(SaveReport &report);
 
     const Project &m_project;
     const TextManager &m_texts;

@@ -196,6 +196,9 @@ void Workspace::writeDependencies(const DependencyReport &proposal)
 void Workspace::takeDependencies(const DependencyReport &report)
 {
     if (report.kind == DependencyReport::Kind::Written) {
+        for (const QString &warning : report.report.warnings) {
+            m_messages.add(report.instance, warning, QtWarningMsg);
+        }
         refreshAll(); // the proposal told the rest
     } else {
         m_messages.add(report);
