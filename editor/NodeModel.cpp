@@ -373,7 +373,7 @@ QString NodeModel::labelOf(const QString &path) const
 {
     const int node = m_document ? m_document->snapshot().find(path) : -1;
     if (node < 0) {
-        return path;
+        return path.isEmpty() && m_document ? m_document->instance() : path;
     }
     const InstanceSnapshot::Node &content = m_document->snapshot().node(node);
     const QString textId = content.value(s_label).toString();

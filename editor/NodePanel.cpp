@@ -118,7 +118,7 @@ void NodePanel::showState()
 {
     const Document *document = m_model.document();
     m_title->setVisible(document);
-    m_script->setVisible(document);
+    m_script->setVisible(document && document->problem().isEmpty());
     if (!document) {
         m_pages->setCurrentIndex(EmptyPage);
         m_notice->show(QString(), false, false);

@@ -106,9 +106,16 @@ bool OpenInstance::readTree(InstanceReport &report)
     auto root = m_project.readTree(FileTree::Kind::Configuration, m_instance, error);
     m_isTreeWrong = root.isNull();
     if (m_isTreeWrong) {
-        report.error = error.message.isEmpty()
-            ? QStringLiteral("%1: no such file").arg(m_project.relativePath(report.treePath))
-            : m_project.relative(error).toString();
+        QString nameError;
+        m_project.treePath(FileTree::Kind::Configuration, m_instance, nameError);
+        if (!nameError.isEmpty()) {
+            report.error = nameError;
+        } else if (error.message.isEmpty()) {
+            report.error =
+                QStringLiteral("%1: no such file").arg(m_project.relativePath(report.treePath));
+        } else {
+            report.error = m_project.relative(error).toString();
+        }
         return false;
     }
     m_root = root;
