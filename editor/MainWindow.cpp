@@ -16,7 +16,6 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QStatusBar>
-#include <QTimer>
 #include <QToolBar>
 #include <QTreeView>
 
@@ -223,6 +222,8 @@ void MainWindow::connectWorkspace()
     connect(&m_workspace, &Workspace::currentChanged, this, &MainWindow::showCurrent);
     connect(&m_workspace, &Workspace::eventFired, this, &MainWindow::showEvent);
     connect(&m_workspace, &Workspace::busyChanged, this, &MainWindow::showBusy);
+    // Not inside the signal: closing destroys what sends it.
+    connect(this, &MainWindow::settled, this, &MainWindow::continueClosing, Qt::QueuedConnection);
     connect(&m_workspace, &Workspace::becameSlow, m_stopButton, &QWidget::show);
     connect(&m_workspace, &Workspace::dependenciesRun, this, &MainWindow::showDependencies);
     connect(&m_workspace, &Workspace::saveEnded, this,
@@ -336,10 +337,6 @@ void MainWindow::showBusy(bool isBusy)
             ? tr("Ready")
             : tr("%1 unsaved").arg(ValueText::counted(unsaved, tr("instance"), tr("instances"))));
     Q_EMIT settled();
-    if (m_isClosing && !m_dialog) {
-        // Not inside the signal: closing destroys what sends it.
-        QTimer::singleShot(0, this, &MainWindow::continueClosing);
-    }
 }
 
 void MainWindow::showEvent(const EventReport &report)
