@@ -33,9 +33,16 @@ QString toString(const TreeAccess &access)
             .arg(access.tree.kind == FileTree::Kind::Process ? QStringLiteral("process ")
                                                              : QString(),
                  access.tree.instance, access.path, access.key);
-    return access.isWrite() ? QStringLiteral("write ") + property + valueText(access.oldValue)
-            + QStringLiteral(" -> ") + valueText(access.value)
-                            : QStringLiteral("read ") + property + valueText(access.value);
+    switch (access.kind) {
+    case TreeAccess::Kind::Read:
+        return QStringLiteral("read ") + property + valueText(access.value);
+    case TreeAccess::Kind::Confirm:
+        return QStringLiteral("confirm ") + property + valueText(access.value);
+    case TreeAccess::Kind::Write:
+        return QStringLiteral("write ") + property + valueText(access.oldValue)
+            + QStringLiteral(" -> ") + valueText(access.value);
+    }
+    return QString();
 }
 
 } // namespace
@@ -103,7 +110,8 @@ void DependencyRunTest::recordsReadsAndWritesInTheirOrder_data()
         {QStringLiteral("read pump#:speed 1200"), QStringLiteral("read pump#motor:power 11")});
     add("a write", "api.setPropertyExtern(url, 'speed', 5);",
         {QStringLiteral("write pump#:speed 1200 -> 5")});
-    add("a write of an equal value", "api.setPropertyExtern(url, 'speed', 1200);", {});
+    add("a write of an equal value", "api.setPropertyExtern(url, 'speed', 1200);",
+        {QStringLiteral("confirm pump#:speed 1200")});
     add("a new property", "api.setPropertyExtern(url + '#motor', 'new', [1, 'a']);",
         {QStringLiteral("write pump#motor:new none -> [1,\"a\"]")});
     add("a read again after a write",
