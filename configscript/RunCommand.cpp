@@ -9,10 +9,8 @@
 #include "filehost/JsonText.h"
 #include "filehost/TextFile.h"
 #include "runner/ScriptProbe.h"
-#include "runner/ScriptTest.h"
 #include "runner/ScriptTestRecorder.h"
 
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -106,17 +104,12 @@ bool RunCommand::canRecord() const
     if (path.isEmpty()) {
         return true;
     }
-    const QFileInfo info(path);
-    if (!path.endsWith(ScriptTest::suffix())) {
-        Output::error(QStringLiteral("run: expected --record FILE%1, found \"%2\"")
-                          .arg(ScriptTest::suffix(), path));
-        return false;
+    const Diagnostic error = ScriptTestRecorder::fileError(path);
+    if (error.message.isEmpty()) {
+        return true;
     }
-    if (info.exists() || info.isSymLink()) {
-        Output::error(path + QStringLiteral(": exists already, and is left as it is"));
-        return false;
-    }
-    return true;
+    Output::error(error.toString());
+    return false;
 }
 
 bool RunCommand::record(const QByteArray &text) const

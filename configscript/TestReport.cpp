@@ -1,7 +1,6 @@
 #include "TestReport.h"
 
 #include "configscript/Output.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
 #include "runner/LineDiff.h"
 #include "runner/StepOutcome.h"
@@ -44,31 +43,11 @@ QByteArray limited(const QList<QByteArray> &lines)
         + QByteArray::number(lines.size() - s_shownLines) + " lines more; --json shows them)\n";
 }
 
-/// An outcome's lines, without what goes without saying, and without commas, which would differ
-/// where nothing else does.
-QList<QByteArray> linesOf(const QVariantMap &outcome)
-{
-    QVariantMap shown;
-    for (auto member = outcome.cbegin(); member != outcome.cend(); ++member) {
-        if (!JsonValue::areEqual(*member, StepOutcome::defaultOf(member.key()))) {
-            shown.insert(member.key(), *member);
-        }
-    }
-    shown.insert(StepOutcome::result(), outcome.value(StepOutcome::result(), true));
-    QList<QByteArray> lines = StepOutcome::toText(shown, QByteArray()).split('\n');
-    for (QByteArray &line : lines) {
-        if (line.endsWith(',')) {
-            line.chop(1);
-        }
-    }
-    return lines;
-}
-
 /// What was expected and what was found, line by line.
 QStringList differenceOf(const ScriptTestRun::Step &step)
 {
-    QList<QByteArray> oldLines = linesOf(step.expected);
-    QList<QByteArray> newLines = linesOf(step.found);
+    QList<QByteArray> oldLines = StepOutcome::toLines(step.expected);
+    QList<QByteArray> newLines = StepOutcome::toLines(step.found);
     if (std::max(oldLines.size(), newLines.size()) > s_shownLines) {
         const auto ends =
             std::mismatch(oldLines.cbegin(), oldLines.cend(), newLines.cbegin(), newLines.cend());

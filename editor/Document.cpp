@@ -52,6 +52,7 @@ void Document::takeReport(const InstanceReport &report)
         m_undoStack.clear();
     }
     m_problem = report.error;
+    m_hasEvents = false;
     m_treePath = report.treePath;
     m_scriptPath = report.scriptPath;
     m_script = report.script;
@@ -74,6 +75,7 @@ void Document::takeReport(const EventReport &report)
         countUnsaved();
         return;
     }
+    m_hasEvents = !report.run.script.isEmpty();
     for (const PropertyChange &change : report.answers) {
         apply(change, true);
         const int node = m_snapshot.find(change.path);
@@ -106,6 +108,7 @@ void Document::takeReport(const SaveReport &report)
         // The tree was read again: the values in the file are others now.
         setSnapshot(report.snapshot);
         m_undoStack.setClean();
+        m_hasEvents = false;
         setNotice(QString());
     } else if (!report.error.isEmpty()) {
         setNotice(tr("Not saved: %1").arg(report.error), true);

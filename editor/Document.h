@@ -37,6 +37,9 @@ public:
     bool isUnsaved() const { return m_unsaved > 0; }
     int unsavedProperties() const { return m_unsaved; }
 
+    /// Whether its script got an event since the instance was read or saved last.
+    bool hasEvents() const { return m_hasEvents; }
+
     /// Why the instance cannot be shown; empty when it can.
     QString problem() const { return m_problem; }
     QString script() const { return m_script; } ///< as seen from the project; empty for none
@@ -92,6 +95,7 @@ private:
     QString m_scriptPath;
     QString m_notice;
     bool m_offersReload = false;
+    bool m_hasEvents = false;
     int m_unsaved = 0;
     QUndoStack m_undoStack;
 };

@@ -5,10 +5,13 @@
 #include "editor/NodePanel.h"
 #include "editor/NodeView.h"
 #include "editor/ValueText.h"
+#include "runner/ScriptTest.h"
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QDockWidget>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenuBar>
@@ -143,6 +146,10 @@ void MainWindow::createScriptMenu()
     m_resolve->setStatusTip(tr("Run the dependency scripts of the saved instance, and propose "
                                "what they change"));
     menu->addSeparator();
+    m_record = menu->addAction(tr("R&ecord Test..."), this, &MainWindow::recordTest);
+    m_record->setStatusTip(tr("Write what happened since the instance was read or saved as a test "
+                              "of its script"));
+    menu->addSeparator();
     m_stop = menu->addAction(
         tr("S&top Script"), this,
         [this] {
@@ -226,6 +233,7 @@ void MainWindow::connectWorkspace()
     connect(this, &MainWindow::settled, this, &MainWindow::continueClosing, Qt::QueuedConnection);
     connect(&m_workspace, &Workspace::becameSlow, m_stopButton, &QWidget::show);
     connect(&m_workspace, &Workspace::dependenciesRun, this, &MainWindow::showDependencies);
+    connect(&m_workspace, &Workspace::testRecorded, this, &MainWindow::showTest);
     connect(&m_workspace, &Workspace::saveEnded, this,
             [this](const QString & /*instance*/, bool isSaved) {
                 if (!isSaved) {
@@ -320,6 +328,7 @@ void MainWindow::updateActions()
     describe(m_redo, undoGroup.redoText());
     m_preview->setEnabled(isIdle && isUsable);
     m_resolve->setEnabled(isIdle && isUsable);
+    m_record->setEnabled(isIdle && isUsable && document->hasEvents());
     m_stop->setEnabled(!isIdle);
 }
 
@@ -412,6 +421,32 @@ void MainWindow::showDependencies(const DependencyReport &report)
         }
     });
     m_dialog->open();
+}
+
+void MainWindow::recordTest()
+{
+    m_nodes->commit();
+    QDir folder(m_workspace.project().path());
+    folder.mkdir(QStringLiteral("tests")); // the dialog shows folders that exist
+    folder.cd(QStringLiteral("tests"));
+    const QString suffix = ScriptTest::suffix();
+    QFileDialog dialog(this, tr("Record Test"), folder.path(), tr("Tests (*%1)").arg(suffix));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setOption(QFileDialog::DontConfirmOverwrite); // it is refused
+    dialog.setDefaultSuffix(suffix);
+    dialog.selectFile(m_workspace.current()->instance().replace(QLatin1Char('/'), QLatin1Char('-'))
+                      + suffix);
+    if (dialog.exec() == QDialog::Accepted) {
+        m_workspace.recordTest(dialog.selectedFiles().constFirst());
+    }
+}
+
+void MainWindow::showTest(const RecordingReport &report)
+{
+    if (report.error.isEmpty() && report.difference.isEmpty()) {
+        statusBar()->showMessage(tr("Recorded %1: it passes when replayed.").arg(report.file),
+                                 s_messageTime);
+    }
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

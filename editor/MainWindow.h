@@ -58,6 +58,8 @@ private:
     void showBusy(bool isBusy);
     void showEvent(const EventReport &report);
     void showDependencies(const DependencyReport &report);
+    void recordTest();
+    void showTest(const RecordingReport &report);
     void save();
     void reload(bool keepsChanges);
     void discard();
@@ -85,6 +87,7 @@ private:
     QAction *m_redo = nullptr;
     QAction *m_preview = nullptr;
     QAction *m_resolve = nullptr;
+    QAction *m_record = nullptr;
     QAction *m_stop = nullptr;
     QAction *m_showsEverything = nullptr;
     QLabel *m_state = nullptr;

@@ -15,6 +15,7 @@ NoticeBar::NoticeBar(QWidget *parent)
     setFrameShape(StyledPanel);
     setAutoFillBackground(true);
     m_text->setWordWrap(true);
+    m_text->setTextFormat(Qt::PlainText);
     m_text->setAccessibleName(tr("Notice"));
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     connect(m_reload, &QPushButton::clicked, this, [this] { Q_EMIT reloadRequested(true); });

@@ -78,6 +78,7 @@ InstanceReport OpenInstance::open()
     const QVector<PropertyChange> unsaved = changes();
     const QByteArray knownText = m_root ? m_root->tree().json().text() : QByteArray();
     m_handler = nullptr;
+    m_recording.restart();
     const bool isUsable = readTree(report);
     if (m_root) {
         if (isUsable) {
@@ -270,6 +271,7 @@ SaveReport OpenInstance::save()
     InstanceReport saved;
     saved.treePath = m_project.treePath(FileTree::Kind::Configuration, m_instance);
     report.isSaved = true;
+    m_recording.restart();
     if (readTree(saved)) {
         bind(m_root, {});
     }
@@ -299,6 +301,16 @@ bool OpenInstance::write(SaveReport &report)
     return batch.commit(report.error);
 }
 
+std::optional<QByteArray> OpenInstance::recordedTest(QString &error) const
+{
+    error = m_script.isEmpty() ? QStringLiteral("no user-interface script can be used")
+                               : m_recording.error();
+    if (!error.isEmpty()) {
+        return std::nullopt;
+    }
+    return m_recording.toTest(m_project, m_instance);
+}
+
 QSharedPointer<FileTreeNode> OpenInstance::copyOfTree() const
 {
     if (!m_root) {
@@ -314,8 +326,9 @@ EventReport OpenInstance::fire(const QString &function, const QString &argument,
     EventReport report;
     report.instance = m_instance;
     report.time = QDateTime::currentDateTime();
+    const QVector<PropertyChange> before = changes();
     HostSession session(m_project.units(), HostSession::Writing::Nothing);
-    RunRecorder recorder(m_project, RunRecorder::Recording::Writes, m_stopper,
+    RunRecorder recorder(m_project, RunRecorder::Recording::Accesses, m_stopper,
                          [this](bool isInterrupted) { m_handler->setInterrupted(isInterrupted); });
     recorder.setSubject(m_instance, m_script);
     session.setObserver(&recorder);
@@ -334,6 +347,7 @@ EventReport OpenInstance::fire(const QString &function, const QString &argument,
     const RunReport seen = recorder.takeReport();
     report.run = seen.runs.constLast();
     report.warnings = seen.warnings;
+    m_recording.add(report.run, before, changes());
     for (const TreeAccess &access : report.run.accesses) {
         if (access.isWrite()) {
             report.answers.append(access.change());

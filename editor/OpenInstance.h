@@ -1,7 +1,9 @@
 #pragma once
 
 #include "editor/Reports.h"
+#include "editor/SessionRecording.h"
 
+#include <QByteArray>
 #include <QSharedPointer>
 #include <QString>
 #include <QVariant>
@@ -9,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class FileTreeNode;
 class JavaScriptHandlerUiWrapper;
@@ -48,6 +51,10 @@ public:
     /// Fires onOk, and writes the tree when the script agrees.
     SaveReport save();
 
+    /// A test of what happened since the instance was read or saved last.
+    /// @return nothing, with @p error set, when that makes no test
+    std::optional<QByteArray> recordedTest(QString &error) const;
+
     /// A copy of the tree as it stands.
     QSharedPointer<FileTreeNode> copyOfTree() const;
 
@@ -77,6 +84,7 @@ private:
     QSharedPointer<FileTreeNode> m_root; ///< null when the tree cannot be used
     std::unique_ptr<UnitManagerWrapper> m_units;
     std::unique_ptr<JavaScriptHandlerUiWrapper> m_handler; ///< null when the script cannot be used
+    SessionRecording m_recording;
     bool m_isTreeWrong = false; ///< the file's, which could not be read again
     bool m_isEvaluated = false;
 };

@@ -74,8 +74,18 @@ struct DependencyReport
     RunReport report;
 };
 
+/// A test that was to be recorded.
+struct RecordingReport
+{
+    QString instance;
+    QString file; ///< as seen from the project
+    QString error; ///< why it was not written; empty when it was
+    QString difference; ///< why it does not pass when it is replayed, in lines; empty when it does
+};
+
 Q_DECLARE_METATYPE(ProjectReport)
 Q_DECLARE_METATYPE(EventReport)
 Q_DECLARE_METATYPE(InstanceReport)
 Q_DECLARE_METATYPE(SaveReport)
 Q_DECLARE_METATYPE(DependencyReport)
+Q_DECLARE_METATYPE(RecordingReport)

@@ -12,6 +12,7 @@ ScriptThread::ScriptThread(const Project &project)
     qRegisterMetaType<InstanceReport>();
     qRegisterMetaType<SaveReport>();
     qRegisterMetaType<DependencyReport>();
+    qRegisterMetaType<RecordingReport>();
     m_patience.setSingleShot(true);
     m_patience.setInterval(patience);
     connect(&m_patience, &QTimer::timeout, this, &ScriptThread::becameSlow);
@@ -24,6 +25,7 @@ ScriptThread::ScriptThread(const Project &project)
     connect(m_worker, &ScriptWorker::edited, this, &ScriptThread::edited);
     connect(m_worker, &ScriptWorker::saved, this, &ScriptThread::saved);
     connect(m_worker, &ScriptWorker::dependenciesRun, this, &ScriptThread::dependenciesRun);
+    connect(m_worker, &ScriptWorker::testRecorded, this, &ScriptThread::testRecorded);
     m_thread.setObjectName(QStringLiteral("scripts"));
     m_thread.start();
 }

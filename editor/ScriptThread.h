@@ -44,6 +44,7 @@ Q_SIGNALS:
     void edited(const EventReport &report);
     void saved(const SaveReport &report);
     void dependenciesRun(const DependencyReport &report);
+    void testRecorded(const RecordingReport &report);
 
     void busyChanged(bool isBusy);
 

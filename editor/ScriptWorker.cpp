@@ -4,6 +4,7 @@
 #include "editor/DependencyWriter.h"
 #include "editor/OpenInstance.h"
 #include "editor/ScriptStopper.h"
+#include "editor/TestWriter.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "runner/DependencyRun.h"
@@ -120,4 +121,15 @@ void ScriptWorker::proposeDependencies(const QString &instance)
 void ScriptWorker::writeDependencies(const DependencyReport &proposal)
 {
     Q_EMIT dependenciesRun(DependencyWriter(m_project).write(proposal));
+}
+
+void ScriptWorker::recordTest(const QString &instance, const QString &filePath)
+{
+    RecordingReport report;
+    const auto text = this->instance(instance)->recordedTest(report.error);
+    if (text) {
+        report = TestWriter(m_project, m_stopper).write(filePath, *text);
+    }
+    report.instance = instance;
+    Q_EMIT testRecorded(report);
 }

@@ -48,6 +48,9 @@ public:
     /// Writes what was proposed.
     void writeDependencies(const DependencyReport &proposal);
 
+    /// Writes what happened to an open instance as a test, and replays it.
+    void recordTest(const QString &instance, const QString &filePath);
+
 Q_SIGNALS:
     void projectRead(const ProjectReport &report);
     void opened(const InstanceReport &report);
@@ -56,6 +59,7 @@ Q_SIGNALS:
     void edited(const EventReport &report);
     void saved(const SaveReport &report);
     void dependenciesRun(const DependencyReport &report);
+    void testRecorded(const RecordingReport &report);
 
 private:
     OpenInstance *instance(const QString &name);

@@ -23,6 +23,7 @@ Workspace::Workspace(const Project &project)
     connect(&m_scripts, &ScriptThread::edited, this, &Workspace::takeEvent);
     connect(&m_scripts, &ScriptThread::saved, this, &Workspace::takeSaved);
     connect(&m_scripts, &ScriptThread::dependenciesRun, this, &Workspace::takeDependencies);
+    connect(&m_scripts, &ScriptThread::testRecorded, this, &Workspace::takeTest);
     connect(&m_scripts, &ScriptThread::treeIsStale, this, [this](const QString &instance) {
         if (Document *stale = document(instance)) {
             stale->setNotice(tr("The file has changed on the disk."), true);
@@ -208,6 +209,30 @@ void Workspace::takeDependencies(const DependencyReport &report)
         m_messages.add(report.instance, report.error, QtCriticalMsg);
     }
     Q_EMIT dependenciesRun(report);
+}
+
+void Workspace::recordTest(const QString &filePath)
+{
+    const QString instance = m_current->instance();
+    m_scripts.run([=](ScriptWorker &worker) { worker.recordTest(instance, filePath); });
+}
+
+void Workspace::takeTest(const RecordingReport &report)
+{
+    QString notice;
+    if (!report.error.isEmpty()) {
+        notice = tr("No test is recorded: %1").arg(report.error);
+    } else if (!report.difference.isEmpty()) {
+        notice =
+            tr("Recorded %1, but it fails when replayed: %2").arg(report.file, report.difference);
+    }
+    if (!notice.isEmpty()) {
+        m_messages.add(report.instance, notice, QtWarningMsg);
+        if (Document *recorded = document(report.instance)) {
+            recorded->setNotice(notice, recorded->offersReload());
+        }
+    }
+    Q_EMIT testRecorded(report);
 }
 
 void Workspace::watch(const Document &document)

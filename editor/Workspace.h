@@ -57,6 +57,9 @@ public:
     void proposeDependencies();
     void writeDependencies(const DependencyReport &proposal);
 
+    /// Writes what happened to the current instance as a test, and replays it.
+    void recordTest(const QString &filePath);
+
 Q_SIGNALS:
     void projectRead(const ProjectReport &report);
     /// @param document null for none; the one before is gone when the control returns
@@ -64,6 +67,7 @@ Q_SIGNALS:
     void eventFired(const EventReport &report);
     void saveEnded(const QString &instance, bool isSaved);
     void dependenciesRun(const DependencyReport &report);
+    void testRecorded(const RecordingReport &report);
     void busyChanged(bool isBusy);
     void becameSlow();
 
@@ -75,6 +79,7 @@ private:
     void takeEvent(const EventReport &report);
     void takeSaved(const SaveReport &report);
     void takeDependencies(const DependencyReport &report);
+    void takeTest(const RecordingReport &report);
     void watch(const Document &document);
     void refreshAll();
 

@@ -3,6 +3,8 @@
 #include "runner/ScriptTest.h"
 #include "runner/StepOutcome.h"
 
+#include <QFileInfo>
+
 namespace ScriptTestRecorder {
 
 QByteArray record(const Project &project, const QString &instance,
@@ -22,6 +24,18 @@ QByteArray record(const Project &project, const QString &instance,
         steps.append(step);
     }
     return ScriptTest::toText(instance, steps);
+}
+
+Diagnostic fileError(const QString &filePath)
+{
+    const QFileInfo info(filePath);
+    QString message;
+    if (!filePath.endsWith(ScriptTest::suffix())) {
+        message = QStringLiteral("expected a file name that ends in ") + ScriptTest::suffix();
+    } else if (info.exists() || info.isSymLink()) {
+        message = QStringLiteral("exists already, and is left as it is");
+    }
+    return {filePath, 0, 0, message};
 }
 
 } // namespace ScriptTestRecorder

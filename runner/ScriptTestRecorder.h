@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/Diagnostic.h"
 #include "runner/EventRun.h"
 
 #include <QByteArray>
@@ -18,5 +19,8 @@ namespace ScriptTestRecorder {
  */
 QByteArray record(const Project &project, const QString &instance,
                   const QVector<EventRun::Event> &events, const RunReport &report);
+
+/// Why no new test can be written to @p filePath; without a message when one can.
+Diagnostic fileError(const QString &filePath);
 
 } // namespace ScriptTestRecorder

@@ -460,4 +460,22 @@ QByteArray toText(const QVariantMap &outcome, const QByteArray &indentation)
     return text.isEmpty() ? QByteArrayLiteral("{}") : '{' + text + '\n' + indentation + '}';
 }
 
+QList<QByteArray> toLines(const QVariantMap &outcome)
+{
+    QVariantMap shown;
+    for (auto member = outcome.cbegin(); member != outcome.cend(); ++member) {
+        if (!JsonValue::areEqual(*member, defaultOf(member.key()))) {
+            shown.insert(member.key(), *member);
+        }
+    }
+    shown.insert(result(), outcome.value(result(), true));
+    QList<QByteArray> lines = toText(shown, QByteArray()).split('\n');
+    for (QByteArray &line : lines) {
+        if (line.endsWith(',')) {
+            line.chop(1);
+        }
+    }
+    return lines;
+}
+
 } // namespace StepOutcome

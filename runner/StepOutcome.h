@@ -4,6 +4,7 @@
 #include "runner/RunReport.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -66,5 +67,9 @@ QVariantMap recorded(const QVariantMap &outcome);
 
 /// The outcome as lines of JSON, the first without @p indentation; one line for each property.
 QByteArray toText(const QVariantMap &outcome, const QByteArray &indentation);
+
+/// The outcome's lines for people: without what goes without saying, and without commas, which
+/// would differ where nothing else does.
+QList<QByteArray> toLines(const QVariantMap &outcome);
 
 } // namespace StepOutcome

@@ -1234,8 +1234,8 @@ void TestCommandTest::recordsToANewFileAlone_data()
         << 2;
     QTest::newRow("no name of a test")
         << QStringLiteral("--record plant/tests/pump.json")
-        << QStringLiteral("configscript: run: expected --record FILE.test.json, found "
-                          "\"plant/tests/pump.json\"\n")
+        << QStringLiteral("configscript: plant/tests/pump.json: expected a file name that ends in "
+                          ".test.json\n")
         << 2;
     QTest::newRow("with --write") << QStringLiteral("--write --record a.test.json")
                                   << QStringLiteral("--write excludes --record\n") << 2;

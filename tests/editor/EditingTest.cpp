@@ -3,13 +3,20 @@
 #include "editor/NodeModel.h"
 #include "editor/NodePanel.h"
 #include "editor/NodeView.h"
+#include "editor/ScriptStopper.h"
+#include "runner/EventRun.h"
+#include "runner/ScratchCopy.h"
+#include "runner/ScriptTestRecorder.h"
+#include "runner/ScriptTestRun.h"
 
 #include <QApplication>
 #include <QFile>
+#include <QFileDialog>
 #include <QLabel>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QTest>
 #include <QTimer>
 
@@ -34,6 +41,60 @@ void answerNextBox(QMessageBox::StandardButton button, QString *text)
         }
         box->button(button)->click();
     });
+}
+
+const QString s_test = QStringLiteral("pump-station/tests/line1-pump1.test.json");
+
+/// Takes the file that the next dialog offers.
+void acceptNextFile()
+{
+    QTimer::singleShot(0, qApp, [] {
+        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+        if (!dialog) {
+            acceptNextFile(); // not there yet
+            return;
+        }
+        static_cast<QDialog *>(dialog)->accept();
+    });
+}
+
+/// Records a test with the menu.
+bool record(EditorSession &session)
+{
+    acceptNextFile();
+    return session.press(QStringLiteral("Record Test..."));
+}
+
+/// Changes a field without the keyboard, which goes nowhere without a screen after a dialog.
+bool change(EditorSession &session, int ratedPower)
+{
+    NodeModel &model = session.window().nodePanel().model();
+    return model.setData(model.indexOf(s_ratedPower), ratedPower) && session.settle();
+}
+
+/// What the command records of these events of the pump.
+QByteArray recordedByCommand(const EditorSession &session, const QVector<EventRun::Event> &events)
+{
+    Diagnostic diagnostic;
+    const auto project =
+        Project::open(session.folder().path(QStringLiteral("pump-station")), diagnostic);
+    ScriptStopper guard;
+    EventRun run(*project, s_pump, guard);
+    run.setRecording(RunRecorder::Recording::Accesses);
+    QString error;
+    const auto report = run.run(events, HostSession::Writing::Nothing, error);
+    return report ? ScriptTestRecorder::record(*project, s_pump, events, *report) : error.toUtf8();
+}
+
+/// Whether the command finds that the recorded test passes.
+bool passes(const EditorSession &session)
+{
+    Diagnostic error;
+    const auto project =
+        Project::open(session.folder().path(QStringLiteral("pump-station")), error);
+    const auto copy = ScratchCopy::make(*project, error);
+    ScriptStopper guard;
+    return ScriptTestRun(*copy, guard).run(ScriptTest(session.folder().path(s_test))).hasPassed();
 }
 
 QModelIndex lastEvent(const EventsModel &events)
@@ -70,6 +131,13 @@ private Q_SLOTS:
     void worksOnWithABrokenManifest();
     void leavesAnInstanceThatIsSavedAndKeepsOneThatIsNot();
     void doesNotOverwriteWhatTheUserTypesWithWhatAScriptWrites();
+    void recordsASessionAsTheCommandDoes();
+    void recordsWhatWasUndoneAndKeptAsEdits();
+    void recordsAnewAfterASave();
+    void recordsNothingThatATestCannotDo();
+    void tellsWhereARecordedTestFails();
+    void tellsThatAScriptDoesMoreInATest_data();
+    void tellsThatAScriptDoesMoreInATest();
 };
 
 void EditingTest::initTestCase()
@@ -496,6 +564,160 @@ void EditingTest::doesNotOverwriteWhatTheUserTypesWithWhatAScriptWrites()
     const QModelIndex event = lastEvent(session.window().workspace().events());
     QCOMPARE(event.model()->index(0, EventsModel::ResultColumn, event).data().toString(),
              QStringLiteral("16.41 \u2192 75"));
+}
+
+void EditingTest::recordsASessionAsTheCommandDoes()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("200")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(session.document().isUnsaved());
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("11"))); // as the file holds it
+    QVERIFY(record(session));
+
+    QCOMPARE(session.window().statusBar()->currentMessage(),
+             QStringLiteral("Recorded tests/line1-pump1.test.json: it passes when replayed."));
+    const QString onValueChange = QStringLiteral("onValueChange");
+    const QVector<EventRun::Event> events{
+        {{}, QStringLiteral("onOpen"), {}},
+        {{{s_ratedPower, QStringLiteral("value"), 200}}, onValueChange, s_ratedPower},
+        {{}, QStringLiteral("onOk"), {}},
+        {{{s_ratedPower, QStringLiteral("value"), 11}}, onValueChange, s_ratedPower}};
+    const QByteArray text = session.folder().files().value(s_test);
+    QCOMPARE(QString::fromUtf8(text), QString::fromUtf8(recordedByCommand(session, events)));
+    QVERIFY(passes(session));
+
+    // A file that exists is left as it is.
+    QVERIFY(change(session, 15));
+    QVERIFY(record(session));
+    QCOMPARE(session.document().notice(),
+             QStringLiteral("No test is recorded: tests/line1-pump1.test.json: exists already, and "
+                            "is left as it is"));
+    QCOMPARE(session.folder().files().value(s_test), text);
+}
+
+void EditingTest::recordsWhatWasUndoneAndKeptAsEdits()
+{
+    EditorSession session;
+    const QString efficiency = QStringLiteral("motor/efficiency");
+    const QString value = QStringLiteral("value");
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(efficiency, QStringLiteral("50")));
+    QVERIFY(session.press(QStringLiteral("Reload, Keeping Changes")));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("200")));
+    QVERIFY(session.press(QStringLiteral("Undo")));
+    QVERIFY(session.enter(QStringLiteral("motor/ratedSpeed"), QStringLiteral("100000")));
+    QVERIFY(record(session));
+
+    const QString onValueChange = QStringLiteral("onValueChange");
+    const QString ratedSpeed = QStringLiteral("motor/ratedSpeed");
+    QCOMPARE(
+        QString::fromUtf8(session.folder().files().value(s_test)),
+        QString::fromUtf8(recordedByCommand(
+            session,
+            {{{{QStringLiteral("hydraulics/specificEnergy"), value, 0.28},
+               {efficiency, value, 50},
+               {s_inputPower, value, 22}},
+              QStringLiteral("onOpen"),
+              {}},
+             {{{s_ratedPower, value, 200}}, onValueChange, s_ratedPower},
+             {{{s_ratedPower, value, 11}, {s_inputPower, value, 22}, {ratedSpeed, value, 100000}},
+              onValueChange,
+              ratedSpeed}})));
+    QVERIFY(passes(session));
+}
+
+void EditingTest::recordsAnewAfterASave()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    session.window().dependencyDialog()->reject();
+    QVERIFY(session.settle());
+    QVERIFY(!session.press(QStringLiteral("Record Test..."))); // nothing has happened since
+    QVERIFY(change(session, 16));
+    QVERIFY(record(session));
+    QCOMPARE(QString::fromUtf8(session.folder().files().value(s_test)),
+             QString::fromUtf8(recordedByCommand(session,
+                                                 {{{{s_ratedPower, QStringLiteral("value"), 16}},
+                                                   QStringLiteral("onValueChange"),
+                                                   s_ratedPower}})));
+    QVERIFY(passes(session));
+}
+
+void EditingTest::recordsNothingThatATestCannotDo()
+{
+    EditorSession session;
+    session.folder().write(
+        QStringLiteral("pump-station/scripts/pump.js"),
+        "function onOpen() {}\n"
+        "function onValueChange(api, url) { api.setProperty(url, 'note', 'seen'); }\n"
+        "function onOk() { return false; }\n");
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.press(QStringLiteral("Undo")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(record(session));
+    QCOMPARE(session.document().notice(),
+             QStringLiteral("No test is recorded: \"motor/ratedPower:note\", which the script had "
+                            "added, was undone, and no test can do that; reload the instance to "
+                            "begin anew"));
+    QVERIFY(!session.folder().files().contains(s_test));
+
+    QVERIFY(session.press(QStringLiteral("Reload, Keeping Changes")));
+    QVERIFY(record(session));
+    QVERIFY(passes(session));
+}
+
+void EditingTest::tellsWhereARecordedTestFails()
+{
+    EditorSession session;
+    session.folder().write(
+        QStringLiteral("pump-station/scripts/pump.js"),
+        "function onOpen() {}\n"
+        "let calls = 0;\n"
+        "function onValueChange(api, url) { api.setProperty(url, 'calls', ++calls); }\n"
+        "function onOk() { return true; }\n");
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(session.press(QStringLiteral("Save")));
+    session.window().dependencyDialog()->reject();
+    QVERIFY(session.settle());
+    QVERIFY(change(session, 16));
+    QVERIFY(record(session));
+    QCOMPARE(session.document().notice(),
+             QStringLiteral("Recorded tests/line1-pump1.test.json, but it fails when replayed: "
+                            "step 1, onValueChange motor/ratedPower\n"
+                            "-   \"writes\": {\n"
+                            "-     \"motor/ratedPower\": { \"calls\": 2 }\n"
+                            "-   }\n"
+                            "+ }"));
+    QVERIFY(!passes(session));
+}
+
+void EditingTest::tellsThatAScriptDoesMoreInATest_data()
+{
+    QTest::addColumn<QByteArray>("statement");
+    QTest::newRow("absolute URL") << QByteArray(
+        "api.getPropertyExtern('config://pumps/station/site', 'note');");
+    QTest::newRow("exception") << QByteArray("throw new Error('no');");
+}
+
+void EditingTest::tellsThatAScriptDoesMoreInATest()
+{
+    QFETCH(const QByteArray, statement);
+    EditorSession session;
+    session.folder().write(QStringLiteral("pump-station/scripts/pump.js"),
+                           "function onOpen(api) { " + statement + " }\n");
+    QVERIFY(session.open(s_pump));
+    QVERIFY(record(session));
+    const QString notice = session.document().notice();
+    QVERIFY2(notice.startsWith(
+                 QStringLiteral("Recorded tests/line1-pump1.test.json, but it fails when replayed: "
+                                "step 1, onOpen\n")),
+             qPrintable(notice));
 }
 
 QTEST_MAIN(EditingTest)

@@ -1,0 +1,79 @@
+#include "TestWriter.h"
+
+#include "filehost/Project.h"
+#include "filehost/TextFile.h"
+#include "runner/ScratchCopy.h"
+#include "runner/ScriptTest.h"
+#include "runner/ScriptTestRecorder.h"
+#include "runner/ScriptTestRun.h"
+#include "runner/StepOutcome.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int s_shownLines = 3; ///< of each side of a difference
+constexpr int s_shownText = 200; ///< characters of a line
+
+/// The first lines of a step that are others than expected.
+QString differenceOf(const ScriptTestRun::Step &step)
+{
+    const QList<QByteArray> expected = StepOutcome::toLines(step.expected);
+    const QList<QByteArray> found = StepOutcome::toLines(step.found);
+    const auto ends =
+        std::mismatch(expected.cbegin(), expected.cend(), found.cbegin(), found.cend());
+    const int equal = int(ends.first - expected.cbegin());
+    QString text;
+    const auto show = [&](const QList<QByteArray> &lines, const QString &mark) {
+        for (const QByteArray &line : lines.mid(equal, s_shownLines)) {
+            text += QLatin1Char('\n') + mark + QString::fromUtf8(line).left(s_shownText);
+        }
+    };
+    show(expected, QStringLiteral("- "));
+    show(found, QStringLiteral("+ "));
+    return text;
+}
+
+} // namespace
+
+TestWriter::TestWriter(const Project &project, ScriptGuard &guard)
+    : m_project(project)
+    , m_guard(guard)
+{
+}
+
+RecordingReport TestWriter::write(const QString &filePath, const QByteArray &text) const
+{
+    RecordingReport report;
+    report.file = m_project.relativePath(filePath);
+    Diagnostic error = ScriptTestRecorder::fileError(filePath);
+    if (!error.message.isEmpty() || !TextFile::write(filePath, text, error)) {
+        report.error = m_project.relative(error).toString();
+    } else {
+        report.difference = replay(filePath);
+    }
+    return report;
+}
+
+/// @return why the test does not pass; empty when it does
+QString TestWriter::replay(const QString &filePath) const
+{
+    Diagnostic error;
+    const auto copy = ScratchCopy::make(m_project, error);
+    if (!copy) {
+        return error.toString();
+    }
+    const ScriptTest test(filePath);
+    const ScriptTestRun::Result result = ScriptTestRun(*copy, m_guard).run(test);
+    if (!result.error.message.isEmpty()) {
+        return m_project.relative(result.error).toString();
+    }
+    const auto failed = std::find_if(result.steps.cbegin(), result.steps.cend(),
+                                     [](const auto &step) { return !step.hasPassed(); });
+    if (failed == result.steps.cend()) {
+        return QString();
+    }
+    const int index = int(failed - result.steps.cbegin());
+    return QStringLiteral("step %1, %2%3")
+        .arg(QString::number(index + 1), test.steps().at(index).title(), differenceOf(*failed));
+}
