@@ -27,7 +27,8 @@ int InstanceModel::add(const QString &path)
     }
     const int slash = path.lastIndexOf(QLatin1Char('/'));
     const int parent = slash < 0 ? -1 : add(path.left(slash));
-    QVector<int> &siblings = parent < 0 ? m_top : m_entries[parent].children;
+    QVector<int> &siblings =
+        parent < 0 ? m_top : m_entries[parent].children; // clazy:exclude=detaching-member
     const int entry = m_entries.size();
     const int row = siblings.size();
     siblings.append(entry);

@@ -62,7 +62,7 @@ int InstanceSnapshot::add(const FileTreeNode &node, const QString &name, const Q
 InstanceSnapshot::Effect InstanceSnapshot::set(int node, const QString &key, const QVariant &value,
                                                bool isFromScript)
 {
-    QVector<Property> &properties = m_nodes[node].properties;
+    QVector<Property> &properties = m_nodes[node].properties; // clazy:exclude=detaching-member
     const auto property =
         std::find_if(properties.begin(), properties.end(),
                      [&key](const Property &candidate) { return candidate.key == key; });

@@ -227,7 +227,7 @@ void MainWindow::connectWorkspace()
     connect(m_instances, &InstancePanel::chosen, &m_workspace, &Workspace::open);
     connect(m_nodes, &NodePanel::reloadRequested, this, &MainWindow::reload);
     connect(&m_workspace, &Workspace::currentChanged, this, &MainWindow::showCurrent);
-    connect(&m_workspace, &Workspace::eventFired, this, &MainWindow::showEvent);
+    connect(&m_workspace, &Workspace::eventFired, this, &MainWindow::showFiredEvent);
     connect(&m_workspace, &Workspace::busyChanged, this, &MainWindow::showBusy);
     // Not inside the signal: closing destroys what sends it.
     connect(this, &MainWindow::settled, this, &MainWindow::continueClosing, Qt::QueuedConnection);
@@ -348,7 +348,7 @@ void MainWindow::showBusy(bool isBusy)
     Q_EMIT settled();
 }
 
-void MainWindow::showEvent(const EventReport &report)
+void MainWindow::showFiredEvent(const EventReport &report)
 {
     if (report.run.script.isEmpty()) {
         return; // nothing ran

@@ -56,7 +56,7 @@ private:
     void showCurrent(Document *document);
     void showTitle();
     void showBusy(bool isBusy);
-    void showEvent(const EventReport &report);
+    void showFiredEvent(const EventReport &report);
     void showDependencies(const DependencyReport &report);
     void recordTest();
     void showTest(const RecordingReport &report);

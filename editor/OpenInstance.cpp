@@ -348,7 +348,7 @@ EventReport OpenInstance::fire(const QString &function, const QString &argument,
     report.run = seen.runs.constLast();
     report.warnings = seen.warnings;
     m_recording.add(report.run, before, changes());
-    for (const TreeAccess &access : report.run.accesses) {
+    for (const TreeAccess &access : qAsConst(report.run.accesses)) {
         if (access.isWrite()) {
             report.answers.append(access.change());
         }

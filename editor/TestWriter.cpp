@@ -25,7 +25,8 @@ QString differenceOf(const ScriptTestRun::Step &step)
     const int equal = int(ends.first - expected.cbegin());
     QString text;
     const auto show = [&](const QList<QByteArray> &lines, const QString &mark) {
-        for (const QByteArray &line : lines.mid(equal, s_shownLines)) {
+        const QList<QByteArray> shown = lines.mid(equal, s_shownLines);
+        for (const QByteArray &line : shown) {
             text += QLatin1Char('\n') + mark + QString::fromUtf8(line).left(s_shownText);
         }
     };

@@ -6,6 +6,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 #include <utility>
 
@@ -38,7 +39,7 @@ void DataFlow::findValues()
             if (step.access->isOfOwnCopy != isOfOwnCopy || isKnownBefore.at(step.property)) {
                 continue;
             }
-            Property &property = m_properties[step.property];
+            Property &property = m_properties[step.property]; // clazy:exclude=detaching-member
             if (!isKnown.at(step.property)) {
                 isKnown[step.property] = true;
                 property.oldValue =
@@ -79,7 +80,7 @@ int DataFlow::propertyOf(const TreeAccess &access)
 void DataFlow::addStep(int run, const TreeAccess &access)
 {
     const int number = propertyOf(access);
-    Property &property = m_properties[number];
+    Property &property = m_properties[number]; // clazy:exclude=detaching-member
     (access.kind == TreeAccess::Kind::Read ? property.reads : property.writes)
         .append(m_steps.size());
     m_steps.append({run, number, &access});
@@ -100,7 +101,9 @@ QVector<int> DataFlow::propertiesOf(const QString &treeFile, const QString &path
             byKey.insert(property.key, i);
         }
     }
-    return byKey.values().toVector();
+    QVector<int> numbers;
+    std::copy(byKey.cbegin(), byKey.cend(), std::back_inserter(numbers));
+    return numbers;
 }
 
 QVector<int> DataFlow::readsBefore(int write) const
@@ -153,7 +156,6 @@ int DataFlow::sourceOf(int read) const
 QVector<DataFlow::Edge> DataFlow::edges() const
 {
     QMap<std::tuple<QString, QString, int, bool>, QSet<int>> properties;
-    QHash<QString, int> trees;
     for (const Step &step : m_steps) {
         const bool isWrite = step.access->kind != TreeAccess::Kind::Read;
         properties[{step.access->tree.filePath, m_runs.at(step.run).instance, step.run, isWrite}]

@@ -62,7 +62,7 @@ QVector<Finding> ProjectRounds::check(const Manifest &manifest, const QVector<Fi
                  [&](const Finding &finding) {
                      // A broken manifest lists nothing; a broken text file is known already.
                      return !(manifest.hasFailed() && finding.name == QLatin1String("not-listed"))
-                         && std::none_of(m_projectFindings.begin(), m_projectFindings.end(),
+                         && std::none_of(m_projectFindings.cbegin(), m_projectFindings.cend(),
                                          [&finding](const Finding &known) {
                                              return known.place.file == finding.place.file;
                                          });
@@ -117,11 +117,11 @@ QVector<ChangedTree> ProjectRounds::run(const Manifest &manifest, HostSession &s
         }
         round.waiting.remove(instance);
         if (m_writing == HostSession::Writing::Files) {
-            const auto notStored =
-                std::stable_partition(report->trees.begin(), report->trees.end(),
-                                      [](const ChangedTree &tree) { return tree.error.isEmpty(); });
-            std::copy(report->trees.begin(), notStored, std::back_inserter(stored));
-            report->trees.erase(report->trees.begin(), notStored);
+            QVector<ChangedTree> notStored;
+            std::partition_copy(report->trees.cbegin(), report->trees.cend(),
+                                std::back_inserter(stored), std::back_inserter(notStored),
+                                [](const ChangedTree &tree) { return tree.error.isEmpty(); });
+            report->trees = notStored;
         }
         round.reports.insert(instance, *report);
     }

@@ -178,7 +178,8 @@ ProjectWatcher::Stamps ProjectWatcher::look()
     lookInto(m_path + QStringLiteral("/texts"), json, stamps);
     lookInto(m_path + QStringLiteral("/scripts"), QString(), stamps);
     lookInto(PropertyManagerConst::getDependencyFolderPath(m_path), QString(), stamps);
-    for (const QString &path : QStringList(m_path) + m_otherPaths) {
+    const QStringList paths = QStringList(m_path) + m_otherPaths;
+    for (const QString &path : paths) {
         lookInto(PropertyManagerConst::getConfigurationFolderPath(path), json, stamps);
         lookInto(PropertyManagerConst::getProcessFolderPath(path), json, stamps);
     }

@@ -30,6 +30,7 @@ RecordedResolver::RecordedResolver(const Project &project, HostSession &session,
 {
     m_resolver->setRunObserver(&m_recorder);
     QObject::connect(m_resolver.get(), &JavaScriptDependencyResolver::processDataDescriptionChanged,
+                     m_resolver.get(),
                      [this](const QString &name) { m_recorder.instanceAnnounced(name); });
 }
 

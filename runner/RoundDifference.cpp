@@ -224,7 +224,7 @@ RoundDifference RoundDifference::between(const Round &before, const Round &after
                     difference);
     }
     difference.mended.sort();
-    std::sort(difference.withdrawn.begin(),
+    std::sort(difference.withdrawn.begin(), // clazy:exclude=detaching-member
               difference.withdrawn.end(), // clazy:exclude=detaching-member
               [](const ScriptRun &a, const ScriptRun &b) { return a.instance < b.instance; });
 

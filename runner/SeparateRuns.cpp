@@ -48,8 +48,8 @@ QString SeparateRuns::scriptOf(const QString &instance) const
 /// Whether a script can run; what is wrong with the instance that names it is known already.
 bool SeparateRuns::isSound(const QString &script, const QString &instance)
 {
-    auto known = m_isSound.find(script);
-    if (known == m_isSound.end()) {
+    auto known = m_isSound.constFind(script);
+    if (known == m_isSound.cend()) {
         const QVector<Finding> findings =
             ProjectCheck(m_project, m_guard).checkInstances(m_manifest, {instance});
         // Entries of the manifest that name no instance keep no other one from running.
