@@ -55,9 +55,10 @@ FlowGraph::FlowGraph(const Project &project, const DataFlow &flow, const Propert
         m_edges.append(
             {edge.isWrite ? script : tree, edge.isWrite ? tree : script, edge.isWrite, properties});
     }
-    std::sort(m_edges.begin(), m_edges.end(), [](const Edge &a, const Edge &b) {
-        return std::tie(a.from, a.to, a.isWrite) < std::tie(b.from, b.to, b.isWrite);
-    });
+    std::sort(m_edges.begin(), m_edges.end(), // clazy:exclude=detaching-member
+              [](const Edge &a, const Edge &b) {
+                  return std::tie(a.from, a.to, a.isWrite) < std::tie(b.from, b.to, b.isWrite);
+              });
 }
 
 void FlowGraph::addNodes(const Project &project, const DataFlow &flow, const PropertyUrls &urls)
@@ -87,10 +88,11 @@ void FlowGraph::addNodes(const Project &project, const DataFlow &flow, const Pro
         }
         m_nodes.append(node);
     }
-    std::sort(m_nodes.begin(), m_nodes.end(), [](const Node &a, const Node &b) {
-        return std::make_tuple(!a.isOwn, a.tree.instance, a.tree.kind, a.url)
-            < std::make_tuple(!b.isOwn, b.tree.instance, b.tree.kind, b.url);
-    });
+    std::sort(m_nodes.begin(), m_nodes.end(), // clazy:exclude=detaching-member
+              [](const Node &a, const Node &b) {
+                  return std::make_tuple(!a.isOwn, a.tree.instance, a.tree.kind, a.url)
+                      < std::make_tuple(!b.isOwn, b.tree.instance, b.tree.kind, b.url);
+              });
 }
 
 void FlowGraph::setGroups()
