@@ -29,7 +29,7 @@ QSharedPointer<const FileTreeNode> nodeOf(const PropertyUrls::Place &place,
             : place.tree.filePath + QStringLiteral(": no such file");
         return {};
     }
-    const auto node = root->getNode(place.path).dynamicCast<const FileTreeNode>();
+    auto node = root->getNode(place.path).dynamicCast<const FileTreeNode>();
     if (node.isNull()) {
         error = QStringLiteral("%1 has no node \"%2\"").arg(urls.urlOf(place.tree), place.path);
     }
