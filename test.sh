@@ -8,4 +8,5 @@ if ! command -v npm >/dev/null; then
     cmake/install-packages.sh nodejs npm
 fi
 cmake/build.sh dev
-ctest --preset dev --parallel "$(nproc)" "$@"
+# Many tests wait for the disk or the clock.
+ctest --preset dev --parallel "$((2 * $(nproc)))" "$@"
