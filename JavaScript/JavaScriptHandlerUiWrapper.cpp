@@ -48,3 +48,8 @@ void JavaScriptHandlerUiWrapper::setInterrupted(bool interrupted)
 {
     m_javaScriptHandler.setInterrupted(interrupted);
 }
+
+void JavaScriptHandlerUiWrapper::setRunObserver(JavaScriptRunObserver *observer)
+{
+    m_javaScriptHandler.setRunObserver(observer);
+}

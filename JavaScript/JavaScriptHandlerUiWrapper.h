@@ -10,6 +10,8 @@
 #include <QString>
 #include <QStringList>
 
+class JavaScriptRunObserver;
+
 /**
  * All that a user-interface host needs to run the script of the instance that its user edits.
  *
@@ -44,6 +46,9 @@ public:
 
     /// See JavaScriptHandler::setInterrupted().
     void setInterrupted(bool interrupted);
+
+    /// See JavaScriptHandler::setRunObserver().
+    void setRunObserver(JavaScriptRunObserver *observer);
 
 Q_SIGNALS:
     /// See JavaScriptHandler::parametersChanged().

@@ -3,6 +3,7 @@
 #include "DependencySupport.h"
 #include "HandlerFixture.h"
 #include "JavaScript/JavaScriptDependencyResolver.h"
+#include "JavaScript/JavaScriptHandlerUiWrapper.h"
 #include "JavaScript/JavaScriptInplaceDependencyResolver.h"
 #include "support/StrictTest.h"
 #include "support/TestHost.h"
@@ -276,6 +277,40 @@ private Q_SLOTS:
         fixture.handler.callFunctionOnOpen();
         QCOMPARE(fixture.takeCalls(), QStringList());
         QCOMPARE(otherCalls.size(), 2);
+    }
+
+    void hearsOfTheRunsOfAWrapper()
+    {
+        const UnitManagerWrapper units(false, false);
+        const TextManager texts;
+        JavaScriptHandlerUiWrapper wrapper(units, texts, nullptr);
+        QStringList calls;
+        CallObserver observer(calls);
+        wrapper.setRunObserver(&observer);
+        wrapper.initializeHandler(TestHost::makeTree("{}"),
+                                  QStringLiteral("function onValueChange(api, url) {\n"
+                                                 "    api.setError(url, 'id');\n"
+                                                 "    throw new Error('no');\n"
+                                                 "}"),
+                                  QString());
+        QCOMPARE(calls, QStringList({evaluationBegins, goodEnd}));
+        calls.clear();
+        QVERIFY(!wrapper.callFunctionOnValueChanged(QStringLiteral("motor")));
+        QCOMPARE(takeMessages().size(), 2);
+        QCOMPARE(
+            calls,
+            QStringList(
+                {QStringLiteral("runBegins(\"onValueChange\", \"motor\")"),
+                 QStringLiteral("apiCalled(\"setError\", (\"motor\", \"id\"))"),
+                 QStringLiteral("exceptionThrown(3, \"Error: no\")"),
+                 QStringLiteral("runEnded(false, error(\"motor\", \"id\", QVariant(Invalid)))")}));
+        QCOMPARE(wrapper.getErrorMesageList().size(), 1); // still the host's to read
+
+        calls.clear();
+        wrapper.setRunObserver(nullptr);
+        QVERIFY(!wrapper.callFunctionOnValueChanged(QStringLiteral("motor")));
+        QCOMPARE(takeMessages().size(), 2);
+        QCOMPARE(calls, QStringList());
     }
 
     void staysThroughAReset()
