@@ -95,9 +95,10 @@ InstanceReport OpenInstance::open()
         m_units = std::make_unique<UnitManagerWrapper>(false, false);
     }
     m_handler = std::make_unique<JavaScriptHandlerUiWrapper>(*m_units, m_texts, nullptr);
-    m_isEvaluated = false;
-    report.onOpen = fire(QStringLiteral("onOpen"), QString(),
-                         [this] { return m_handler->callFunctionOnOpen(); });
+    report.onOpen = fire([this] {
+        m_handler->initializeHandler(m_root, m_scriptText, m_url);
+        m_handler->callFunctionOnOpen();
+    });
     return report;
 }
 
@@ -178,7 +179,7 @@ void OpenInstance::bind(const QSharedPointer<FileTreeNode> &root,
             node.staticCast<FileTreeNode>()->setProperty(change.key, change.newValue);
         }
     }
-    if (m_handler && m_isEvaluated) {
+    if (m_handler) {
         m_handler->initializeHandler(m_root, QString(), m_url);
     }
 }
@@ -229,8 +230,7 @@ EventReport OpenInstance::edit(const QString &path, const QString &key, const QV
         return report;
     }
     const PropertyChange edit{path, key, oldValue, node->value(key)};
-    report = fire(QStringLiteral("onValueChange"), path,
-                  [this, &path] { return m_handler->callFunctionOnValueChanged(path); });
+    report = fire([this, &path] { m_handler->callFunctionOnValueChanged(path); });
     report.edits = {edit};
     return report;
 }
@@ -263,8 +263,7 @@ SaveReport OpenInstance::save()
         report.error = QStringLiteral("the instance cannot be used");
         return report;
     }
-    report.onOk =
-        fire(QStringLiteral("onOk"), QString(), [this] { return m_handler->callFunctionOnOk(); });
+    report.onOk = fire([this] { m_handler->callFunctionOnOk(); });
     if (!report.onOk.run.succeeded || !report.onOk.run.errors.isEmpty() || !write(report)) {
         return report;
     }
@@ -320,8 +319,7 @@ QSharedPointer<FileTreeNode> OpenInstance::copyOfTree() const
     return FileTree::parse(m_root->text(), m_root->tree().identity(), error);
 }
 
-EventReport OpenInstance::fire(const QString &function, const QString &argument,
-                               const std::function<bool()> &call)
+EventReport OpenInstance::fire(const std::function<void()> &event)
 {
     EventReport report;
     report.instance = m_instance;
@@ -332,21 +330,18 @@ EventReport OpenInstance::fire(const QString &function, const QString &argument,
                          [this](bool isInterrupted) { m_handler->setInterrupted(isInterrupted); });
     recorder.setSubject(m_instance, m_script);
     session.setObserver(&recorder);
-    // The wrapper has no observer of its own: its calls are reported from outside.
-    recorder.runBegins(QString(), QString());
-    if (!m_isEvaluated) {
-        m_handler->initializeHandler(m_root, m_scriptText, m_url);
-        m_isEvaluated = true;
-    }
-    recorder.runEnded(true, {}); // the probe has evaluated the same text
-    recorder.runBegins(function, argument);
-    const bool succeeded = call();
-    recorder.runEnded(succeeded, m_handler->getErrorMesageList());
+    m_handler->setRunObserver(&recorder);
+    event();
+    m_handler->setRunObserver(nullptr);
     session.setObserver(nullptr);
 
     const RunReport seen = recorder.takeReport();
-    report.run = seen.runs.constLast();
     report.warnings = seen.warnings;
+    if (seen.runs.isEmpty()) {
+        report.run.succeeded = true; // there is no script
+        return report;
+    }
+    report.run = seen.runs.constLast();
     m_recording.add(report.run, before, changes());
     for (const TreeAccess &access : qAsConst(report.run.accesses)) {
         if (access.isWrite()) {

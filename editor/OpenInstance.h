@@ -69,8 +69,7 @@ private:
     bool readScript(InstanceReport &report);
     void bind(const QSharedPointer<FileTreeNode> &root, const QVector<PropertyChange> &changes);
     QVector<PropertyChange> changes() const;
-    EventReport fire(const QString &function, const QString &argument,
-                     const std::function<bool()> &call);
+    EventReport fire(const std::function<void()> &event);
     bool write(SaveReport &report);
 
     const Project &m_project;
@@ -86,5 +85,4 @@ private:
     std::unique_ptr<JavaScriptHandlerUiWrapper> m_handler; ///< null when the script cannot be used
     SessionRecording m_recording;
     bool m_isTreeWrong = false; ///< the file's, which could not be read again
-    bool m_isEvaluated = false;
 };

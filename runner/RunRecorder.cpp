@@ -26,6 +26,7 @@ RunRecorder::RunRecorder(const Project &project, Recording recording, ScriptGuar
     , m_interrupt(std::move(interrupt))
     , m_configurationFolder(PropertyManagerConst::getConfigurationFolderPath(project.path()))
 {
+    m_run.isEvaluated = true; // a handler may have evaluated its script before it was watched
 }
 
 void RunRecorder::setProgress(const Progress &progress)

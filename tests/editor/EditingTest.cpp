@@ -45,6 +45,11 @@ void answerNextBox(QMessageBox::StandardButton button, QString *text)
 
 const QString s_test = QStringLiteral("pump-station/tests/line1-pump1.test.json");
 
+const QByteArray s_throwing("function onOpen() {}\n"
+                            "function onValueChange() {\n"
+                            "  throw new RangeError('far');\n"
+                            "}\n");
+
 /// Takes the file that the next dialog offers.
 void acceptNextFile()
 {
@@ -136,8 +141,9 @@ private Q_SLOTS:
     void recordsAnewAfterASave();
     void recordsNothingThatATestCannotDo();
     void tellsWhereARecordedTestFails();
-    void tellsThatAScriptDoesMoreInATest_data();
-    void tellsThatAScriptDoesMoreInATest();
+    void tellsThatAScriptReachesMoreInATest();
+    void showsAnExceptionOnceWithFileAndLine();
+    void recordsExceptions();
 };
 
 void EditingTest::initTestCase()
@@ -697,20 +703,13 @@ void EditingTest::tellsWhereARecordedTestFails()
     QVERIFY(!passes(session));
 }
 
-void EditingTest::tellsThatAScriptDoesMoreInATest_data()
+void EditingTest::tellsThatAScriptReachesMoreInATest()
 {
-    QTest::addColumn<QByteArray>("statement");
-    QTest::newRow("absolute URL") << QByteArray(
-        "api.getPropertyExtern('config://pumps/station/site', 'note');");
-    QTest::newRow("exception") << QByteArray("throw new Error('no');");
-}
-
-void EditingTest::tellsThatAScriptDoesMoreInATest()
-{
-    QFETCH(const QByteArray, statement);
     EditorSession session;
     session.folder().write(QStringLiteral("pump-station/scripts/pump.js"),
-                           "function onOpen(api) { " + statement + " }\n");
+                           "function onOpen(api) {\n"
+                           "  api.getPropertyExtern('config://pumps/station/site', 'note');\n"
+                           "}\n");
     QVERIFY(session.open(s_pump));
     QVERIFY(record(session));
     const QString notice = session.document().notice();
@@ -718,6 +717,34 @@ void EditingTest::tellsThatAScriptDoesMoreInATest()
                  QStringLiteral("Recorded tests/line1-pump1.test.json, but it fails when replayed: "
                                 "step 1, onOpen\n")),
              qPrintable(notice));
+}
+
+void EditingTest::showsAnExceptionOnceWithFileAndLine()
+{
+    EditorSession session;
+    session.folder().write(QStringLiteral("pump-station/scripts/pump.js"), s_throwing);
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QCOMPARE(session.document().notice(), QStringLiteral("RangeError: far."));
+    const MessagesModel &messages = session.window().workspace().messages();
+    QCOMPARE(messages.rowCount(), 1);
+    QCOMPARE(messages.item(0, MessagesModel::PlaceColumn)->text(),
+             QStringLiteral("scripts/pump.js:3"));
+    QCOMPARE(messages.item(0, MessagesModel::TextColumn)->text(),
+             QStringLiteral("RangeError: far"));
+}
+
+void EditingTest::recordsExceptions()
+{
+    EditorSession session;
+    session.folder().write(QStringLiteral("pump-station/scripts/pump.js"), s_throwing);
+    QVERIFY(session.open(s_pump));
+    QVERIFY(session.enter(s_ratedPower, QStringLiteral("15")));
+    QVERIFY(record(session));
+    QCOMPARE(session.window().statusBar()->currentMessage(),
+             QStringLiteral("Recorded tests/line1-pump1.test.json: it passes when replayed."));
+    QVERIFY(session.folder().files().value(s_test).contains("pump.js:3: RangeError: far"));
+    QVERIFY(passes(session));
 }
 
 QTEST_MAIN(EditingTest)
