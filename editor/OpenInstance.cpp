@@ -8,16 +8,15 @@
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
-#include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 #include "host/PropertyManagerConst.h"
-#include "host/SelectorUrlHandler.h"
 #include "host/TextManager.h"
 #include "host/UnitManagerWrapper.h"
 #include "runner/ProjectOpening.h"
 #include "runner/RunRecorder.h"
 #include "runner/ScriptProbe.h"
 #include "runner/SilentLog.h"
+#include "runner/TreeUrls.h"
 
 #include <QDir>
 
@@ -58,13 +57,6 @@ OpenInstance::OpenInstance(const Project &project, const TextManager &texts, Scr
     , m_texts(texts)
     , m_stopper(stopper)
     , m_instance(instance)
-    , m_url(SelectorUrlHandler(QString())
-                .setScheme(
-                    ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration())
-                .setModuleName(project.moduleName())
-                .setObjectName(project.objectName())
-                .setInstance(instance)
-                .toString())
 {
 }
 
@@ -96,7 +88,7 @@ InstanceReport OpenInstance::open()
     }
     m_handler = std::make_unique<JavaScriptHandlerUiWrapper>(*m_units, m_texts, nullptr);
     report.onOpen = fire([this] {
-        m_handler->initializeHandler(m_root, m_scriptText, m_url);
+        initializeHandler(m_script.text);
         m_handler->callFunctionOnOpen();
     });
     return report;
@@ -108,16 +100,9 @@ bool OpenInstance::readTree(InstanceReport &report)
     auto root = m_project.readTree(FileTree::Kind::Configuration, m_instance, error);
     m_isTreeWrong = root.isNull();
     if (m_isTreeWrong) {
-        QString nameError;
-        m_project.treePath(FileTree::Kind::Configuration, m_instance, nameError);
-        if (!nameError.isEmpty()) {
-            report.error = nameError;
-        } else if (error.message.isEmpty()) {
-            report.error =
-                QStringLiteral("%1: no such file").arg(m_project.relativePath(report.treePath));
-        } else {
-            report.error = m_project.relative(error).toString();
-        }
+        report.error = error.message.isEmpty()
+            ? QStringLiteral("no instance \"%1\"").arg(m_instance)
+            : m_project.relative(error).toString();
         return false;
     }
     m_root = root;
@@ -126,46 +111,35 @@ bool OpenInstance::readTree(InstanceReport &report)
 
 bool OpenInstance::readScript(InstanceReport &report)
 {
-    m_scriptPath.clear();
-    m_script.clear();
-    m_scriptText.clear();
-    const QString key = Project::keyOfUserInterfaceScript();
-    const QString fileName = m_root->value(key).toString();
-    if (fileName.isEmpty()) {
+    m_script = DialogScript(m_project, *m_root);
+    report.scriptPath = m_script.filePath;
+    report.script = scriptFile();
+    if (!m_script.isNamed) {
         return true;
     }
-    const auto fail = [&](const Diagnostic &place) {
-        report.error = m_project.relative(place).toString();
-        return false;
-    };
-    const QString folder = m_project.userInterfaceScriptFolder();
-    const QString placeError = m_project.scriptError(folder, fileName);
-    if (!placeError.isEmpty()) {
-        return fail(m_root->placeOf(key, placeError));
+    Diagnostic error = m_script.error;
+    if (error.message.isEmpty()) {
+        const ScriptProbe probe(m_script.text, report.script, m_stopper);
+        error = {m_script.filePath, probe.errorLine, 0, probe.error};
     }
-    report.scriptPath = folder + QLatin1Char('/') + fileName;
-    report.script = m_project.relativePath(report.scriptPath);
-    m_scriptPath = report.scriptPath;
-    QByteArray text;
-    Diagnostic error;
-    switch (TextFile::read(report.scriptPath, FileTree::maximumFileSize, text, error)) {
-    case TextFile::ReadResult::Missing:
-        return fail(m_root->placeOf(
-            key,
-            QStringLiteral("no file \"%1\", expected the user-interface script there")
-                .arg(report.script)));
-    case TextFile::ReadResult::Unreadable:
-        return fail(error);
-    case TextFile::ReadResult::Read:
-        break;
+    if (error.message.isEmpty()) {
+        return true;
     }
-    m_script = report.script;
-    m_scriptText = QString::fromUtf8(text);
-    const ScriptProbe probe(m_scriptText, m_script, m_stopper);
-    if (!probe.isEvaluated) {
-        return fail({report.scriptPath, probe.errorLine, 0, probe.error});
-    }
-    return true;
+    report.error = m_project.relative(error).toString();
+    return false;
+}
+
+/// The script as seen from the project; empty for none.
+QString OpenInstance::scriptFile() const
+{
+    return m_project.relativePath(m_script.filePath);
+}
+
+/// @param script empty to keep the one that was evaluated
+void OpenInstance::initializeHandler(const QString &script)
+{
+    m_handler->initializeHandler(m_root, script,
+                                 TreeUrls(m_project).urlOf(m_root->tree().identity(), QString()));
 }
 
 /// Makes @p root the tree that is edited, with values that the file does not hold.
@@ -180,7 +154,7 @@ void OpenInstance::bind(const QSharedPointer<FileTreeNode> &root,
         }
     }
     if (m_handler) {
-        m_handler->initializeHandler(m_root, QString(), m_url);
+        initializeHandler(QString());
     }
 }
 
@@ -201,7 +175,8 @@ bool OpenInstance::isTreeStale() const
 
 bool OpenInstance::isScriptStale() const
 {
-    return !m_scriptPath.isEmpty() && (!m_handler || textOf(m_scriptPath) != m_scriptText.toUtf8());
+    const QString path = m_script.filePath;
+    return !path.isEmpty() && (!m_handler || QString::fromUtf8(textOf(path)) != m_script.text);
 }
 
 void OpenInstance::discardChanges()
@@ -302,8 +277,7 @@ bool OpenInstance::write(SaveReport &report)
 
 std::optional<QByteArray> OpenInstance::recordedTest(QString &error) const
 {
-    error = m_script.isEmpty() ? QStringLiteral("no user-interface script can be used")
-                               : m_recording.error();
+    error = m_recording.error();
     if (!error.isEmpty()) {
         return std::nullopt;
     }
@@ -328,7 +302,7 @@ EventReport OpenInstance::fire(const std::function<void()> &event)
     HostSession session(m_project.units(), HostSession::Writing::Nothing);
     RunRecorder recorder(m_project, RunRecorder::Recording::Accesses, m_stopper,
                          [this](bool isInterrupted) { m_handler->setInterrupted(isInterrupted); });
-    recorder.setSubject(m_instance, m_script);
+    recorder.setSubject(m_instance, scriptFile());
     session.setObserver(&recorder);
     m_handler->setRunObserver(&recorder);
     event();

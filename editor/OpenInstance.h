@@ -2,6 +2,7 @@
 
 #include "editor/Reports.h"
 #include "editor/SessionRecording.h"
+#include "runner/DialogScript.h"
 
 #include <QByteArray>
 #include <QSharedPointer>
@@ -67,6 +68,8 @@ public:
 private:
     bool readTree(InstanceReport &report);
     bool readScript(InstanceReport &report);
+    QString scriptFile() const;
+    void initializeHandler(const QString &script);
     void bind(const QSharedPointer<FileTreeNode> &root, const QVector<PropertyChange> &changes);
     QVector<PropertyChange> changes() const;
     EventReport fire(const std::function<void()> &event);
@@ -76,10 +79,7 @@ private:
     const TextManager &m_texts;
     ScriptStopper &m_stopper;
     const QString m_instance;
-    QString m_url;
-    QString m_scriptPath; ///< empty for none
-    QString m_script; ///< file, relative to the project; empty for none
-    QString m_scriptText;
+    DialogScript m_script;
     QSharedPointer<FileTreeNode> m_root; ///< null when the tree cannot be used
     std::unique_ptr<UnitManagerWrapper> m_units;
     std::unique_ptr<JavaScriptHandlerUiWrapper> m_handler; ///< null when the script cannot be used

@@ -6,15 +6,12 @@
 #include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
-#include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 #include "host/PropertyManagerConst.h"
-#include "host/SelectorUrlHandler.h"
 #include "host/TextManager.h"
 #include "host/UnitManagerWrapper.h"
-
-#include <QDir>
+#include "runner/DialogScript.h"
+#include "runner/TreeUrls.h"
 
 #include <algorithm>
 
@@ -34,17 +31,15 @@ std::optional<RunReport> EventRun::run(const QVector<Event> &events, HostSession
                                        QString &error) const
 {
     const auto root = readInstance(error);
-    const auto script = root.isNull() ? std::nullopt : readScript(*root, error);
-    if (!script || !areEditsPossible(*root, events, error)) {
+    if (root.isNull()) {
         return std::nullopt;
     }
-    const QString url =
-        SelectorUrlHandler(QString())
-            .setScheme(ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration())
-            .setModuleName(m_project.moduleName())
-            .setObjectName(m_project.objectName())
-            .setInstance(m_instance)
-            .toString();
+    const DialogScript script(m_project, *root);
+    error = script.error.toString();
+    if (!error.isEmpty() || !areEditsPossible(*root, events, error)) {
+        return std::nullopt;
+    }
+    const QString url = TreeUrls(m_project).urlOf(root->tree().identity(), QString());
 
     HostSession session(m_project.units(), writing);
     FileBatch batch(m_project.path());
@@ -58,11 +53,11 @@ std::optional<RunReport> EventRun::run(const QVector<Event> &events, HostSession
     JavaScriptHandler handler(api, nullptr);
     RunRecorder recorder(m_project, m_recording, m_guard,
                          [&handler](bool isInterrupted) { handler.setInterrupted(isInterrupted); });
-    recorder.setSubject(m_instance, script->path);
+    recorder.setSubject(m_instance, m_project.relativePath(script.filePath));
     session.setObserver(&recorder);
     handler.setRunObserver(&recorder);
 
-    handler.initializeHandler(root, script->text, url);
+    handler.initializeHandler(root, script.text, url);
     for (const Event &event : events) {
         for (const Edit &edit : event.edits) {
             const auto node = root->getNode(edit.relUrl);
@@ -125,44 +120,6 @@ QSharedPointer<FileTreeNode> EventRun::readInstance(QString &error) const
         error = QStringLiteral("no instance \"%1\"; configscript list shows all").arg(m_instance);
     }
     return root;
-}
-
-std::optional<EventRun::Script> EventRun::readScript(const FileTreeNode &root, QString &error) const
-{
-    const QString key = Project::keyOfUserInterfaceScript();
-    const QString fileName = root.value(key).toString();
-    if (fileName.isEmpty()) {
-        error = root.placeOf(key,
-                             QStringLiteral("expected the property \"%1\", the name of a "
-                                            "user-interface script")
-                                 .arg(key))
-                    .toString();
-        return std::nullopt;
-    }
-    const QString folder = m_project.userInterfaceScriptFolder();
-    const QString scriptError = m_project.scriptError(folder, fileName);
-    if (!scriptError.isEmpty()) {
-        error = root.placeOf(key, scriptError).toString();
-        return std::nullopt;
-    }
-    const QString filePath = folder + QLatin1Char('/') + fileName;
-    QByteArray text;
-    Diagnostic diagnostic;
-    switch (TextFile::read(filePath, FileTree::maximumFileSize, text, diagnostic)) {
-    case TextFile::ReadResult::Missing:
-        error = filePath + QStringLiteral(": no such file");
-        return std::nullopt;
-    case TextFile::ReadResult::Unreadable:
-        error = diagnostic.toString();
-        return std::nullopt;
-    case TextFile::ReadResult::Read:
-        break;
-    }
-    if (text.isEmpty()) {
-        error = filePath + QStringLiteral(": the file is empty");
-        return std::nullopt;
-    }
-    return Script{m_project.relativePath(filePath), QString::fromUtf8(text)};
 }
 
 bool EventRun::areEditsPossible(const FileTreeNode &root, const QVector<Event> &events,

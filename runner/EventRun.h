@@ -55,14 +55,7 @@ public:
     static QString refusalOfEvents();
 
 private:
-    struct Script
-    {
-        QString path; ///< relative to the project
-        QString text;
-    };
-
     QSharedPointer<FileTreeNode> readInstance(QString &error) const;
-    std::optional<Script> readScript(const FileTreeNode &root, QString &error) const;
     static bool areEditsPossible(const FileTreeNode &root, const QVector<Event> &events,
                                  QString &error);
 
