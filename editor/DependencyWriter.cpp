@@ -1,23 +1,11 @@
 #include "DependencyWriter.h"
 
-#include "filehost/FileBatch.h"
+#include "editor/TreeWriter.h"
 #include "filehost/FileTreeNode.h"
-#include "filehost/HostSession.h"
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
-#include "host/ConfigurationDataAndProcessDescriptionAccess.h"
-#include "runner/ProjectOpening.h"
-#include "runner/SilentLog.h"
-
-#include <QDir>
 
 namespace {
-
-/// The folder that the tree of an instance lies in, or in a folder below.
-QString folderOf(const FileTree::Identity &tree)
-{
-    return tree.filePath.left(tree.filePath.lastIndexOf(QLatin1Char('/') + tree.instance));
-}
 
 bool hasValue(const FileTreeNode &node, const PropertyChange &change)
 {
@@ -37,29 +25,21 @@ DependencyReport DependencyWriter::write(const DependencyReport &proposal) const
 {
     DependencyReport report = proposal;
     report.kind = DependencyReport::Kind::Written;
-    Diagnostic diagnostic;
     report.report.warnings.clear(); // the proposal's
-    const auto lock = lockRecoveredProject(m_project, report.report.warnings, diagnostic);
-    if (!lock) {
-        report.error = m_project.relative(diagnostic).toString();
+    const auto writer = TreeWriter::open(m_project, report.report.warnings, report.error);
+    if (!writer) {
         return report;
     }
-    const SilentLog log; // the batch knows the reason, too
-    HostSession session(m_project.units());
-    FileBatch batch(m_project.path());
-    session.setBatch(&batch);
     for (const ChangedTree &tree : qAsConst(report.report.trees)) {
-        if (!writeTree(tree, report.error)) {
-            session.setBatch(nullptr);
+        if (!addTree(tree, *writer, report.error)) {
             return report;
         }
     }
-    session.setBatch(nullptr);
-    batch.commit(report.error);
+    writer->commit(report.error);
     return report;
 }
 
-bool DependencyWriter::writeTree(const ChangedTree &tree, QString &error) const
+bool DependencyWriter::addTree(const ChangedTree &tree, TreeWriter &writer, QString &error) const
 {
     Diagnostic diagnostic;
     const auto root = FileTree::read(tree.identity, diagnostic);
@@ -78,9 +58,6 @@ bool DependencyWriter::writeTree(const ChangedTree &tree, QString &error) const
         }
         node->setProperty(change.key, change.newValue);
     }
-    // A failure makes the batch fail, which tells the reason.
-    ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(
-        folderOf(tree.identity), m_project.moduleName(), m_project.objectName(),
-        tree.identity.instance, root, tree.identity.kind == FileTree::Kind::Process);
+    writer.add(root);
     return true;
 }

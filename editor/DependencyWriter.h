@@ -3,6 +3,7 @@
 #include "editor/Reports.h"
 
 class Project;
+class TreeWriter;
 
 /// Writes what dependency scripts would change, just as the user has seen it: all files or none,
 /// and none when a value is no longer the one that was shown as the old one.
@@ -15,7 +16,7 @@ public:
     DependencyReport write(const DependencyReport &proposal) const;
 
 private:
-    bool writeTree(const ChangedTree &tree, QString &error) const;
+    bool addTree(const ChangedTree &tree, TreeWriter &writer, QString &error) const;
 
     const Project &m_project;
 };

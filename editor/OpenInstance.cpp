@@ -2,23 +2,17 @@
 
 #include "JavaScript/JavaScriptHandlerUiWrapper.h"
 #include "editor/ScriptStopper.h"
-#include "filehost/FileBatch.h"
+#include "editor/TreeWriter.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
-#include "host/ConfigurationDataAndProcessDescriptionAccess.h"
-#include "host/PropertyManagerConst.h"
 #include "host/TextManager.h"
 #include "host/UnitManagerWrapper.h"
-#include "runner/ProjectOpening.h"
 #include "runner/RunRecorder.h"
 #include "runner/ScriptProbe.h"
-#include "runner/SilentLog.h"
 #include "runner/TreeUrls.h"
-
-#include <QDir>
 
 #include <algorithm>
 
@@ -258,21 +252,12 @@ bool OpenInstance::write(SaveReport &report)
     if (changes().isEmpty()) {
         return true;
     }
-    Diagnostic diagnostic;
-    const auto lock = lockRecoveredProject(m_project, report.onOk.warnings, diagnostic);
-    if (!lock) {
-        report.error = m_project.relative(diagnostic).toString();
+    const auto writer = TreeWriter::open(m_project, report.onOk.warnings, report.error);
+    if (!writer) {
         return false;
     }
-    const SilentLog log; // the batch knows the reason, too
-    HostSession session(m_project.units());
-    FileBatch batch(m_project.path());
-    session.setBatch(&batch);
-    ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(
-        PropertyManagerConst::getConfigurationFolderPath(m_project.path()), m_project.moduleName(),
-        m_project.objectName(), m_instance, m_root, false);
-    session.setBatch(nullptr);
-    return batch.commit(report.error);
+    writer->add(m_root);
+    return writer->commit(report.error);
 }
 
 std::optional<QByteArray> OpenInstance::recordedTest(QString &error) const

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "filehost/FileBatch.h"
+#include "filehost/HostSession.h"
+#include "filehost/ProjectLock.h"
+#include "runner/SilentLog.h"
+
+#include <QSharedPointer>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class FileTreeNode;
+class Project;
+
+/// Writes trees that were read: all of them or none. It holds the right to write the project, and
+/// is a HostSession: there must be no other.
+class TreeWriter
+{
+public:
+    /// @param recoveries gets a message for each project that was recovered before
+    /// @return null, with @p error set, when the project cannot be written
+    static std::unique_ptr<TreeWriter> open(const Project &project, QStringList &recoveries,
+                                            QString &error);
+
+    void add(const QSharedPointer<FileTreeNode> &root);
+
+    /// @return false, with @p error set, when nothing was written
+    bool commit(QString &error) { return m_batch.commit(error); }
+
+private:
+    TreeWriter(const Project &project, std::unique_ptr<ProjectLock> lock);
+
+    const Project &m_project;
+    const std::unique_ptr<ProjectLock> m_lock;
+    const SilentLog m_log; ///< the batch knows the reason, too
+    HostSession m_session;
+    FileBatch m_batch;
+};
