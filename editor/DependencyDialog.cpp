@@ -1,6 +1,7 @@
 #include "DependencyDialog.h"
 
 #include "editor/BadgeIcon.h"
+#include "editor/ReadOnlyRow.h"
 #include "editor/ValueText.h"
 #include "filehost/Project.h"
 
@@ -11,21 +12,6 @@
 #include <QPushButton>
 #include <QTreeView>
 #include <QVBoxLayout>
-
-namespace {
-
-QList<QStandardItem *> row(const QStringList &texts)
-{
-    QList<QStandardItem *> items;
-    for (const QString &text : texts) {
-        items.append(new QStandardItem(text));
-        items.constLast()->setEditable(false);
-        items.constLast()->setToolTip(text);
-    }
-    return items;
-}
-
-} // namespace
 
 DependencyDialog::DependencyDialog(const Project &project, const Labels &labels,
                                    const DependencyReport &report, QWidget *parent)
@@ -87,7 +73,7 @@ int DependencyDialog::fillChanges(const Project &project, const DependencyReport
     m_changes.setHorizontalHeaderLabels({tr("File and property"), tr("Old"), tr("New")});
     for (const ChangedTree &tree : report.report.trees) {
         const auto file =
-            row({project.relativePath(tree.identity.filePath), QString(), tree.error});
+            readOnlyRow({project.relativePath(tree.identity.filePath), QString(), tree.error});
         QFont font = file.constFirst()->font();
         font.setBold(true);
         file.constFirst()->setFont(font);
@@ -96,9 +82,9 @@ int DependencyDialog::fillChanges(const Project &project, const DependencyReport
         for (const PropertyChange &change : tree.changes) {
             const QVector<PropertyChange> parts = change.flattened();
             for (const PropertyChange &part : parts) {
-                file.constFirst()->appendRow(
-                    row({part.path + QLatin1Char(':') + part.key, ValueText::toText(part.oldValue),
-                         ValueText::toText(part.newValue)}));
+                file.constFirst()->appendRow(readOnlyRow({part.path + QLatin1Char(':') + part.key,
+                                                          ValueText::toText(part.oldValue),
+                                                          ValueText::toText(part.newValue)}));
                 ++rows;
             }
         }
@@ -117,10 +103,9 @@ QStringList DependencyDialog::scriptTexts(const Labels &labels, const Dependency
     }
     for (const ScriptRun &run : report.report.runs) {
         for (const ScriptException &exception : run.exceptions) {
-            texts.append(QStringLiteral("%1, %2:%3: %4")
-                             .arg(run.instance, run.scriptOf(exception.isOfFunction))
-                             .arg(exception.line)
-                             .arg(exception.text));
+            const Diagnostic place{run.scriptOf(exception.isOfFunction), exception.line, 0,
+                                   exception.text};
+            texts.append(QStringLiteral("%1, %2").arg(run.instance, place.toString()));
         }
         if (!run.succeeded && run.exceptions.isEmpty()) {
             texts.append(tr("%1, %2: failed").arg(run.instance, run.script));

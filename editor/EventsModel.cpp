@@ -1,6 +1,7 @@
 #include "EventsModel.h"
 
 #include "editor/BadgeIcon.h"
+#include "editor/ReadOnlyRow.h"
 #include "editor/ValueText.h"
 
 #include <QTime>
@@ -33,39 +34,31 @@ EventsModel::EventsModel(QObject *parent)
     setHorizontalHeaderLabels({tr("Event"), tr("Result")});
 }
 
-void EventsModel::addRow(QStandardItem *parent, const QString &what, const QString &result)
-{
-    const QList<QStandardItem *> row{new QStandardItem(what), new QStandardItem(result)};
-    for (QStandardItem *item : row) {
-        item->setEditable(false);
-        item->setToolTip(item->text());
-    }
-    parent->appendRow(row);
-}
-
 void EventsModel::addRun(const QString &title, const ScriptRun &run,
                          const QVector<PropertyChange> &edits,
                          const QVector<PropertyChange> &answers)
 {
-    addRow(invisibleRootItem(), title,
-           (run.succeeded ? tr("ok, %1") : tr("failed, %1")).arg(durationOf(run)));
-    QStandardItem *event = item(rowCount() - 1);
+    const auto row = readOnlyRow(
+        {title, (run.succeeded ? tr("ok, %1") : tr("failed, %1")).arg(durationOf(run))});
+    QStandardItem *event = row.constFirst();
+    appendRow(row);
     if (!run.succeeded) {
         event->setIcon(BadgeIcon::error());
     } else if (!run.errors.isEmpty()) {
         event->setIcon(BadgeIcon::warning());
     }
     for (const PropertyChange &edit : edits) {
-        addRow(event, tr("entered %1").arg(placeOf(edit)), textOf(edit));
+        event->appendRow(readOnlyRow({tr("entered %1").arg(placeOf(edit)), textOf(edit)}));
     }
     for (const PropertyChange &answer : answers) {
-        addRow(event, tr("wrote %1").arg(placeOf(answer)), textOf(answer));
+        event->appendRow(readOnlyRow({tr("wrote %1").arg(placeOf(answer)), textOf(answer)}));
     }
     for (const JavaScriptApi::ErrorMessage &error : run.errors) {
-        addRow(event, tr("error at %1").arg(error.relUrl), error.errorLabelTextId);
+        event->appendRow(
+            readOnlyRow({tr("error at %1").arg(error.relUrl), error.errorLabelTextId}));
     }
     for (const ScriptException &exception : run.exceptions) {
-        addRow(event, tr("ended"), exception.text);
+        event->appendRow(readOnlyRow({tr("ended"), exception.text}));
     }
     if (rowCount() > maximumEvents) {
         removeRow(0);

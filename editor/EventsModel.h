@@ -22,7 +22,6 @@ public:
     void add(const DependencyReport &report);
 
 private:
-    void addRow(QStandardItem *parent, const QString &what, const QString &result);
     void addRun(const QString &title, const ScriptRun &run, const QVector<PropertyChange> &edits,
                 const QVector<PropertyChange> &answers);
 };

@@ -1,6 +1,7 @@
 #include "MessagesModel.h"
 
 #include "editor/BadgeIcon.h"
+#include "editor/ReadOnlyRow.h"
 
 namespace {
 
@@ -19,11 +20,7 @@ MessagesModel::MessagesModel(QObject *parent)
 
 void MessagesModel::add(const QString &place, const QString &text, QtMsgType level)
 {
-    const QList<QStandardItem *> row{new QStandardItem(place), new QStandardItem(text)};
-    for (QStandardItem *item : row) {
-        item->setEditable(false);
-        item->setToolTip(item->text());
-    }
+    const auto row = readOnlyRow({place, text});
     if (level == QtWarningMsg) {
         row.constFirst()->setIcon(BadgeIcon::warning());
     } else if (level == QtCriticalMsg) {

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QList>
+#include <QStandardItem>
+#include <QStringList>
+
+/// A row of items that show texts, in tooltips, too, where there is little room.
+inline QList<QStandardItem *> readOnlyRow(const QStringList &texts)
+{
+    QList<QStandardItem *> items;
+    for (const QString &text : texts) {
+        items.append(new QStandardItem(text));
+        items.constLast()->setEditable(false);
+        items.constLast()->setToolTip(text);
+    }
+    return items;
+}
