@@ -19,13 +19,6 @@ ScriptThread::ScriptThread(const Project &project)
 
     m_worker->moveToThread(&m_thread);
     connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
-    connect(m_worker, &ScriptWorker::projectRead, this, &ScriptThread::projectRead);
-    connect(m_worker, &ScriptWorker::opened, this, &ScriptThread::opened);
-    connect(m_worker, &ScriptWorker::treeIsStale, this, &ScriptThread::treeIsStale);
-    connect(m_worker, &ScriptWorker::edited, this, &ScriptThread::edited);
-    connect(m_worker, &ScriptWorker::saved, this, &ScriptThread::saved);
-    connect(m_worker, &ScriptWorker::dependenciesRun, this, &ScriptThread::dependenciesRun);
-    connect(m_worker, &ScriptWorker::testRecorded, this, &ScriptThread::testRecorded);
     m_thread.setObjectName(QStringLiteral("scripts"));
     m_thread.start();
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "editor/Reports.h"
 #include "editor/ScriptStopper.h"
 
 #include <QObject>
@@ -13,8 +12,8 @@ class Project;
 class ScriptWorker;
 
 /**
- * The window's side of the worker: hands it tasks, passes on its signals, knows whether it is busy,
- * and stops its scripts. Tasks are done one after the other.
+ * The window's side of the worker: hands it tasks, knows whether it is busy, and stops its scripts.
+ * Tasks are done one after the other.
  */
 class ScriptThread : public QObject
 {
@@ -29,6 +28,9 @@ public:
     /// for is built into the engine, ends the program.
     ~ScriptThread() override;
 
+    /// For its signals only: it lives on its thread.
+    const ScriptWorker &worker() const { return *m_worker; }
+
     /// The task runs on the worker's thread, and must not refer to what is here.
     void run(const std::function<void(ScriptWorker &worker)> &task);
 
@@ -38,14 +40,6 @@ public:
     void stop() { m_stopper.stop(); }
 
 Q_SIGNALS:
-    void projectRead(const ProjectReport &report);
-    void opened(const InstanceReport &report);
-    void treeIsStale(const QString &instance);
-    void edited(const EventReport &report);
-    void saved(const SaveReport &report);
-    void dependenciesRun(const DependencyReport &report);
-    void testRecorded(const RecordingReport &report);
-
     void busyChanged(bool isBusy);
 
     /// A task has taken longer than the patience.

@@ -18,13 +18,14 @@ Workspace::Workspace(const Project &project)
     m_settling.setInterval(s_settlingTime);
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, &m_settling, qOverload<>(&QTimer::start));
     connect(&m_settling, &QTimer::timeout, this, &Workspace::refreshAll);
-    connect(&m_scripts, &ScriptThread::projectRead, this, &Workspace::takeProject);
-    connect(&m_scripts, &ScriptThread::opened, this, &Workspace::takeOpened);
-    connect(&m_scripts, &ScriptThread::edited, this, &Workspace::takeEvent);
-    connect(&m_scripts, &ScriptThread::saved, this, &Workspace::takeSaved);
-    connect(&m_scripts, &ScriptThread::dependenciesRun, this, &Workspace::takeDependencies);
-    connect(&m_scripts, &ScriptThread::testRecorded, this, &Workspace::takeTest);
-    connect(&m_scripts, &ScriptThread::treeIsStale, this, [this](const QString &instance) {
+    const ScriptWorker &worker = m_scripts.worker();
+    connect(&worker, &ScriptWorker::projectRead, this, &Workspace::takeProject);
+    connect(&worker, &ScriptWorker::opened, this, &Workspace::takeOpened);
+    connect(&worker, &ScriptWorker::edited, this, &Workspace::takeEvent);
+    connect(&worker, &ScriptWorker::saved, this, &Workspace::takeSaved);
+    connect(&worker, &ScriptWorker::dependenciesRun, this, &Workspace::takeDependencies);
+    connect(&worker, &ScriptWorker::testRecorded, this, &Workspace::takeTest);
+    connect(&worker, &ScriptWorker::treeIsStale, this, [this](const QString &instance) {
         if (Document *stale = document(instance)) {
             stale->setNotice(tr("The file has changed on the disk."), true);
         }
