@@ -127,6 +127,9 @@ private Q_SLOTS:
     void readsAScriptThatChangedOnTheDiskAndKeepsTheEdits();
     void neverOverwritesAFileThatAnotherProgramChanged();
     void showsWhereABrokenTreeIsWrong();
+    void showsWhyAnInstanceCannotBeUsed_data();
+    void showsWhyAnInstanceCannotBeUsed();
+    void editsAndSavesAnInstanceWithoutAScript();
     void previewsDependenciesInsideTheUnsavedTree();
     void writesNothingWhenAFileChangedAfterTheProposal();
     void showsLabelsInTheChosenLanguage();
@@ -406,6 +409,55 @@ void EditingTest::showsWhereABrokenTreeIsWrong()
     QVERIFY(isShown);
     QVERIFY(session.open(QStringLiteral("line1/pump2"))); // the program goes on
     QVERIFY(session.document().problem().isEmpty());
+}
+
+void EditingTest::showsWhyAnInstanceCannotBeUsed_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("content"); // null removes the file
+    QTest::addColumn<QString>("problem");
+    const QString script = QStringLiteral("pump-station/scripts/pump.js");
+    QTest::newRow("no tree") << s_pumpFile << QByteArray()
+                             << QStringLiteral("no instance \"line1/pump1\"");
+    QTest::newRow("no script") << script << QByteArray()
+                               << QStringLiteral("scripts/pump.js: no such file");
+    QTest::newRow("empty script") << script << QByteArray("")
+                                  << QStringLiteral("scripts/pump.js: the file is empty");
+    QTest::newRow("script elsewhere")
+        << s_pumpFile << QByteArray("{ \"properties\": { \"scriptFile\": \"../a.js\" } }")
+        << QStringLiteral("configuration/line1/pump1.json:1:33: \"../a.js\" leads out of the "
+                          "scripts' folder");
+}
+
+void EditingTest::showsWhyAnInstanceCannotBeUsed()
+{
+    QFETCH(const QString, file);
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, problem);
+    EditorSession session;
+    if (content.isNull()) {
+        session.folder().remove(file);
+    } else {
+        session.folder().write(file, content);
+    }
+    QVERIFY(session.open(s_pump));
+    QCOMPARE(session.document().problem(), problem);
+}
+
+void EditingTest::editsAndSavesAnInstanceWithoutAScript()
+{
+    EditorSession session;
+    const QString feeder = QStringLiteral("cabinet/feeder1");
+    const QString current = QStringLiteral("breaker/ratedCurrent");
+    QVERIFY(session.open(feeder));
+    QCOMPARE(session.document().problem(), QString());
+    QVERIFY(session.enter(current, QStringLiteral("40")));
+    QVERIFY(session.document().isUnsaved());
+    QCOMPARE(session.document().notice(), QString());
+    QVERIFY(session.press(QStringLiteral("Save")));
+    QVERIFY(!session.document().isUnsaved());
+    QCOMPARE(session.stored(feeder, current), QVariant(40));
+    QCOMPARE(session.window().workspace().events().rowCount(), 0);
 }
 
 void EditingTest::previewsDependenciesInsideTheUnsavedTree()
