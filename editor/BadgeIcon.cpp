@@ -9,7 +9,7 @@
 
 namespace {
 
-enum class Shape { Dot, Disc, Triangle, Rings };
+enum class Shape { Dot, Disc, Triangle, Rings, Dots };
 
 /// Paints a mark at whatever size and resolution is asked for.
 class Engine : public QIconEngine
@@ -55,6 +55,13 @@ public:
             painter->setBrush(Qt::NoBrush);
             painter->drawEllipse(QPointF(-2.6, 0), 3.6, 3.6);
             painter->drawEllipse(QPointF(2.6, 0), 3.6, 3.6);
+            break;
+        case Shape::Dots:
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(colors.subdued);
+            for (const int place : {-5, 0, 5}) {
+                painter->drawEllipse(QPointF(place, 0), 1.6, 1.6);
+            }
             break;
         }
         painter->restore();
@@ -104,6 +111,11 @@ QIcon warning()
 QIcon listed()
 {
     return QIcon(new Engine(Shape::Rings));
+}
+
+QIcon more()
+{
+    return QIcon(new Engine(Shape::Dots));
 }
 
 } // namespace BadgeIcon

@@ -9,5 +9,6 @@ QIcon unsaved(); ///< a dot
 QIcon error(); ///< an exclamation mark in a disc
 QIcon warning(); ///< an exclamation mark in a triangle
 QIcon listed(); ///< two linked rings
+QIcon more(); ///< three dots
 
 } // namespace BadgeIcon

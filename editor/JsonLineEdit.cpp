@@ -1,12 +1,20 @@
 #include "JsonLineEdit.h"
 
+#include "editor/BadgeIcon.h"
 #include "editor/EditorColors.h"
 #include "editor/ValueText.h"
+
+#include <QAction>
 
 JsonLineEdit::JsonLineEdit(QWidget *parent)
     : QLineEdit(parent)
 {
     connect(this, &QLineEdit::textChanged, this, &JsonLineEdit::showState);
+    QAction *more = addAction(BadgeIcon::more(), TrailingPosition);
+    more->setText(tr("Edit on many lines (Ctrl+Enter)"));
+    more->setShortcut(Qt::CTRL + Qt::Key_Return);
+    more->setShortcutContext(Qt::WidgetShortcut);
+    connect(more, &QAction::triggered, this, &JsonLineEdit::linesRequested);
 }
 
 void JsonLineEdit::setJson(const QVariant &value)

@@ -14,6 +14,10 @@ public:
     void setJson(const QVariant &value);
     QVariant json() const; ///< invalid when the text is none
 
+Q_SIGNALS:
+    /// The user wants more room: the button in the line, or Ctrl+Enter.
+    void linesRequested();
+
 private:
     void showState();
 };

@@ -1,15 +1,20 @@
 #include "NodeView.h"
 
+#include "editor/JsonDialog.h"
+#include "editor/JsonLineEdit.h"
 #include "editor/NodeModel.h"
 #include "editor/PropertyDelegate.h"
 
+#include <QApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
 
 NodeView::NodeView(QWidget *parent)
     : QTreeView(parent)
 {
-    setItemDelegate(new PropertyDelegate(this));
+    auto *delegate = new PropertyDelegate(this);
+    connect(delegate, &PropertyDelegate::linesRequested, this, &NodeView::editLines);
+    setItemDelegate(delegate);
     setSelectionBehavior(SelectRows);
     setEditTriggers(DoubleClicked | EditKeyPressed | AnyKeyPressed | SelectedClicked);
     setUniformRowHeights(true);
@@ -63,8 +68,28 @@ void NodeView::keyPressEvent(QKeyEvent *event)
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isEnter && state() != EditingState && currentIndex().isValid()) {
         edit(currentIndex(), EditKeyPressed, event);
+        const QModelIndex field = currentIndex().siblingAtColumn(NodeModel::ValueColumn);
+        auto *json = qobject_cast<JsonLineEdit *>(indexWidget(field));
+        if (json && event->modifiers().testFlag(Qt::ControlModifier)) {
+            Q_EMIT json->linesRequested();
+        }
         event->accept();
         return;
     }
     QTreeView::keyPressEvent(event);
+}
+
+void NodeView::editLines(const QModelIndex &index, const QString &text)
+{
+    auto *dialog = new JsonDialog(index.data(NodeModel::PathRole).toString() + QLatin1Char(':')
+                                      + index.data(NodeModel::KeyRole).toString(),
+                                  text, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // The tree may be read again meanwhile.
+    connect(dialog, &QDialog::accepted, this, [this, dialog, field = QPersistentModelIndex(index)] {
+        if (!model()->setData(field, dialog->json())) {
+            QApplication::beep();
+        }
+    });
+    dialog->open();
 }

@@ -19,4 +19,7 @@ public:
 protected:
     bool edit(const QModelIndex &index, EditTrigger trigger, QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void editLines(const QModelIndex &index, const QString &text);
 };

@@ -35,7 +35,14 @@ QWidget *PropertyDelegate::createEditor(QWidget *parent, const QStyleOptionViewI
     } else if (value.userType() == QMetaType::QString) {
         editor = new QLineEdit(parent);
     } else {
-        editor = new JsonLineEdit(parent);
+        auto *json = new JsonLineEdit(parent);
+        connect(json, &JsonLineEdit::linesRequested, this,
+                [this, json, field = QPersistentModelIndex(index)] {
+                    const QString text = json->text();
+                    Q_EMIT const_cast<PropertyDelegate *>(this)->closeEditor(json);
+                    Q_EMIT linesRequested(field, text);
+                });
+        editor = json;
     }
     editor->setAccessibleName(index.siblingAtColumn(NodeModel::FieldColumn).data().toString());
     editor->setAutoFillBackground(true);

@@ -26,6 +26,11 @@ public:
                               const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
+Q_SIGNALS:
+    /// JSON is to be edited with more room; its editor is closed.
+    /// @param text as it was entered so far
+    void linesRequested(const QModelIndex &index, const QString &text) const;
+
 private:
     void commit(QWidget *editor) const;
     QWidget *createChoices(QWidget *parent, const QModelIndex &index) const;

@@ -3,6 +3,8 @@
 #include "filehost/JsonText.h"
 #include "filehost/JsonValue.h"
 
+#include <QJsonDocument>
+
 namespace ValueText {
 
 QString toText(const QVariant &value)
@@ -12,6 +14,13 @@ QString toText(const QVariant &value)
     }
     return value.userType() == QMetaType::QString
         ? value.toString()
+        : QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
+}
+
+QString toLines(const QVariant &value)
+{
+    return isContainer(value)
+        ? QString::fromUtf8(QJsonDocument::fromVariant(value).toJson().trimmed())
         : QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
 }
 

@@ -9,6 +9,9 @@ namespace ValueText {
 /// A text as it is, any other value as JSON; "(none)" when there is no value.
 QString toText(const QVariant &value);
 
+/// JSON, with a line for each member of a map and each element of a list.
+QString toLines(const QVariant &value);
+
 /// A JSON number; invalid when @p text is none.
 QVariant toNumber(const QString &text);
 

@@ -1,5 +1,6 @@
 #include "editor/DependencyDialog.h"
 #include "editor/EditorTest.h"
+#include "editor/JsonDialog.h"
 #include "editor/NodeModel.h"
 #include "editor/NodePanel.h"
 #include "editor/NodeView.h"
@@ -10,11 +11,13 @@
 #include "runner/ScriptTestRun.h"
 
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTest>
@@ -26,6 +29,9 @@ const QString s_pump = QStringLiteral("line1/pump1");
 const QString s_ratedPower = QStringLiteral("motor/ratedPower");
 const QString s_inputPower = QStringLiteral("motor/inputPower");
 const QString s_pumpFile = QStringLiteral("pump-station/configuration/line1/pump1.json");
+
+const QString s_speedLimits = QStringLiteral("limits/speed");
+const QString s_thresholds = QStringLiteral("thresholds");
 
 /// Presses a button of the message box that comes next, and keeps its text.
 void answerNextBox(QMessageBox::StandardButton button, QString *text)
@@ -123,6 +129,8 @@ private Q_SLOTS:
     void undoesAnEditTogetherWithTheScriptsAnswer();
     void undoesAPropertyThatAScriptAdded();
     void countsAFastSeriesOfStepsAsOneEdit();
+    void editsAMapOnManyLines();
+    void goesOnWithManyLinesWhereTheLineWasLeft();
     void stopsAScriptThatDoesNotEnd();
     void readsAScriptThatChangedOnTheDiskAndKeepsTheEdits();
     void neverOverwritesAFileThatAnotherProgramChanged();
@@ -324,6 +332,56 @@ void EditingTest::countsAFastSeriesOfStepsAsOneEdit()
     QCOMPARE(session.shown(s_inputPower, NodeModel::ValueColumn), QStringLiteral("17.51"));
 }
 
+void EditingTest::editsAMapOnManyLines()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    NodePanel &panel = session.window().nodePanel();
+    const QModelIndex field = panel.model().indexOf(s_speedLimits, s_thresholds);
+    panel.view().jumpTo(field);
+    QTest::keyClick(&panel.view(), Qt::Key_Return, Qt::ControlModifier);
+    auto *dialog = session.window().findChild<JsonDialog *>();
+    QVERIFY(dialog);
+    QVERIFY(dialog->isVisible());
+    QCOMPARE(dialog->windowTitle(), QStringLiteral("limits/speed:thresholds"));
+    auto *text = dialog->findChild<QPlainTextEdit *>();
+    QCOMPARE(text->toPlainText(), QStringLiteral("{\n    \"max\": 1524,\n    \"min\": 586\n}"));
+
+    const auto *error = dialog->findChild<QLabel *>();
+    auto *ok = dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+    text->setPlainText(QStringLiteral("{\n  \"max\": 1600,\n  min: 600\n}"));
+    QCOMPARE(error->text(),
+             QStringLiteral("3:3: expected a member's name in double quotes, found 'm'"));
+    QVERIFY(!ok->isEnabled());
+    text->setPlainText(QStringLiteral("{\n  \"max\": 1600,\n  \"min\": 600\n}"));
+    QCOMPARE(error->text(), QString());
+    QApplication::setActiveWindow(dialog); // which nobody else does without a screen
+    QTest::keyClick(text, Qt::Key_Return, Qt::ControlModifier);
+    QTRY_VERIFY(session.document().isUnsaved()); // the button is pressed for a moment
+    QVERIFY(session.settle());
+    QCOMPARE(field.data().toString(), QStringLiteral("{ \"max\": 1600, \"min\": 600 }"));
+    QCOMPARE(session.document().undoStack().count(), 1); // one event
+}
+
+void EditingTest::goesOnWithManyLinesWhereTheLineWasLeft()
+{
+    EditorSession session;
+    QVERIFY(session.open(s_pump));
+    NodePanel &panel = session.window().nodePanel();
+    panel.view().jumpTo(panel.model().indexOf(s_speedLimits, s_thresholds));
+    QTest::keyClick(&panel.view(), Qt::Key_F2);
+    QWidget *line = QApplication::focusWidget();
+    QTest::keyClick(line, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(line, QStringLiteral("{ \"max\": "));
+    QTest::keyClick(line, Qt::Key_Return, Qt::ControlModifier);
+    auto *dialog = session.window().findChild<JsonDialog *>();
+    QVERIFY(dialog);
+    QCOMPARE(dialog->findChild<QPlainTextEdit *>()->toPlainText(), QStringLiteral("{ \"max\": "));
+    dialog->reject();
+    QVERIFY(session.settle());
+    QVERIFY(!session.document().isUnsaved());
+}
+
 void EditingTest::stopsAScriptThatDoesNotEnd()
 {
     EditorSession session;
@@ -479,8 +537,7 @@ void EditingTest::previewsDependenciesInsideTheUnsavedTree()
     dialog->reject();
     QVERIFY(session.settle());
     QCOMPARE(session.folder().files(), before);
-    QCOMPARE(session.shown(QStringLiteral("limits/speed"), NodeModel::ValueColumn,
-                           QStringLiteral("thresholds")),
+    QCOMPARE(session.shown(s_speedLimits, NodeModel::ValueColumn, s_thresholds),
              QStringLiteral("{ \"max\": 1524, \"min\": 586 }"));
 }
 
