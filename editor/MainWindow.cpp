@@ -80,6 +80,7 @@ MainWindow::MainWindow(const Project &project, Settings settings)
 MainWindow::~MainWindow()
 {
     m_workspace.disconnect(this);
+    m_workspace.undoGroup().disconnect(this); // documents leave it as they go
     m_nodes->setDocument(nullptr); // it goes before the window's children
 }
 
