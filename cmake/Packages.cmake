@@ -3,6 +3,7 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME configscript)
 set(CPACK_PACKAGE_CONTACT "ConfigScript maintainers <maintainers@configscript.invalid>")
 set(CPACK_PACKAGE_VENDOR "ConfigScript")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each component's description begins with its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
@@ -23,26 +24,26 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libconfigscript${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
-    "library for configuration scripts\n Runs scripts written in JavaScript against the configuration and\n process-data trees of a host application.")
+    "library for configuration scripts\nRuns scripts written in JavaScript against the configuration and\nprocess-data trees of a host application.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libconfigscript-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "qtbase5-dev, qtdeclarative5-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS library)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-    "library for configuration scripts - development files\n Headers, package files for CMake and pkg-config, and the sources for those\n who compile the library against a host of their own.")
+    "library for configuration scripts - development files\nHeaders, package files for CMake and pkg-config, and the sources for those\nwho compile the library against a host of their own.")
 
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME configscript)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION devel)
 set(CPACK_COMPONENT_COMMAND_DEPENDS library)
 set(CPACK_COMPONENT_COMMAND_DESCRIPTION
-    "command for projects with configuration scripts\n Checks, tries and runs the scripts of a project of configuration and\n process-data trees in JSON files.")
+    "command for projects with configuration scripts\nChecks, tries and runs the scripts of a project of configuration and\nprocess-data trees in JSON files.")
 
 set(CPACK_DEBIAN_EDITOR_PACKAGE_NAME configscript-editor)
 set(CPACK_DEBIAN_EDITOR_PACKAGE_SECTION devel)
 set(CPACK_COMPONENT_EDITOR_DEPENDS library)
 set(CPACK_COMPONENT_EDITOR_DESCRIPTION
-    "desktop editor for projects with configuration scripts\n Edits the instances of a project, runs their scripts meanwhile, and shows\n what these write and report.")
+    "desktop editor for projects with configuration scripts\nEdits the instances of a project, runs their scripts meanwhile, and shows\nwhat these write and report.")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 
