@@ -25,6 +25,12 @@ QStringList command()
 
 } // namespace
 
+QString ProgramRun::outputWithoutProgress() const
+{
+    static const QRegularExpression progress(QStringLiteral("(\r\033\\[K[A-Z][^\r]*)+\r\033\\[K"));
+    return QString(output).remove(progress);
+}
+
 Files ProgramRun::files() const
 {
     return {{QStringLiteral("exit code"), QByteArray::number(exitCode) + '\n'},

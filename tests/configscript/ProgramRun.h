@@ -21,6 +21,10 @@ struct ProgramRun
     QString output; ///< standard output, durations replaced by "#"
     QString errors; ///< standard error
 
+    /// Of a run in a terminal, the output without the lines that tell how far it is: whether there
+    /// are any is a matter of speed.
+    QString outputWithoutProgress() const;
+
     /// For comparisons: one file for each of the three.
     Files files() const;
 };

@@ -167,12 +167,12 @@ void ScriptLimitsTest::stopsAFunction()
     makeOne(folder, body);
     const Files before = folder.files();
     const ProgramRun run =
-        Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.1")));
+        Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.5")));
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.errors, QString());
     const QString report =
         QStringLiteral("FAILED   pump  dependency/pump.js  # ms\n"
-                       "         dependency/pump.js: stopped: onSave took longer than 0.1 s "
+                       "         dependency/pump.js: stopped: onSave took longer than 0.5 s "
                        "(--timeout); %1\n")
             .arg(lastCall);
     QVERIFY2(run.output.startsWith(report), qPrintable(run.output));
@@ -188,10 +188,10 @@ void ScriptLimitsTest::letsTheOtherScriptsRun()
     makeTwo(folder, "function onSave() { for (;;) {} }\n");
     Files expected = folder.files();
     expected.insert(s_valveTree, s_changedValve);
-    COMPARE_RUN(Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.1"))), 1,
+    COMPARE_RUN(Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.5"))), 1,
                 QStringLiteral("FAILED   pump   dependency/pump.js   # ms\n"
                                "         dependency/pump.js: stopped: onSave took longer than "
-                               "0.1 s (--timeout); no API call\n"
+                               "0.5 s (--timeout); no API call\n"
                                "ok       valve  dependency/valve.js  # ms\n"
                                "\n"
                                "changed configuration/valve.json\n"
@@ -209,7 +209,7 @@ void ScriptLimitsTest::tellsInJsonWhatItStopped()
     Files expected = folder.files();
     expected.insert(s_valveTree, s_changedValve);
     const ProgramRun run =
-        Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.1 --json")));
+        Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.5 --json")));
     COMPARE_RUN(run, 1, run.output, QString());
     COMPARE_FILES(folder.files(), expected);
 
@@ -228,7 +228,7 @@ void ScriptLimitsTest::tellsInJsonWhatItStopped()
              QJsonValue(QJsonArray{QJsonObject{
                  {QStringLiteral("line"), 0},
                  {QStringLiteral("text"),
-                  QStringLiteral("stopped: onSave took longer than 0.1 s (--timeout); last API "
+                  QStringLiteral("stopped: onSave took longer than 0.5 s (--timeout); last API "
                                  "call: getProperty(\"\", \"speed\")")}}}));
     const QJsonObject other = runs.at(1).toObject();
     QCOMPARE(other.value(QLatin1String("instance")), QJsonValue(QStringLiteral("valve")));
@@ -254,15 +254,15 @@ void ScriptLimitsTest::stopsTheEvaluationOfAText()
     const Program program(folder.path());
     const QString finding = QStringLiteral(
         "dependency/pump.js: error: stopped: the evaluation of the script's text took longer than "
-        "0.1 s (--timeout); no API call [script-error]");
-    COMPARE_RUN(program.run(words(QStringLiteral("resolve plant --timeout 0.1"))),
+        "0.5 s (--timeout); no API call [script-error]");
+    COMPARE_RUN(program.run(words(QStringLiteral("resolve plant --timeout 0.5"))),
                 refusal(finding));
-    COMPARE_RUN(program.run(words(QStringLiteral("check plant --timeout 0.1"))), 1,
+    COMPARE_RUN(program.run(words(QStringLiteral("check plant --timeout 0.5"))), 1,
                 finding + QStringLiteral("\n1 error, 0 warnings\n"), QString());
-    COMPARE_RUN(program.run(words(QStringLiteral("resolve plant --timeout 0.1 --no-check"))), 1,
+    COMPARE_RUN(program.run(words(QStringLiteral("resolve plant --timeout 0.5 --no-check"))), 1,
                 QStringLiteral("FAILED   pump  dependency/pump.js  # ms\n"
                                "         dependency/pump.js: stopped: the evaluation of the "
-                               "script's text took longer than 0.1 s (--timeout); no API call\n"
+                               "script's text took longer than 0.5 s (--timeout); no API call\n"
                                "         dependency/pump.js: warning: The script is not "
                                "evaluated.\n"
                                "\n"
@@ -277,9 +277,9 @@ void ScriptLimitsTest::refusesATextThatNeverEnds()
     const ScratchFolder folder;
     makeTwo(folder, "for (;;) {}\n");
     folder.writeScript(QStringLiteral("valve.js"), "function onOpen() {}\n");
-    COMPARE_RUN(Program(folder.path()).run(words(QStringLiteral("check plant --timeout 0.1"))), 1,
+    COMPARE_RUN(Program(folder.path()).run(words(QStringLiteral("check plant --timeout 0.5"))), 1,
                 QStringLiteral("dependency/pump.js: error: stopped: the evaluation of the script's "
-                               "text took longer than 0.1 s (--timeout); no API call "
+                               "text took longer than 0.5 s (--timeout); no API call "
                                "[script-error]\n"
                                "dependency/valve.js: error: the script has no function onSave "
                                "[missing-function]\n"
@@ -310,10 +310,10 @@ void ScriptLimitsTest::stopsAnEvent()
                    + "() { for (;;) {} }\n");
     const Files before = folder.files();
     COMPARE_RUN(Program(folder.path())
-                    .run(words(QStringLiteral("run plant pump %1 --timeout 0.1").arg(event))),
+                    .run(words(QStringLiteral("run plant pump %1 --timeout 0.5").arg(event))),
                 1,
                 QStringLiteral("FAILED   %1  scripts/pump.js  # ms\n"
-                               "         scripts/pump.js: stopped: %2 took longer than 0.1 s "
+                               "         scripts/pump.js: stopped: %2 took longer than 0.5 s "
                                "(--timeout); no API call\n"
                                "\n"
                                "Nothing is saved: an event failed, or onOk reported an error.\n")
@@ -331,10 +331,10 @@ void ScriptLimitsTest::savesNothingOfAStoppedEvent()
     const Files before = folder.files();
     const ProgramRun run = Program(folder.path())
                                .run(words(QStringLiteral("run plant pump onOpen --event onOk "
-                                                         "--write --timeout 0.1")));
+                                                         "--write --timeout 0.5")));
     COMPARE_RUN(run, 1,
                 QStringLiteral("FAILED   onOpen  scripts/pump.js  # ms\n"
-                               "         scripts/pump.js: stopped: onOpen took longer than 0.1 s "
+                               "         scripts/pump.js: stopped: onOpen took longer than 0.5 s "
                                "(--timeout); last API call: setProperty(\"\", \"speed\")\n"
                                "         speed  1200 -> 7\n"
                                "ok       onOk  scripts/pump.js  # ms\n"
@@ -351,11 +351,11 @@ void ScriptLimitsTest::stopsInPlace()
     makeOne(folder, "  api.setProperty(\"\", \"speed\", 7);\n  for (;;) {}");
     const Files before = folder.files();
     const QString command = QStringLiteral(
-        "resolve --in-place plant/configuration/pump.json --instance pump --timeout 0.1 --write");
+        "resolve --in-place plant/configuration/pump.json --instance pump --timeout 0.5 --write");
     COMPARE_RUN(Program(folder.path()).run(words(command)), 1,
                 QStringLiteral("FAILED   pump  dependency/pump.js  # ms\n"
                                "         dependency/pump.js: stopped: onSave took longer than "
-                               "0.1 s (--timeout); last API call: setProperty(\"\", \"speed\")\n"
+                               "0.5 s (--timeout); last API call: setProperty(\"\", \"speed\")\n"
                                "--- configuration/pump.json\n"
                                "+++ configuration/pump.json\n"
                                "@@ -1,1 +1,1 @@\n"
@@ -377,7 +377,7 @@ void ScriptLimitsTest::stopsInPlace()
              QJsonValue(QJsonArray{QJsonObject{
                  {QStringLiteral("line"), 0},
                  {QStringLiteral("text"),
-                  QStringLiteral("stopped: onSave took longer than 0.1 s (--timeout); last API "
+                  QStringLiteral("stopped: onSave took longer than 0.5 s (--timeout); last API "
                                  "call: setProperty(\"\", \"speed\")")}}}));
     COMPARE_FILES(folder.files(), before);
 }
@@ -402,7 +402,7 @@ void ScriptLimitsTest::writesNothingThatAScriptWasStoppedBeforeItCouldGive()
     makeOne(folder, call);
     const Files before = folder.files();
     const ProgramRun run =
-        Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.1")));
+        Program(folder.path()).run(words(QStringLiteral("resolve plant --timeout 0.5")));
     QCOMPARE(run.exitCode, 1);
     COMPARE_FILES(folder.files(), before);
 }
@@ -529,30 +529,30 @@ void ScriptLimitsTest::refusesAWrongLimit()
 
 void ScriptLimitsTest::endsTheProgramWhereTheEngineGoesOn()
 {
-    BackgroundRun function(QStringLiteral("resolve plant --timeout 0.1"));
+    BackgroundRun function(QStringLiteral("resolve plant --timeout 0.5"));
     makeTwo(function.folder,
             "function onSave(api, url) {\n"
             "  api.setPropertyExtern(url, \"speed\", 7);\n  "
                 + s_unstoppable + "\n}\n");
-    BackgroundRun text(QStringLiteral("resolve plant --no-check --timeout 0.1"));
+    BackgroundRun text(QStringLiteral("resolve plant --no-check --timeout 0.5"));
     makeOne(text.folder, "}\n" + s_unstoppable + "\n{");
-    BackgroundRun json(QStringLiteral("resolve plant --json --timeout 0.1"));
+    BackgroundRun json(QStringLiteral("resolve plant --json --timeout 0.5"));
     makeOne(json.folder, s_unstoppable);
-    BackgroundRun check(QStringLiteral("check plant --timeout 0.1"));
+    BackgroundRun check(QStringLiteral("check plant --timeout 0.5"));
     makeOne(check.folder, "}\n" + s_unstoppable + "\n{");
-    BackgroundRun event(QStringLiteral("run plant pump onOpen --write --timeout 0.1"));
+    BackgroundRun event(QStringLiteral("run plant pump onOpen --write --timeout 0.5"));
     makeDialog(event.folder,
                "function onOpen(api) {\n"
                "  api.setProperty(\"\", \"speed\", 7);\n  "
                    + s_unstoppable + "\n}\n");
     BackgroundRun inplace(QStringLiteral("resolve --in-place plant/configuration/pump.json "
-                                         "--instance pump --write --timeout 0.1"));
+                                         "--instance pump --write --timeout 0.5"));
     makeOne(inplace.folder, "  api.setProperty(\"\", \"speed\", 7);\n" + s_unstoppable);
     for (BackgroundRun *run : {&function, &text, &json, &check, &event, &inplace}) {
         run->start();
     }
     const auto message = [](const char *place, const char *what, const char *lastCall) {
-        return QStringLiteral("%1: %2 took longer than 0.1 s (--timeout), and cannot be stopped; "
+        return QStringLiteral("%1: %2 took longer than 0.5 s (--timeout), and cannot be stopped; "
                               "%3. Nothing was written.")
             .arg(QLatin1String(place), QLatin1String(what), QLatin1String(lastCall));
     };
