@@ -18,7 +18,7 @@ struct Look
     const char *line;
     const char *text;
 };
-constexpr Look s_script{"#D6E6F5", "#2B6699", "#14324D"};
+constexpr Look s_scripts{"#D6E6F5", "#2B6699", "#14324D"};
 constexpr Look s_data{"#FFFFFF", "#76838F", "#35404A"};
 constexpr Look s_process{"#FBF0D2", "#A37B1B", "#57420E"};
 constexpr Look s_other{"#F3EEF9", "#8468B0", "#56407A"};
@@ -113,8 +113,8 @@ void DotText::writeHead(Level level)
             .arg(font(s_readColor, 10, QStringLiteral("&#8594; is read by")),
                  font(s_writeColor, 10, QStringLiteral("<b>&#8594; writes</b>")));
     const QString kinds = level == Level::Line
-        ? key(s_script, QStringLiteral("with scripts")) + key(s_data, QStringLiteral("only data"))
-        : key(s_script, QStringLiteral("has a script")) + key(s_data, QStringLiteral("only data"))
+        ? key(s_scripts, QStringLiteral("with scripts")) + key(s_data, QStringLiteral("only data"))
+        : key(s_scripts, QStringLiteral("has a script")) + key(s_data, QStringLiteral("only data"))
             + key(s_process, QStringLiteral("process description"));
     const QString legend =
         QStringLiteral(
@@ -189,7 +189,7 @@ void DotText::writeInstance(const FlowGraph::Node &node, const QString &box,
     const Look &look = node.hasFailed ? s_failed
         : isProcess                   ? s_process
         : node.script.isEmpty()       ? s_data
-                                      : s_script;
+                                      : s_scripts;
     const QString name = node.isOwn && !box.isEmpty() && node.tree.instance.startsWith(box)
         ? node.tree.instance.mid(box.size())
         : node.tree.instance;
@@ -285,7 +285,7 @@ void DotText::writeLine(const QString &name, const QVector<const FlowGraph::Node
     const FlowGraph::Node &first = *nodes.first();
     const Look &look = failed > 0 ? s_failed
         : !first.isOwn            ? s_other
-        : scripts > 0             ? s_script
+        : scripts > 0             ? s_scripts
                                   : s_data;
     QStringList lines{Output::counted(instances, QStringLiteral("instance")),
                       Output::counted(scripts, QStringLiteral("script"))

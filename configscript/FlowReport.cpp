@@ -9,7 +9,7 @@ namespace {
 
 using Style = Output::Style;
 
-constexpr int s_shownText = 100; ///< characters of a value
+constexpr int s_shownValue = 100; ///< characters of a value
 constexpr int s_shownReads = 10; ///< of what no script wrote, for each write
 
 bool areEqual(const QVariant &left, const QVariant &right)
@@ -302,7 +302,7 @@ QString FlowReport::valueText(const QVariant &value)
     }
     const QString text = QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
     return Output::printable(
-        text.size() <= s_shownText ? text : text.left(s_shownText - 1) + QStringLiteral("…"));
+        text.size() <= s_shownValue ? text : text.left(s_shownValue - 1) + QStringLiteral("…"));
 }
 
 QString FlowReport::changeText(const QVariant &oldValue, const QVariant &newValue)
@@ -325,7 +325,7 @@ QString FlowReport::changeText(const QVariant &oldValue, const QVariant &newValu
                                          : QStringLiteral("new "))
             + (change.newValue.isValid() ? valueText(change.newValue) : QStringLiteral("removed"));
         size += text.size();
-        if (!texts.isEmpty() && size > s_shownText) {
+        if (!texts.isEmpty() && size > s_shownValue) {
             texts.append(QStringLiteral("…"));
             break;
         }

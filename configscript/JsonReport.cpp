@@ -9,11 +9,6 @@ namespace JsonReport {
 
 namespace {
 
-double milliseconds(std::chrono::nanoseconds duration)
-{
-    return std::chrono::duration<double, std::milli>(duration).count();
-}
-
 template <typename List, typename Convert>
 QJsonArray array(const List &list, Convert convert)
 {
@@ -106,6 +101,11 @@ QJsonObject run(const ScriptRun &run, const QHash<QString, QString> &texts)
 }
 
 } // namespace
+
+double milliseconds(std::chrono::nanoseconds duration)
+{
+    return std::chrono::duration<double, std::milli>(duration).count();
+}
 
 QJsonObject make(const Project &project, const RunReport &report, bool isDryRun)
 {

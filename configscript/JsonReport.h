@@ -4,11 +4,15 @@
 
 #include <QJsonObject>
 
+#include <chrono>
+
 class Project;
 
 /// What happened in a run, for programs. The format is described in docs/command.md.
 namespace JsonReport {
 
 QJsonObject make(const Project &project, const RunReport &report, bool isDryRun);
+
+double milliseconds(std::chrono::nanoseconds duration);
 
 } // namespace JsonReport

@@ -74,6 +74,21 @@ QString Output::printable(const QString &text)
     return result;
 }
 
+QString Output::shortened(const QString &text)
+{
+    constexpr int shownSize = 1000;
+    if (text.size() <= shownSize) {
+        return printable(text);
+    }
+    return printable(text.left(shownSize)) + QStringLiteral("… (%1 characters)").arg(text.size());
+}
+
+QString Output::milliseconds(std::chrono::nanoseconds duration)
+{
+    return QString::number(std::chrono::duration<double, std::milli>(duration).count(), 'f', 1)
+        + QStringLiteral(" ms");
+}
+
 QString Output::counted(int count, const QString &noun)
 {
     return QStringLiteral("%1 %2%3").arg(count).arg(noun,

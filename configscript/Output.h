@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <chrono>
+
 class QJsonObject;
 
 /// Text for people, in UTF-8, coloured where a terminal shows it.
@@ -22,6 +24,12 @@ public:
     /// A text from outside, without what would drive a terminal: control characters as \xNN, lines
     /// indented.
     static QString printable(const QString &text);
+
+    /// The same of a text of any length: of a long one the beginning, and how long it is.
+    static QString shortened(const QString &text);
+
+    /// "12.3 ms"
+    static QString milliseconds(std::chrono::nanoseconds duration);
 
     /// "1 file", "2 files"
     static QString counted(int count, const QString &noun);

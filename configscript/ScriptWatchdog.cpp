@@ -11,7 +11,7 @@ namespace {
 /// How long an interrupted script has to come to its end.
 constexpr std::chrono::seconds s_grace(5);
 
-constexpr int s_shownText = 200; ///< characters of an argument that a message shows
+constexpr int s_shownArgument = 200; ///< characters of an argument that a message shows
 
 } // namespace
 
@@ -135,8 +135,8 @@ QString ScriptWatchdog::lastCall() const
     }
     QStringList texts;
     for (const QString &text : m_texts) {
-        const bool isLong = text.size() > s_shownText;
-        texts.append(QLatin1Char('"') + Output::printable(text.left(s_shownText))
+        const bool isLong = text.size() > s_shownArgument;
+        texts.append(QLatin1Char('"') + Output::printable(text.left(s_shownArgument))
                      + (isLong ? QStringLiteral("…\"") : QStringLiteral("\"")));
     }
     return QStringLiteral("last API call: %1(%2)")

@@ -1,5 +1,6 @@
 #include "TestReport.h"
 
+#include "configscript/JsonReport.h"
 #include "configscript/Output.h"
 #include "filehost/Project.h"
 #include "runner/LineDiff.h"
@@ -15,32 +16,22 @@ namespace {
 
 using Style = Output::Style;
 
-constexpr int s_shownLines = 200; ///< of each side of a difference
-constexpr int s_shownText = 1000; ///< characters of a line
-
-double milliseconds(std::chrono::nanoseconds duration)
-{
-    return std::chrono::duration<double, std::milli>(duration).count();
-}
-
-QString millisecondsText(std::chrono::nanoseconds duration)
-{
-    return QString::number(milliseconds(duration), 'f', 1) + QStringLiteral(" ms");
-}
+constexpr int s_linesOfADifference = 200; ///< of each side
 
 QString secondsText(std::chrono::nanoseconds duration)
 {
-    return QString::number(milliseconds(duration) / 1000, 'f', 4);
+    return QString::number(std::chrono::duration<double>(duration).count(), 'f', 4);
 }
 
 /// The first of many lines, and how many there are besides.
 QByteArray limited(const QList<QByteArray> &lines)
 {
-    if (lines.size() <= s_shownLines) {
+    if (lines.size() <= s_linesOfADifference) {
         return lines.join('\n') + '\n';
     }
-    return lines.mid(0, s_shownLines).join('\n') + "\n("
-        + QByteArray::number(lines.size() - s_shownLines) + " lines more; --json shows them)\n";
+    return lines.mid(0, s_linesOfADifference).join('\n') + "\n("
+        + QByteArray::number(lines.size() - s_linesOfADifference)
+        + " lines more; --json shows them)\n";
 }
 
 /// What was expected and what was found, line by line.
@@ -48,7 +39,7 @@ QStringList differenceOf(const ScriptTestRun::Step &step)
 {
     QList<QByteArray> oldLines = StepOutcome::toLines(step.expected);
     QList<QByteArray> newLines = StepOutcome::toLines(step.found);
-    if (std::max(oldLines.size(), newLines.size()) > s_shownLines) {
+    if (std::max(oldLines.size(), newLines.size()) > s_linesOfADifference) {
         const auto ends =
             std::mismatch(oldLines.cbegin(), oldLines.cend(), newLines.cbegin(), newLines.cend());
         const int equal = int(ends.first - oldLines.cbegin());
@@ -59,9 +50,7 @@ QStringList differenceOf(const ScriptTestRun::Step &step)
                                     QStringLiteral("expected"), QStringLiteral("found"))
                             .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (QString &line : lines) {
-        const int size = line.size();
-        line = Output::printable(line.left(s_shownText))
-            + (size > s_shownText ? QStringLiteral("… (%1 characters)").arg(size) : QString());
+        line = Output::shortened(line);
     }
     return lines;
 }
@@ -120,7 +109,7 @@ void TestReport::print(const Test &test, Output &output)
         output.line(state + QStringLiteral("  ") + file + QStringLiteral("  ")
                     + Output::counted(test.steps.size(), QStringLiteral("step"))
                     + QStringLiteral(", ")
-                    + output.styled(Style::Dim, millisecondsText(test.result.duration)));
+                    + output.styled(Style::Dim, Output::milliseconds(test.result.duration)));
         return;
     }
     output.line(output.styled(Style::Bad, QStringLiteral("FAILED ")) + QStringLiteral("  ") + file
@@ -155,7 +144,7 @@ void TestReport::printSummary(Output &output) const
     output.line();
     output.line(Output::counted(m_tests.size(), QStringLiteral("test")) + QStringLiteral(", ")
                 + (failed > 0 ? output.styled(Style::Bad, text) : text) + QStringLiteral("; ")
-                + millisecondsText(m_duration));
+                + Output::milliseconds(m_duration));
 }
 
 QJsonObject TestReport::toJson() const
@@ -172,12 +161,13 @@ QJsonObject TestReport::toJson() const
                 {QStringLiteral("expected"), QJsonObject::fromVariantMap(step.expected)},
                 {QStringLiteral("found"), QJsonObject::fromVariantMap(step.found)}});
         }
-        QJsonObject object{{QStringLiteral("file"), test.file},
-                           {QStringLiteral("description"), test.description},
-                           {QStringLiteral("succeeded"), test.hasPassed()},
-                           {QStringLiteral("updated"), test.isUpdated},
-                           {QStringLiteral("milliseconds"), milliseconds(test.result.duration)},
-                           {QStringLiteral("steps"), steps}};
+        QJsonObject object{
+            {QStringLiteral("file"), test.file},
+            {QStringLiteral("description"), test.description},
+            {QStringLiteral("succeeded"), test.hasPassed()},
+            {QStringLiteral("updated"), test.isUpdated},
+            {QStringLiteral("milliseconds"), JsonReport::milliseconds(test.result.duration)},
+            {QStringLiteral("steps"), steps}};
         if (!test.result.error.message.isEmpty()) {
             object.insert(QStringLiteral("error"), test.result.error.toString());
         }
@@ -189,7 +179,7 @@ QJsonObject TestReport::toJson() const
             {QStringLiteral("summary"),
              QJsonObject{{QStringLiteral("tests"), m_tests.size()},
                          {QStringLiteral("failed"), failedTests()},
-                         {QStringLiteral("milliseconds"), milliseconds(m_duration)}}}};
+                         {QStringLiteral("milliseconds"), JsonReport::milliseconds(m_duration)}}}};
 }
 
 QByteArray TestReport::toJUnit() const

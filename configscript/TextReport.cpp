@@ -9,26 +9,12 @@ namespace {
 
 using Style = Output::Style;
 
-constexpr int s_shownText = 1000; ///< characters
-constexpr int s_shownLines = 100; ///< of each kind, for each run
-
-/// A text of a script, which may be of any length.
-QString shown(const QString &text)
-{
-    return text.size() <= s_shownText ? Output::printable(text)
-                                      : Output::printable(text.left(s_shownText))
-            + QStringLiteral("… (%1 characters)").arg(text.size());
-}
+constexpr int s_linesOfAKind = 100; ///< for each run
 
 QString valueText(const QVariant &value)
 {
-    return shown(QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced)));
-}
-
-QString milliseconds(std::chrono::nanoseconds duration)
-{
-    return QString::number(std::chrono::duration<double, std::milli>(duration).count(), 'f', 1)
-        + QStringLiteral(" ms");
+    return Output::shortened(
+        QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced)));
 }
 
 QString place(const QString &file, int line)
@@ -151,17 +137,17 @@ void TextReport::printHeading(const ScriptRun &run, const QString &text)
     const QString state = run.succeeded ? m_output.styled(Style::Good, QStringLiteral("ok     "))
                                         : m_output.styled(Style::Bad, QStringLiteral("FAILED "));
     m_output.line(state + QStringLiteral("  ") + text + QStringLiteral("  ")
-                  + m_output.styled(Style::Dim, milliseconds(run.duration)));
+                  + m_output.styled(Style::Dim, Output::milliseconds(run.duration)));
 }
 
 /// Prints the first of a script's many lines, and how many there are besides.
 template <typename List, typename Print>
 void TextReport::printSome(const List &list, const QString &noun, Print print)
 {
-    std::for_each(list.cbegin(), list.cbegin() + std::min(list.size(), s_shownLines), print);
-    if (list.size() > s_shownLines) {
+    std::for_each(list.cbegin(), list.cbegin() + std::min(list.size(), s_linesOfAKind), print);
+    if (list.size() > s_linesOfAKind) {
         m_output.line(QString(9, QLatin1Char(' '))
-                      + Output::counted(list.size() - s_shownLines, noun)
+                      + Output::counted(list.size() - s_linesOfAKind, noun)
                       + QStringLiteral(" more; --json shows them"));
     }
 }
@@ -171,7 +157,8 @@ void TextReport::printDetails(const ScriptRun &run)
     const QString indentation(9, QLatin1Char(' '));
     for (const ScriptException &exception : run.exceptions) {
         m_output.line(indentation + place(run.scriptOf(exception.isOfFunction), exception.line)
-                      + QLatin1Char(' ') + m_output.styled(Style::Bad, shown(exception.text)));
+                      + QLatin1Char(' ')
+                      + m_output.styled(Style::Bad, Output::shortened(exception.text)));
     }
     if (!run.ranInstead.isEmpty()) {
         m_output.line(indentation
@@ -192,7 +179,8 @@ void TextReport::printDetails(const ScriptRun &run)
     printSome(warnings, QStringLiteral("warning"), [&](const QString &text) {
         const int count = times.value(text);
         m_output.line(indentation + run.scriptOf(true) + QStringLiteral(": ")
-                      + m_output.styled(Style::Warning, QStringLiteral("warning: ")) + shown(text)
+                      + m_output.styled(Style::Warning, QStringLiteral("warning: "))
+                      + Output::shortened(text)
                       + (count > 1 ? QStringLiteral(" (%1 times)").arg(count) : QString()));
     });
     printSome(run.console, QStringLiteral("console message"), [&](const ConsoleMessage &message) {
@@ -202,7 +190,7 @@ void TextReport::printDetails(const ScriptRun &run)
             ? m_output.styled(Style::Bad, QStringLiteral("error: "))
             : QString();
         m_output.line(indentation + place(run.scriptOf(message.isOfFunction), message.line)
-                      + QLatin1Char(' ') + level + shown(message.text));
+                      + QLatin1Char(' ') + level + Output::shortened(message.text));
     });
     printSome(run.errors, QStringLiteral("reported error"),
               [&](const JavaScriptApi::ErrorMessage &error) {
@@ -221,9 +209,10 @@ void TextReport::printDetails(const ScriptRun &run)
 QString TextReport::errorText(const JavaScriptApi::ErrorMessage &error) const
 {
     const QString text = m_texts.value(error.errorLabelTextId);
-    return shown((error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
-                 + (text.isEmpty() ? QString() : text + QLatin1Char(' ')) + QLatin1Char('[')
-                 + error.errorLabelTextId + QLatin1Char(']'))
+    return Output::shortened(
+               (error.relUrl.isEmpty() ? QString() : error.relUrl + QStringLiteral(": "))
+               + (text.isEmpty() ? QString() : text + QLatin1Char(' ')) + QLatin1Char('[')
+               + error.errorLabelTextId + QLatin1Char(']'))
         + (error.value.isValid()
                ? QStringLiteral(" value ") + valueText(JsonValue::normalized(error.value))
                : QString());
@@ -287,5 +276,5 @@ void TextReport::printSummary(const RunReport &report, bool isDryRun)
         + QStringLiteral("; ") + Output::counted(report.storedTrees(), QStringLiteral("file"))
         + (isDryRun ? QStringLiteral(" would change, ") : QStringLiteral(" changed, "))
         + Output::counted(report.changedValues(), QStringLiteral("value")) + QStringLiteral("; ")
-        + milliseconds(report.duration));
+        + Output::milliseconds(report.duration));
 }
