@@ -2,6 +2,7 @@
 
 #include "editor/ScriptWorker.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace {
@@ -17,6 +18,8 @@ Workspace::Workspace(const Project &project)
     m_settling.setSingleShot(true);
     m_settling.setInterval(s_settlingTime);
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, &m_settling, qOverload<>(&QTimer::start));
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, &m_settling,
+            qOverload<>(&QTimer::start));
     connect(&m_settling, &QTimer::timeout, this, &Workspace::refreshAll);
     const ScriptWorker &worker = m_scripts.worker();
     connect(&worker, &ScriptWorker::projectRead, this, &Workspace::takeProject);
@@ -127,7 +130,7 @@ void Workspace::takeOpened(const InstanceReport &report)
     if (!opened) {
         return; // left meanwhile
     }
-    if (!report.error.isEmpty()) {
+    if (!report.error.isEmpty() && report.error != opened->problem()) {
         m_messages.add(report.instance, report.error, QtCriticalMsg);
     }
     m_messages.add(report.onOpen);
@@ -238,10 +241,14 @@ void Workspace::takeTest(const RecordingReport &report)
 
 void Workspace::watch(const Document &document)
 {
-    // A file that was replaced is another one: it has to be named anew.
+    // A file that was replaced is another one: it has to be named anew. One that is missing may
+    // appear in its folder.
     for (const QString &path : {document.treePath(), document.scriptPath()}) {
-        if (QFileInfo::exists(path)) {
+        const QFileInfo file(path);
+        if (file.exists()) {
             m_watcher.addPath(path);
+        } else if (file.dir().exists() && !path.isEmpty()) {
+            m_watcher.addPath(file.path());
         }
     }
 }

@@ -133,6 +133,8 @@ private Q_SLOTS:
     void goesOnWithManyLinesWhereTheLineWasLeft();
     void stopsAScriptThatDoesNotEnd();
     void readsAScriptThatChangedOnTheDiskAndKeepsTheEdits();
+    void readsAFileThatAppears_data();
+    void readsAFileThatAppears();
     void neverOverwritesAFileThatAnotherProgramChanged();
     void showsWhereABrokenTreeIsWrong();
     void showsWhyAnInstanceCannotBeUsed_data();
@@ -423,6 +425,36 @@ void EditingTest::readsAScriptThatChangedOnTheDiskAndKeepsTheEdits()
                            "function onOpen() {}\n");
     QTRY_VERIFY(session.document().problem().isEmpty());
     QCOMPARE(session.shown(s_ratedPower, NodeModel::ValueColumn), QStringLiteral("15"));
+}
+
+void EditingTest::readsAFileThatAppears_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("problem");
+    QTest::newRow("script") << QStringLiteral("pump-station/scripts/pump.js")
+                            << QStringLiteral("scripts/pump.js: no such file");
+    QTest::newRow("tree") << s_pumpFile << QStringLiteral("no instance \"line1/pump1\"");
+}
+
+void EditingTest::readsAFileThatAppears()
+{
+    QFETCH(const QString, file);
+    QFETCH(const QString, problem);
+    EditorSession session;
+    const QByteArray text = session.folder().files().value(file);
+    session.folder().remove(file);
+    QVERIFY(session.open(s_pump));
+    QCOMPARE(session.document().problem(), problem);
+    const MessagesModel &messages = session.window().workspace().messages();
+    QCOMPARE(messages.rowCount(), 1);
+
+    const QString folder = file.left(file.lastIndexOf(QLatin1Char('/')) + 1);
+    session.folder().write(folder + QStringLiteral("other.txt"), "");
+    QTest::qWait(500);
+    QVERIFY(session.settle());
+    QCOMPARE(messages.rowCount(), 1); // what is still wrong is not told again
+    session.folder().write(file, text);
+    QTRY_COMPARE(session.document().problem(), QString());
 }
 
 void EditingTest::neverOverwritesAFileThatAnotherProgramChanged()
