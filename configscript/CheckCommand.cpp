@@ -7,9 +7,9 @@
 #include "configscript/ProjectArgument.h"
 #include "configscript/ScriptWatchdog.h"
 #include "filehost/Manifest.h"
-#include "runner/OrderCheck.h"
-#include "runner/OrderTrials.h"
 #include "runner/ProjectCheck.h"
+#include "runner/order/OrderCheck.h"
+#include "runner/order/OrderTrials.h"
 
 #include <QJsonObject>
 

@@ -7,7 +7,7 @@
 #include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
 #include "filehost/FileTreeNode.h"
-#include "runner/DataFlow.h"
+#include "runner/flow/DataFlow.h"
 
 #include <QJsonObject>
 

@@ -2,7 +2,7 @@
 
 #include "configscript/Command.h"
 #include "configscript/ScriptLimits.h"
-#include "runner/PropertyUrls.h"
+#include "runner/flow/PropertyUrls.h"
 
 #include <QVariant>
 #include <QVector>

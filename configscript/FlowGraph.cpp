@@ -2,8 +2,8 @@
 
 #include "filehost/Project.h"
 #include "host/SelectorUrlHandler.h"
-#include "runner/DataFlow.h"
-#include "runner/PropertyUrls.h"
+#include "runner/flow/DataFlow.h"
+#include "runner/flow/PropertyUrls.h"
 
 #include <QHash>
 #include <QJsonArray>

@@ -1,6 +1,6 @@
 #include "FlowJson.h"
 
-#include "runner/PropertyUrls.h"
+#include "runner/flow/PropertyUrls.h"
 
 #include <QJsonArray>
 #include <QSet>

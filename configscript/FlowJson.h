@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runner/DataFlow.h"
+#include "runner/flow/DataFlow.h"
 
 #include <QJsonObject>
 #include <QVector>

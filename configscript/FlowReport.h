@@ -1,8 +1,8 @@
 #pragma once
 
 #include "configscript/Output.h"
-#include "runner/DataFlow.h"
-#include "runner/PropertyUrls.h"
+#include "runner/flow/DataFlow.h"
+#include "runner/flow/PropertyUrls.h"
 
 #include <QSet>
 #include <QVector>

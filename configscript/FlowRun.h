@@ -1,8 +1,8 @@
 #pragma once
 
 #include "configscript/Output.h"
-#include "runner/DataFlow.h"
 #include "runner/RunReport.h"
+#include "runner/flow/DataFlow.h"
 
 #include <chrono>
 #include <memory>

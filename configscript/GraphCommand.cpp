@@ -6,8 +6,8 @@
 #include "configscript/Graphviz.h"
 #include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
-#include "runner/DataFlow.h"
-#include "runner/PropertyUrls.h"
+#include "runner/flow/DataFlow.h"
+#include "runner/flow/PropertyUrls.h"
 
 GraphCommand::GraphCommand(CLI::App &program)
     : Command(program, "graph", "Draw which instances the dependency scripts read and write")

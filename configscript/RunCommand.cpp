@@ -9,7 +9,7 @@
 #include "filehost/JsonText.h"
 #include "filehost/TextFile.h"
 #include "runner/ScriptProbe.h"
-#include "runner/ScriptTestRecorder.h"
+#include "runner/test/ScriptTestRecorder.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

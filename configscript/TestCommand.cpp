@@ -7,8 +7,8 @@
 #include "filehost/TextFile.h"
 #include "filehost/Walls.h"
 #include "runner/ScratchCopy.h"
-#include "runner/ScriptTest.h"
-#include "runner/ScriptTestRun.h"
+#include "runner/test/ScriptTest.h"
+#include "runner/test/ScriptTestRun.h"
 
 #include <QRegularExpression>
 

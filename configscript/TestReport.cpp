@@ -4,7 +4,7 @@
 #include "configscript/Output.h"
 #include "filehost/Project.h"
 #include "runner/LineDiff.h"
-#include "runner/StepOutcome.h"
+#include "runner/test/StepOutcome.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runner/ScriptTestRun.h"
+#include "runner/test/ScriptTestRun.h"
 
 #include <QByteArray>
 #include <QJsonObject>

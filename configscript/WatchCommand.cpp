@@ -7,8 +7,8 @@
 #include "configscript/Termination.h"
 #include "configscript/WatchReport.h"
 #include "host/PropertyManagerConst.h"
-#include "runner/ProjectRounds.h"
-#include "runner/ProjectWatcher.h"
+#include "runner/watch/ProjectRounds.h"
+#include "runner/watch/ProjectWatcher.h"
 
 #include <QEventLoop>
 #include <QFileInfo>

@@ -3,10 +3,10 @@
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
 #include "runner/ScratchCopy.h"
-#include "runner/ScriptTest.h"
-#include "runner/ScriptTestRecorder.h"
-#include "runner/ScriptTestRun.h"
-#include "runner/StepOutcome.h"
+#include "runner/test/ScriptTest.h"
+#include "runner/test/ScriptTestRecorder.h"
+#include "runner/test/ScriptTestRun.h"
+#include "runner/test/StepOutcome.h"
 
 #include <algorithm>
 

@@ -7,8 +7,8 @@
 #include "editor/ScriptStopper.h"
 #include "runner/EventRun.h"
 #include "runner/ScratchCopy.h"
-#include "runner/ScriptTestRecorder.h"
-#include "runner/ScriptTestRun.h"
+#include "runner/test/ScriptTestRecorder.h"
+#include "runner/test/ScriptTestRun.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>

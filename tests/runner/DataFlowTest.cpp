@@ -1,4 +1,4 @@
-#include "runner/DataFlow.h"
+#include "runner/flow/DataFlow.h"
 #include "support/StrictTest.h"
 
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "runner/JsonLines.h"
+#include "runner/test/JsonLines.h"
 #include "filehost/JsonText.h"
 #include "support/StrictTest.h"
 

@@ -1,5 +1,5 @@
 #include "configscript/ScratchFolder.h"
-#include "runner/OrderCheck.h"
+#include "runner/order/OrderCheck.h"
 #include "support/StrictTest.h"
 
 #include <QTest>

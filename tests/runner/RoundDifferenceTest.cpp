@@ -1,4 +1,4 @@
-#include "runner/RoundDifference.h"
+#include "runner/watch/RoundDifference.h"
 #include "support/StrictTest.h"
 
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "runner/ScriptTest.h"
+#include "runner/test/ScriptTest.h"
 #include "configscript/ScratchFolder.h"
 #include "filehost/JsonValue.h"
 #include "support/StrictTest.h"

@@ -1,4 +1,4 @@
-#include "runner/TouchedInstances.h"
+#include "runner/watch/TouchedInstances.h"
 
 #include "configscript/ScratchFolder.h"
 #include "filehost/Manifest.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runner/ProjectWatcher.h"
-#include "runner/RoundDifference.h"
+#include "runner/watch/ProjectWatcher.h"
+#include "runner/watch/RoundDifference.h"
 
 #include <QStringList>
 #include <QVector>

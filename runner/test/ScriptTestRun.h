@@ -2,7 +2,7 @@
 
 #include "filehost/Diagnostic.h"
 #include "filehost/HostSession.h"
-#include "runner/ScriptTest.h"
+#include "runner/test/ScriptTest.h"
 
 #include <QVariant>
 #include <QVector>

@@ -2,8 +2,8 @@
 
 #include "filehost/HostSession.h"
 #include "filehost/Project.h"
-#include "runner/ProjectWatcher.h"
-#include "runner/RoundDifference.h"
+#include "runner/watch/ProjectWatcher.h"
+#include "runner/watch/RoundDifference.h"
 
 #include <QSet>
 #include <QVector>

@@ -9,8 +9,8 @@
 #include "runner/DependencyRun.h"
 #include "runner/EventRun.h"
 #include "runner/ScratchCopy.h"
-#include "runner/StepOutcome.h"
 #include "runner/TreeUrls.h"
+#include "runner/test/StepOutcome.h"
 
 #include <QFile>
 

@@ -4,9 +4,9 @@
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
 #include "filehost/Walls.h"
-#include "runner/JsonLines.h"
 #include "runner/ScriptProbe.h"
-#include "runner/StepOutcome.h"
+#include "runner/test/JsonLines.h"
+#include "runner/test/StepOutcome.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -1,7 +1,7 @@
 #include "ScriptTestRecorder.h"
 
-#include "runner/ScriptTest.h"
-#include "runner/StepOutcome.h"
+#include "runner/test/ScriptTest.h"
+#include "runner/test/StepOutcome.h"
 
 #include <QFileInfo>
 

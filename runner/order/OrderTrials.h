@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runner/OrderCheck.h"
 #include "runner/RunRecorder.h"
+#include "runner/order/OrderCheck.h"
 
 #include <QByteArray>
 #include <QMap>

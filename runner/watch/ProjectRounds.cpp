@@ -3,8 +3,8 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "runner/ProjectCheck.h"
-#include "runner/SeparateRuns.h"
-#include "runner/TouchedInstances.h"
+#include "runner/watch/SeparateRuns.h"
+#include "runner/watch/TouchedInstances.h"
 
 #include <algorithm>
 #include <iterator>

@@ -4,8 +4,8 @@
 #include "filehost/Project.h"
 #include "host/SelectorUrlHandler.h"
 #include "runner/EventRun.h"
-#include "runner/JsonLines.h"
 #include "runner/TreeUrls.h"
+#include "runner/test/JsonLines.h"
 
 #include <QSet>
 
