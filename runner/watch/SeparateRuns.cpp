@@ -48,15 +48,16 @@ QString SeparateRuns::scriptOf(const QString &instance) const
 /// Whether a script can run; what is wrong with the instance that names it is known already.
 bool SeparateRuns::isSound(const QString &script, const QString &instance)
 {
-    auto known = m_isSound.constFind(script);
-    if (known == m_isSound.cend()) {
-        const QVector<Finding> findings =
-            ProjectCheck(m_project, m_guard).checkInstances(m_manifest, {instance});
-        // Entries of the manifest that name no instance keep no other one from running.
-        known = m_isSound.insert(
-            script, std::all_of(findings.begin(), findings.end(), [](const Finding &finding) {
-                return finding.name == QLatin1String("manifest-entry");
-            }));
+    const auto known = m_isSound.constFind(script);
+    if (known != m_isSound.cend()) {
+        return *known;
     }
-    return *known;
+    const QVector<Finding> findings =
+        ProjectCheck(m_project, m_guard).checkInstances(m_manifest, {instance});
+    // Entries of the manifest that name no instance keep no other one from running.
+    const bool isSound = std::all_of(findings.begin(), findings.end(), [](const Finding &finding) {
+        return finding.name == QLatin1String("manifest-entry");
+    });
+    m_isSound.insert(script, isSound);
+    return isSound;
 }
