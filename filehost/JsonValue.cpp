@@ -139,6 +139,29 @@ bool areMapsEqual(const QVariantMap &left, const QVariantMap &right)
     return true;
 }
 
+/// The escape sequence of a character that cannot stand for itself in a JSON string.
+QByteArray escaped(QChar character)
+{
+    switch (character.unicode()) {
+    case '"':
+        return QByteArrayLiteral("\\\"");
+    case '\\':
+        return QByteArrayLiteral("\\\\");
+    case '\b':
+        return QByteArrayLiteral("\\b");
+    case '\f':
+        return QByteArrayLiteral("\\f");
+    case '\n':
+        return QByteArrayLiteral("\\n");
+    case '\r':
+        return QByteArrayLiteral("\\r");
+    case '\t':
+        return QByteArrayLiteral("\\t");
+    default: // a control, or a surrogate on its own, which has no UTF-8 form
+        return "\\u" + QByteArray::number(character.unicode(), 16).rightJustified(4, '0');
+    }
+}
+
 } // namespace
 
 QVariant normalized(const QVariant &value)
@@ -255,45 +278,22 @@ QByteArray toText(const QVariant &value, Layout layout)
 QByteArray toText(const QString &string)
 {
     QByteArray text("\"");
+    int begin = 0; // of what stands for itself and is not in the text yet
     for (int i = 0; i < string.size(); ++i) {
         const QChar character = string.at(i);
-        const bool isPair = character.isHighSurrogate() && i + 1 < string.size()
-            && string.at(i + 1).isLowSurrogate();
-        switch (character.unicode()) {
-        case '"':
-            text += "\\\"";
-            break;
-        case '\\':
-            text += "\\\\";
-            break;
-        case '\b':
-            text += "\\b";
-            break;
-        case '\f':
-            text += "\\f";
-            break;
-        case '\n':
-            text += "\\n";
-            break;
-        case '\r':
-            text += "\\r";
-            break;
-        case '\t':
-            text += "\\t";
-            break;
-        default:
-            if (isPair) {
-                text += string.midRef(i, 2).toUtf8();
-                ++i;
-            } else if (character.unicode() < 0x20 || character.isSurrogate()) {
-                // A surrogate on its own has no UTF-8 form.
-                text += "\\u" + QByteArray::number(character.unicode(), 16).rightJustified(4, '0');
-            } else {
-                text += QStringRef(&string, i, 1).toUtf8();
-            }
+        if (character >= QLatin1Char(' ') && character != QLatin1Char('"')
+            && character != QLatin1Char('\\') && !character.isSurrogate()) {
+            continue;
         }
+        if (character.isHighSurrogate() && i + 1 < string.size()
+            && string.at(i + 1).isLowSurrogate()) {
+            ++i;
+            continue;
+        }
+        text += string.midRef(begin, i - begin).toUtf8() + escaped(character);
+        begin = i + 1;
     }
-    return text + '"';
+    return text + string.midRef(begin).toUtf8() + '"';
 }
 
 } // namespace JsonValue

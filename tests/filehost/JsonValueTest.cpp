@@ -236,6 +236,11 @@ private Q_SLOTS:
         QTest::newRow("beyond ASCII") << QStringLiteral("\u00fc\u6cf5\U0001F6B0\u2028\ufeff")
                                       << QByteArray("\"\xc3\xbc\xe6\xb3\xb5\xf0\x9f\x9a\xb0\xe2\x80"
                                                     "\xa8\xef\xbb\xbf\"");
+        QTest::newRow("between plain characters")
+            << QStringLiteral("\ufeffab\n\ufeffc\"d\U0001F6B0\\")
+            << QByteArray("\"\xef\xbb\xbf"
+                          "ab\\n\xef\xbb\xbf"
+                          "c\\\"d\xf0\x9f\x9a\xb0\\\\\"");
         QTest::newRow("high surrogate alone")
             << QString(QChar(0xd83d)) + s_a << QByteArray("\"\\ud83da\"");
         QTest::newRow("high surrogate last") << QString(QChar(0xd83d)) << QByteArray("\"\\ud83d\"");
