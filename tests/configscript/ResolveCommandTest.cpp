@@ -332,12 +332,13 @@ void ResolveCommandTest::showsProgressOnATerminal()
 
     program.runInTerminal();
     ProgramRun run = program.run(resolve(QStringLiteral("plant --no-color")));
-    run.output.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    COMPARE_RUN(run, 0,
-                QStringLiteral("\r\033[KRunning script 1 of 2\r\033[KRunning script 2 of 2"
-                               "\r\033[K")
-                    + report,
-                QString());
+    // A slow machine tells of the check, too.
+    const QStringList told = run.output.split(QStringLiteral("\r\033[K"));
+    QCOMPARE(told.filter(QStringLiteral("Running script")),
+             QStringList({QStringLiteral("Running script 1 of 2"),
+                          QStringLiteral("Running script 2 of 2")}));
+    run.output = run.outputWithoutProgress().replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    COMPARE_RUN(run, 0, report, QString());
 }
 
 QTEST_GUILESS_MAIN(ResolveCommandTest)
