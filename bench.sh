@@ -39,7 +39,7 @@ for group in "${groups[@]}"; do
         process)
             echo "In a process" >&2
             if [ ${#quick[@]} -eq 0 ]; then
-                effort=(--benchmark_min_time=0.1 --benchmark_repetitions=11)
+                effort=(--benchmark_min_time=0.03 --benchmark_repetitions=41)
             else
                 effort=(--benchmark_min_time=0.02 --benchmark_repetitions=5)
             fi
