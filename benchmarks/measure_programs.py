@@ -88,7 +88,7 @@ def measure_resolve(programs, folder, commands, count, round_count, seconds):
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     # Where many files were deleted within the last minutes, ext4 searches long for a place for new
-    # ones, which no single run of a user meets. So nothing is deleted before the end, and ext4 is
+    # ones, which a user's single run seldom meets. So nothing is deleted before the end, and ext4 is
     # asked to keep what is in this folder far from each other.
     subprocess.run(["chattr", "+T", folder], stderr=subprocess.DEVNULL)
     subprocess.run([programs / "ProjectGenerator", pristine, str(count)], check=True)

@@ -2,6 +2,7 @@
 #include "configscript/ProgramRun.h"
 #include "configscript/ScratchFolder.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -332,13 +333,14 @@ void ResolveCommandTest::showsProgressOnATerminal()
 
     program.runInTerminal();
     ProgramRun run = program.run(resolve(QStringLiteral("plant --no-color")));
-    // A slow machine tells of the check, too.
-    const QStringList told = run.output.split(QStringLiteral("\r\033[K"));
-    QCOMPARE(told.filter(QStringLiteral("Running script")),
-             QStringList({QStringLiteral("Running script 1 of 2"),
-                          QStringLiteral("Running script 2 of 2")}));
-    run.output = run.outputWithoutProgress().replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    COMPARE_RUN(run, 0, report, QString());
+    run.output.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    // On a slow machine reading takes long enough to be told of, too.
+    run.output.remove(QRegularExpression(QStringLiteral("\r\033\\[KReading instance [12]")));
+    COMPARE_RUN(run, 0,
+                QStringLiteral("\r\033[KRunning script 1 of 2\r\033[KRunning script 2 of 2"
+                               "\r\033[K")
+                    + report,
+                QString());
 }
 
 QTEST_GUILESS_MAIN(ResolveCommandTest)
