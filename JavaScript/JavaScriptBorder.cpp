@@ -1,50 +1,25 @@
 #include "JavaScriptBorder.h"
 
+#include "JavaScript/JavaScriptArgumentReader.h"
+#include "JavaScript/JavaScriptRun.h"
 #include "JavaScript/JavaScriptRunObserver.h"
 
 #include <QJSEngine>
-#include <QJSValue>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMetaMethod>
+#include <QScopeGuard>
 #include <QVarLengthArray>
 #include <QVariant>
 
 #include <algorithm>
+#include <exception>
 
 namespace {
 
-/// A script's value without any tie to the engine or to the API object.
-QVariant toHostValue(const QVariant &value)
-{
-    switch (value.userType()) {
-    case QMetaType::QVariantMap: {
-        QVariantMap map = value.toMap();
-        for (QVariant &member : map) {
-            member = toHostValue(member);
-        }
-        return map;
-    }
-    case QMetaType::QStringList: // where a string list of the host comes back
-    case QMetaType::QVariantList: {
-        auto list = value.value<QVariantList>();
-        for (QVariant &element : list) {
-            element = toHostValue(element);
-        }
-        return list;
-    }
-    case QMetaType::QObjectStar:
-        return QVariant();
-    default:
-        return value.userType() == qMetaTypeId<QJSValue>()
-            ? toHostValue(value.value<QJSValue>().toVariant())
-            : value;
-    }
-}
-
-/// Whether a value of the most frequent kinds has no tie to the engine.
-bool isHostValue(const QVariant &value)
+/// Whether a value is of the most frequent kinds, which hosts know as the engine passes them.
+bool isPlain(const QVariant &value)
 {
     switch (value.userType()) {
     case QMetaType::Bool:
@@ -69,23 +44,6 @@ QVariant toScriptValue(const QJsonDocument &document)
     return QVariant::fromValue(nullptr);
 }
 
-/// Whether reading a script's value threw an exception, which then goes on behind the call.
-bool throwsAgain(QJSEngine &engine)
-{
-    // To read a property is the one way to learn of an exception in progress, and ends it.
-    const QJSValue exception = engine.newObject().property(QStringLiteral("exception"));
-    if (exception.isUndefined()) {
-        return false;
-    }
-    if (exception.isError()) {
-        engine.throwError(exception.errorType(),
-                          exception.property(QStringLiteral("message")).toString());
-    } else {
-        engine.throwError(exception.toString());
-    }
-    return true;
-}
-
 } // namespace
 
 JavaScriptBorder::JavaScriptBorder(QObject *parent)
@@ -93,58 +51,84 @@ JavaScriptBorder::JavaScriptBorder(QObject *parent)
 {
 }
 
+JavaScriptBorder::~JavaScriptBorder() = default;
+
 int JavaScriptBorder::qt_metacall(QMetaObject::Call call, int id, void **arguments)
 {
     const int remainingId = QObject::qt_metacall(call, id, arguments);
-    if (remainingId < 0 || call != QMetaObject::InvokeMetaMethod) {
+    const bool isCallOfScript =
+        remainingId >= 0 && call == QMetaObject::InvokeMetaMethod && m_run && !m_run->isInCall();
+    if (!isCallOfScript) {
         return remainingId;
     }
-
-    if (m_isInterrupted.load(std::memory_order_relaxed)) {
-        return -1;
+#ifdef QT_NO_EXCEPTIONS
+    callFromScript(method(id), arguments);
+#else
+    // The engine is not made to be left by an exception.
+    try {
+        callFromScript(method(id), arguments);
+    } catch (const std::exception &exception) {
+        m_run->engine().throwError(QString::fromLocal8Bit(exception.what()));
+    } catch (...) {
+        m_run->engine().throwError(QStringLiteral("The host has thrown an exception"));
     }
-    const Method &method = this->method(id);
-    if (m_runObserver) {
+#endif
+    return -1;
+}
+
+void JavaScriptBorder::callFromScript(const Method &method, void **arguments)
+{
+    JavaScriptRun &run = *m_run;
+    if (run.engine().isInterrupted()) {
+        run.loseCall();
+        return;
+    }
+    if (run.observer()) {
         reportCall(method, arguments);
     }
-    const bool areHostValues =
+    const bool arePlain =
         std::all_of(method.values.cbegin(), method.values.cend(), [arguments](int i) {
-            return isHostValue(*static_cast<const QVariant *>(arguments[i]));
+            return isPlain(*static_cast<const QVariant *>(arguments[i]));
         });
-    if (areHostValues) {
-        method.owner->d.static_metacall(this, call, method.ownIndex, arguments);
-    } else {
-        QVarLengthArray<void *, 8> hostArguments(method.parameterCount + 1);
-        std::copy_n(arguments, hostArguments.size(), hostArguments.begin());
-        QVarLengthArray<QVariant, 2> hostValues(method.values.size());
-        for (int i = 0; i < method.values.size(); ++i) {
-            void *&argument = hostArguments[method.values.at(i)];
-            hostValues[i] = toHostValue(*static_cast<const QVariant *>(argument));
-            argument = &hostValues[i];
-        }
-        if (m_isInterrupted.load(std::memory_order_relaxed) || throwsAgain(*qjsEngine(this))) {
-            return -1;
-        }
-        method.owner->d.static_metacall(this, call, method.ownIndex, hostArguments.data());
+    if (arePlain) {
+        carryOut(method, arguments);
+        return;
     }
 
+    QVarLengthArray<void *, 8> hostArguments(method.parameterCount + 1);
+    std::copy_n(arguments, hostArguments.size(), hostArguments.begin());
+    QVarLengthArray<QVariant, 2> hostValues(method.values.size());
+    auto result = JavaScriptArgumentReader::Result::Read;
+    for (int i = 0; i < method.values.size(); ++i) {
+        void *&argument = hostArguments[method.values.at(i)];
+        hostValues[i] = *static_cast<const QVariant *>(argument);
+        argument = &hostValues[i];
+        if (result == JavaScriptArgumentReader::Result::Read) {
+            result = run.reader().read(hostValues[i]);
+        }
+    }
+    if (result == JavaScriptArgumentReader::Result::Stopped || run.engine().isInterrupted()) {
+        run.loseCall();
+    } else if (result == JavaScriptArgumentReader::Result::Read) {
+        carryOut(method, hostArguments.data());
+    }
+}
+
+void JavaScriptBorder::carryOut(const Method &method, void **arguments)
+{
+    {
+        JavaScriptRun &run = *m_run;
+        run.setInCall(true);
+        const auto callEnds = qScopeGuard([&run] { run.setInCall(false); });
+        method.owner->d.static_metacall(this, QMetaObject::InvokeMetaMethod, method.ownIndex,
+                                        arguments);
+    }
     if (arguments[0] && method.returnsValue) {
         auto *result = static_cast<QVariant *>(arguments[0]);
         if (result->userType() == QMetaType::QJsonDocument) {
             *result = toScriptValue(result->toJsonDocument());
         }
     }
-    return -1;
-}
-
-void JavaScriptBorder::setRunObserver(JavaScriptRunObserver *observer)
-{
-    m_runObserver = observer;
-}
-
-void JavaScriptBorder::setInterrupted(bool interrupted)
-{
-    m_isInterrupted.store(interrupted, std::memory_order_relaxed);
 }
 
 void JavaScriptBorder::reportCall(const Method &method, void **arguments)
@@ -153,7 +137,7 @@ void JavaScriptBorder::reportCall(const Method &method, void **arguments)
     for (const int i : method.texts) {
         texts.append(*static_cast<const QString *>(arguments[i]));
     }
-    m_runObserver->apiCalled(method.name, texts);
+    m_run->observer()->apiCalled(method.name, texts);
 }
 
 const JavaScriptBorder::Method &JavaScriptBorder::method(int id)

@@ -1,46 +1,48 @@
 #pragma once
 
+#include "JavaScript/JavaScriptExport.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <QVector>
 
-#include <atomic>
 #include <vector>
 
-class JavaScriptRunObserver;
+class JavaScriptRun;
 
 /**
  * The border between scripts and the host's values, around the invokable methods of the classes
  * that derive from it.
  *
- * When the engine calls an invokable method by its index, values cross in a form that both sides
- * understand:
+ * When a script that a JavaScriptHandler runs calls an invokable method, values cross in a form
+ * that both sides understand:
  *  - a script's object or array reaches a QVariant parameter as a QVariantMap or a QVariantList,
  *    never as a reference into the engine;
  *  - a QJsonDocument in a QVariant result reaches the script as a plain object or array, a null
- *    document as null.
+ *    document as null;
+ *  - a C++ exception of the host reaches the script as an Error with the exception's text.
  *
  * A call is not made at all when reading a value threw an exception, which goes on in the script,
- * or when the script is interrupted: what it wanted to pass is not known then.
+ * when a value is nested too deep, or when the script is interrupted: what it wanted to pass is not
+ * known then.
  *
- * Calls from C++, QMetaObject::invokeMethod() included, do not pass here. The class has no meta
- * data of its own, so that a derived class's meta-object starts with its own methods.
+ * For all other callers there is no border: C++ code, whichever way it calls, and engines that the
+ * host made itself. The class has no meta data of its own, so that a derived class's meta-object
+ * starts with its own methods.
  */
-class JavaScriptBorder : public QObject
+class JAVASCRIPT_EXPORT JavaScriptBorder : public QObject
 {
 public:
+    ~JavaScriptBorder() override;
+
     int qt_metacall(QMetaObject::Call call, int id, void **arguments) override;
-
-    /// @param observer learns of each call of a script; not owned; null for none
-    void setRunObserver(JavaScriptRunObserver *observer);
-
-    /// Lets the calls of scripts do nothing. May be called on any thread.
-    void setInterrupted(bool interrupted);
 
 protected:
     explicit JavaScriptBorder(QObject *parent);
 
 private:
+    friend class JavaScriptRun;
+
     /// What is to be done around a method, found out once.
     struct Method
     {
@@ -54,9 +56,10 @@ private:
     };
 
     const Method &method(int id);
+    void callFromScript(const Method &method, void **arguments);
+    void carryOut(const Method &method, void **arguments);
     void reportCall(const Method &method, void **arguments);
 
-    JavaScriptRunObserver *m_runObserver = nullptr;
-    std::atomic<bool> m_isInterrupted{false};
+    JavaScriptRun *m_run = nullptr; ///< of the script that may call now; not owned
     std::vector<Method> m_methods; ///< by index
 };

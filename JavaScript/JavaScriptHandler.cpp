@@ -1,8 +1,11 @@
 #include "JavaScriptHandler.h"
 
+#include "JavaScript/JavaScriptArgumentReader.h"
+#include "JavaScript/JavaScriptRun.h"
 #include "JavaScript/JavaScriptRunObserver.h"
 
 #include <QDebug>
+#include <QPointer>
 #include <QQmlEngine>
 
 #include <utility>
@@ -14,8 +17,10 @@ JavaScriptHandler::JavaScriptHandler(JavaScriptApi &javaScriptApi, QObject *pare
     , m_javaScriptApi(javaScriptApi)
     , m_globalObject(m_jsEngine.globalObject())
     , m_runObserver(nullptr)
+    , m_interruptions(0)
 {
     m_jsEngine.installExtensions(QJSEngine::ConsoleExtension);
+    m_argumentReader = std::make_unique<JavaScriptArgumentReader>(m_jsEngine);
     // Otherwise the engine would own an API without a parent, and collect it.
     QQmlEngine::setObjectOwnership(&m_javaScriptApi, QQmlEngine::CppOwnership);
 }
@@ -39,38 +44,45 @@ void JavaScriptHandler::initializeJavaScriptEngine(const QString &javaScript)
         return;
     }
     m_isScriptEmpty = false;
-    if (m_runObserver) {
-        m_runObserver->runBegins(QString(), QString());
+    JavaScriptRunObserver *const observer = m_runObserver;
+    if (observer) {
+        observer->runBegins(QString(), QString());
     }
-    m_javaScriptApi.setRunObserver(m_runObserver);
+    JavaScriptRun run(m_javaScriptApi, m_jsEngine, *m_argumentReader, observer);
     const QJSValue result = m_jsEngine.evaluate(javaScript, QString(), 1);
     const bool succeeded = !result.isError();
     if (succeeded) {
         m_isEvaluated = true;
     } else {
+        if (observer) {
+            observer->exceptionCaught();
+        }
         const int line = result.property(QStringLiteral("lineNumber")).toInt();
         const QString text = result.toString();
-        if (m_runObserver) {
-            m_runObserver->exceptionThrown(line, text);
+        if (observer) {
+            observer->exceptionThrown(line, text);
         }
         qWarning() << "Uncaught exception at line" << line << ":" << text;
     }
-    m_javaScriptApi.setRunObserver(nullptr);
-    if (m_runObserver) {
-        m_runObserver->runEnded(succeeded, {});
+    run.restoreErrors();
+    if (observer) {
+        observer->runEnded(succeeded, {});
     }
 }
 
 bool JavaScriptHandler::callFunction(const QString &functionName, const QString &argument)
 {
+    JavaScriptRun::setErrorsAside(m_javaScriptApi);
     m_javaScriptApi.deleteListOfErrors();
 
     bool succeeded = m_isScriptEmpty;
     if (!m_isScriptEmpty) {
-        if (m_runObserver) {
-            m_runObserver->runBegins(functionName, argument);
+        const unsigned interruptions = m_interruptions.load();
+        JavaScriptRunObserver *const observer = m_runObserver;
+        if (observer) {
+            observer->runBegins(functionName, argument);
         }
-        m_javaScriptApi.setRunObserver(m_runObserver);
+        JavaScriptRun run(m_javaScriptApi, m_jsEngine, *m_argumentReader, observer);
         QJSValueList arguments;
         if (!m_isEvaluated) {
             qWarning() << "The script is not evaluated.";
@@ -87,27 +99,35 @@ bool JavaScriptHandler::callFunction(const QString &functionName, const QString 
             }
             const QJSValue result = function.call(arguments);
             if (result.isError()) {
-                const int line = result.property(QStringLiteral("lineNumber")).toInt();
-                const QString text = result.toString();
-                if (m_runObserver) {
-                    m_runObserver->exceptionThrown(line, text);
+                if (observer) {
+                    observer->exceptionCaught();
                 }
                 qWarning() << "Error on calling function" << functionName << argument;
+                const int line = result.property(QStringLiteral("lineNumber")).toInt();
+                const QString text = result.toString();
+                if (observer) {
+                    observer->exceptionThrown(line, text);
+                }
                 qWarning() << "Uncaught exception at line" << line << ":" << text;
             } else {
-                // An interrupted script may come to its end without a loop, but in vain.
-                succeeded = (!result.isBool() || result.toBool()) && !m_jsEngine.isInterrupted();
+                // An interrupted script may come to its end all the same, but in vain.
+                succeeded = (!result.isBool() || result.toBool()) && !run.hasLostCall()
+                    && !m_jsEngine.isInterrupted() && m_interruptions.load() == interruptions;
             }
         }
-        m_javaScriptApi.setRunObserver(nullptr);
-        if (m_runObserver) {
-            m_runObserver->runEnded(succeeded, m_javaScriptApi.getListOfErrors());
+        run.restoreErrors();
+        if (observer) {
+            observer->runEnded(succeeded, m_javaScriptApi.getListOfErrors());
         }
     }
 
     if (m_javaScriptApi.hasInstanceChanged()) {
+        // A receiver may destroy this handler, for example with the dialog that it belongs to.
+        const QPointer<JavaScriptApi> api(&m_javaScriptApi);
         Q_EMIT parametersChanged(m_javaScriptApi.getChangedLocalUrls());
-        m_javaScriptApi.deleteChangedLocalUrls();
+        if (api) {
+            api->deleteChangedLocalUrls();
+        }
     }
     return succeeded;
 }
@@ -179,6 +199,8 @@ void JavaScriptHandler::setRunObserver(JavaScriptRunObserver *observer)
 
 void JavaScriptHandler::setInterrupted(bool interrupted)
 {
-    m_javaScriptApi.setInterrupted(interrupted);
     m_jsEngine.setInterrupted(interrupted);
+    if (interrupted) {
+        ++m_interruptions; // behind the engine: a call that ends in between sees one of them
+    }
 }

@@ -10,6 +10,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+#include <memory>
+
+class JavaScriptArgumentReader;
 class JavaScriptRunObserver;
 
 /**
@@ -102,5 +106,7 @@ private:
     QJSEngine m_jsEngine;
     QJSValue
         m_globalObject; ///< while the engine has a value to keep, it keeps the memory for others
+    std::unique_ptr<JavaScriptArgumentReader> m_argumentReader;
     JavaScriptRunObserver *m_runObserver;
+    std::atomic<unsigned> m_interruptions; ///< how often setInterrupted() was called with true
 };

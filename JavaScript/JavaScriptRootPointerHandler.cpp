@@ -56,7 +56,7 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptRootPointerHan
     getRootPointer(const QString &url) const
 {
     SelectorUrlHandler urlHandler(url);
-    const QString key = urlHandler.setUrl(QString()).toString();
+    const QString key = urlHandler.setUrl(QStringLiteral("")).toString();
     if (isProcessDescription(urlHandler)) {
         return getRootPointerInternal(true, key, m_processRootMap);
     }
@@ -96,13 +96,8 @@ QDir JavaScriptRootPointerHandler::getDirectoryInstance(const QString &folderNam
 {
     const QString path = isProcess ? PropertyManagerConst::getProcessFolderPath(folderName)
                                    : PropertyManagerConst::getConfigurationFolderPath(folderName);
-    const auto known = m_directories.constFind(path);
-    if (known != m_directories.constEnd()) {
-        return *known;
-    }
     QDir directory = QDir(QString());
     directory.setPath(path);
-    m_directories.insert(path, directory);
     return directory;
 }
 
@@ -136,7 +131,7 @@ void JavaScriptRootPointerHandler::setChangedUrl(const QString &url)
 
 void JavaScriptRootPointerHandler::setChangedUrl(UrlToRootMap &map, const QString &url)
 {
-    const auto root = map.find(SelectorUrlHandler(url).setUrl(QString()).toString());
+    const auto root = map.find(SelectorUrlHandler(url).setUrl(QStringLiteral("")).toString());
     if (root == map.end()) {
         qWarning() << "The folloing url does not exist root map:" << url;
         return;

@@ -93,7 +93,6 @@ private:
 
     QString m_projectPath;
     QHash<QString, QString> m_otherFilesMapping;
-    mutable QHash<QString, QDir> m_directories; ///< by path: trees of one folder share it
     mutable UrlToRootMap m_configRootMap;
     mutable UrlToRootMap m_processRootMap;
 };

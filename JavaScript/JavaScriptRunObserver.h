@@ -11,9 +11,13 @@
 /**
  * Watches the scripts that a JavaScriptHandler runs.
  *
- * A run is one evaluation of a script's text or one call of an event function. Runs do not nest.
+ * A run is one evaluation of a script's text or one call of an event function. Where an operation
+ * of the host, called by a script, fires another event, that event's run begins and ends inside the
+ * script's: what is told in between belongs to the inner run.
+ *
  * All operations are called on the handler's thread, in the middle of its work: they must not call
- * the handler, nor destroy it. An observer changes nothing that the handler does.
+ * the handler, nor destroy it, nor throw. An observer changes nothing that the handler does. It is
+ * asked for when a run begins, and hears that run to its end.
  *
  * It is the only one to learn which errors the scripts of a dependency resolver report.
  */
@@ -42,18 +46,25 @@ public:
     virtual void apiCalled(const QByteArray & /*operation*/, const QStringList & /*texts*/) { }
 
     /**
-     * The run that began last threw an Error, or its text could not be compiled. Comes before the
-     * warnings that say so, and before runEnded().
+     * The innermost run has thrown an Error, or its text could not be compiled. Comes before the
+     * warnings that say so, and before the Error is asked for its line and its text, which may run
+     * code of the script. exceptionThrown() follows.
+     */
+    virtual void exceptionCaught() { }
+
+    /**
+     * What the Error of exceptionCaught() says of itself. Comes before the warning that shows it.
      * @param line line in the script's text, from 1; 0 when the engine knows none
      * @param text the exception as text
      */
     virtual void exceptionThrown(int line, const QString &text) = 0;
 
     /**
-     * The run that began last has ended.
+     * The innermost run has ended.
      * @param succeeded whether the text was evaluated; for a function, the result of the call
-     * @param errors what the function reported with setError(), in the order of its calls; empty
-     *        for the evaluation of the script's text
+     * @param errors what the function reported with setError(), in the order of its calls, and what
+     *        nobody read of the reports of events inside the run; empty for the evaluation of the
+     *        script's text
      */
     virtual void runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors) = 0;
 

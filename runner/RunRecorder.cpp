@@ -127,9 +127,13 @@ void RunRecorder::apiCalled(const QByteArray &operation, const QStringList &text
     m_guard.apiCalled(operation, texts);
 }
 
-void RunRecorder::exceptionThrown(int line, const QString &text)
+void RunRecorder::exceptionCaught()
 {
     m_isExceptionKnown = true;
+}
+
+void RunRecorder::exceptionThrown(int line, const QString &text)
+{
     // What stopped the script is told when the run has ended.
     if (!m_guard.hasInterrupted()) {
         m_run.exceptions.append({line, text, !m_run.function.isEmpty()});
