@@ -11,34 +11,38 @@ namespace {
  * Copies the members of an object or an array. Those that are objects themselves are handed over
  * one by one, so that the engine converts what it has a type for.
  *
+ * Object.assign() reads each member once. Object.keys() reads getters, too, and is good for the
+ * copy only.
+ *
  * A function that is called from C++ cannot pass an exception on to the script behind that. So it
  * is thrown anew when the caller converts the result, and stays in progress then.
  *
  * Nothing that a script may have put into a prototype takes part: the copies have none.
  */
 const QString s_copyMembers = QStringLiteral(R"((function (Object, keepMember) {
-    const keys = Object.keys;
+    const assign = Object.assign;
     const create = Object.create;
+    const keys = Object.keys;
     const setPrototypeOf = Object.setPrototypeOf;
     return function (object, isList) {
         try {
-            const names = isList ? null : keys(object);
-            const count = isList ? object.length : names.length;
             const members = isList ? setPrototypeOf([], null) : create(null);
+            if (isList) {
+                members.length = object.length;
+            }
+            assign(members, object);
+            const names = isList ? null : keys(members);
+            const count = isList ? members.length : names.length;
             for (let i = 0; i < count; ++i) {
                 const name = isList ? i : names[i];
-                let member = object[name];
-                switch (typeof member) {
-                case 'object':
-                    if (member !== null) {
-                        keepMember(name, member);
-                        member = undefined;
-                    }
-                    break;
-                case 'symbol':
-                    member = undefined;
+                const member = members[name];
+                const type = typeof member;
+                if (type === 'object' && member !== null) {
+                    members[name] = undefined;
+                    keepMember(name, member);
+                } else if (type === 'symbol') {
+                    members[name] = undefined;
                 }
-                members[name] = member;
             }
             return { members: members };
         } catch (exception) {

@@ -6,6 +6,7 @@
 #include "host/SelectorUrlHandler.h"
 
 #include <QDebug>
+#include <QScopeGuard>
 
 JavaScriptDependencyResolverBase::JavaScriptDependencyResolverBase(
     const QString &projectPath, const QString &moduleName, const QString &objectName,
@@ -55,6 +56,9 @@ void JavaScriptDependencyResolverBase::resolveExternalDependencies()
         return;
     }
 
+    // Also when an exception of the host passes through.
+    const auto runEnds = qScopeGuard([this] { m_javaScriptHandler.resetState(); });
+
     const QStringList instanceNames = m_dependenciesToResolve.keys();
     for (const QString &instanceName : instanceNames) {
         if (m_runObserver) {
@@ -83,8 +87,6 @@ void JavaScriptDependencyResolverBase::resolveExternalDependencies()
     for (const QString &url : changedUrls) {
         Q_EMIT processDataDescriptionChanged(SelectorUrlHandler(url).getInstance());
     }
-
-    m_javaScriptHandler.resetState();
 }
 
 void JavaScriptDependencyResolverBase::setRunObserver(JavaScriptRunObserver *observer)

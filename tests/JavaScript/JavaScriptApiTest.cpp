@@ -1,4 +1,5 @@
 #include "ApiFixture.h"
+#include "HookedNode.h"
 #include "support/StrictTest.h"
 #include "support/TestHost.h"
 
@@ -408,6 +409,27 @@ private Q_SLOTS:
         root.clear();
         QVERIFY(weakRoot.isNull());
         expectUnbound(fixture);
+    }
+
+    void letsGoOfTheRootBeforeItForgetsTheChanges()
+    {
+        ApiFixture fixture;
+        auto root = QSharedPointer<HookedNode>::create(fixture.calls, QStringLiteral("root"));
+        root->nodes.insert(motor, fixture.makeNode(motor));
+        fixture.api.initializeJavaScriptApi(root, instanceUrl);
+        fixture.api.setProperty(motor, speed, 1);
+        fixture.api.setError(motor, QStringLiteral("id"));
+        fixture.takeCalls();
+        bool wasAnythingForgotten = true;
+        root->onDestruction = [&] {
+            wasAnythingForgotten = !fixture.api.hasInstanceChanged()
+                || fixture.api.getChangedLocalUrls().isEmpty()
+                || fixture.api.getListOfErrors().isEmpty() || !fixture.takeCalls().isEmpty();
+        };
+        root.clear();
+        QVERIFY(wasAnythingForgotten);
+        fixture.api.resetState();
+        QVERIFY(!wasAnythingForgotten);
     }
 
     void resetsTheRootPointerHandlerLast()

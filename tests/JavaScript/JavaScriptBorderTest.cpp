@@ -233,6 +233,40 @@ private Q_SLOTS:
         QTest::newRow("undefined") << "undefined" << QVariant();
         QTest::newRow("date") << "new Date(Date.UTC(2020, 1, 29, 12))"
                               << QVariant(QDateTime(QDate(2020, 2, 29), QTime(12, 0), Qt::UTC));
+        QTest::newRow("date inside")
+            << "[new Date(Date.UTC(2020, 1, 29, 12))]"
+            << QVariant(QVariantList{QDateTime(QDate(2020, 2, 29), QTime(12, 0), Qt::UTC)});
+        QTest::newRow("what is no data, inside")
+            << "[Symbol('a'), function() {}, api, class {}, undefined]"
+            << QVariant(QVariantList{QVariant(), QVariant(), QVariant(), QVariant(), QVariant()});
+        QTest::newRow("sparse array") << "[1, , 3]" << QVariant(QVariantList{1, QVariant(), 3});
+        QTest::newRow("array with members")
+            << "Object.assign([1], { a: 2 })" << QVariant(QVariantList{1});
+        QTest::newRow("members that are hidden, inherited or named by a symbol")
+            << "Object.assign(Object.defineProperty(Object.create({ a: 1 }), 'b', { value: 2 }),"
+               " { c: 3, [Symbol('d')]: 4 })"
+            << QVariant(QVariantMap{{QStringLiteral("c"), 3}});
+        QTest::newRow("name of a prototype")
+            << "JSON.parse('{ \"__proto__\": [1] }')"
+            << QVariant(QVariantMap{{QStringLiteral("__proto__"), QVariantList{1}}});
+        QTest::newRow("objects of a kind")
+            << "[new Number(1), new String('a'), new Map([[1, 2]]), new Error('b'), new "
+               "Uint8Array(1)]"
+            << QVariant(QVariantList{
+                   QVariantMap(), QVariantMap{{QStringLiteral("0"), QStringLiteral("a")}},
+                   QVariantMap(), QVariantMap(), QVariantMap{{QStringLiteral("0"), 0}}});
+        QTest::newRow("buffer inside")
+            << "[new ArrayBuffer(2)]" << QVariant(QVariantList{QByteArray(2, '\0')});
+        QTest::newRow("twice the same object")
+            << "(function(o) { return [o, o]; })({ a: 1 })"
+            << QVariant(QVariantList{QVariantMap{{QStringLiteral("a"), 1}},
+                                     QVariantMap{{QStringLiteral("a"), 1}}});
+        QTest::newRow("object inside itself")
+            << "(function(o) { o.o = [o]; return o; })({})"
+            << QVariant(QVariantMap{{QStringLiteral("o"), QVariantList{QVariantMap()}}});
+        QTest::newRow("array inside itself")
+            << "(function(a) { a.push({ a: a }); return a; })([])"
+            << QVariant(QVariantList{QVariantMap{{QStringLiteral("a"), QVariantList()}}});
     }
 
     void theHostReceivesAScriptsValueAsPlainData()

@@ -12,8 +12,10 @@
 #include <QTest>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <new>
+#include <stdexcept>
 
 using namespace DependencySupport;
 
@@ -62,6 +64,29 @@ public:
     {
         notes.append(QStringLiteral("ended %1 with %2 errors").arg(succeeded).arg(errors.size()));
     }
+};
+
+/// Does something when a run begins.
+class CollectingObserver : public JavaScriptRunObserver
+{
+public:
+    explicit CollectingObserver(const std::function<void()> &collect)
+        : m_collect(collect)
+    {
+    }
+
+    void runBegins(const QString & /*functionName*/, const QString & /*argument*/) override
+    {
+        m_collect();
+    }
+    void exceptionThrown(int /*line*/, const QString & /*text*/) override { }
+    void runEnded(bool /*succeeded*/,
+                  const QList<JavaScriptApi::ErrorMessage> & /*errors*/) override
+    {
+    }
+
+private:
+    std::function<void()> m_collect;
 };
 
 /// A call as the recording root pointer handler notes it.
@@ -310,6 +335,37 @@ private Q_SLOTS:
         m_resolver->resolveExternalDependencies();
         m_resolver->resolveExternalDependencies();
         QCOMPARE(propertyOf(node, "runs").toInt(), 2);
+    }
+
+    void runsNothingThatIsCollectedDuringTheRun()
+    {
+        const QByteArray script = "function onSave(api) { api.setProperty('', 'ran', true); }";
+        const auto later = dependent(script);
+        CollectingObserver observer([this, &later] { collect(QStringLiteral("later"), later); });
+        collect(pump(), dependent(script));
+        m_resolver->setRunObserver(&observer);
+        m_resolver->resolveExternalDependencies();
+        QCOMPARE(propertyOf(later, "ran"), QVariant());
+        m_resolver->setRunObserver(nullptr);
+        m_resolver->resolveExternalDependencies();
+        QCOMPARE(propertyOf(later, "ran"), QVariant(true));
+    }
+
+    void startsAnewAfterAnExceptionOfTheHost()
+    {
+#ifdef QT_NO_EXCEPTIONS
+        QSKIP("built without exceptions");
+#else
+        collect(pump(), dependent("function onSave(api) { api.setProperty('', 'ran', true); }"));
+        const auto connection = connect(
+            m_resolver.get(), &JavaScriptDependencyResolverBase::processDataDescriptionChanged,
+            this, [] { throw std::runtime_error("the receiver failed"); });
+        m_roots->changedProcessUrls = QStringList{processUrl(QStringLiteral("station"), pump())};
+        m_calls.clear();
+        QVERIFY_EXCEPTION_THROWN(m_resolver->resolveExternalDependencies(), std::runtime_error);
+        QCOMPARE(m_calls.last(), call("resetState"));
+        disconnect(connection);
+#endif
     }
 
     // Running
@@ -585,7 +641,10 @@ private Q_SLOTS:
     }
 
 private:
-    static QString pump() { return QStringLiteral("line1/pump"); }
+    static QString pump()
+    {
+        return QStringLiteral("line1/pump");
+    }
 
     std::unique_ptr<JavaScriptDependencyResolverBase> makeResolver(bool acceptAllObjects) const
     {

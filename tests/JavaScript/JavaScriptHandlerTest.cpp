@@ -417,6 +417,45 @@ private Q_SLOTS:
                          HandlerWarnings::uncaughtException(HandlerWarnings::call, line, text)});
     }
 
+    // To ask an Error for its line and its text runs the script's code.
+    void warnsOfTheCallBeforeItAsksTheError()
+    {
+        HandlerFixture fixture;
+        fixture.initialize(QStringLiteral(R"(
+            function onOk() {
+                var error = new Error('no');
+                Object.defineProperty(error, 'lineNumber',
+                                      { get() { console.warn('line'); return 7; } });
+                error.toString = function() { console.warn('text'); return 'shown'; };
+                throw error;
+            })"));
+        QVERIFY(!fixture.handler.callFunctionOnOk());
+        const QVector<Message> messages = takeMessages();
+        QCOMPARE(messages.size(), 4);
+        QCOMPARE(messages[0], HandlerWarnings::errorOnCalling(QStringLiteral("onOk"), QString()));
+        QCOMPARE(messages[1].text, QStringLiteral("line"));
+        QCOMPARE(messages[2].text, QStringLiteral("text"));
+        QCOMPARE(
+            messages[3],
+            HandlerWarnings::uncaughtException(HandlerWarnings::call, 7, QStringLiteral("shown")));
+    }
+
+    void warningsNameTheirSourceFileAndLine()
+    {
+        HandlerFixture fixture;
+        fixture.handler.initializeHandler(fixture.makeRoot(),
+                                          QStringLiteral("throw new Error('no')"), QString());
+        fixture.api.getProperty(QStringLiteral("nowhere"), QString());
+        const QVector<Message> messages = takeMessages();
+        QCOMPARE(messages.size(), 2);
+        QVERIFY2(messages[0].file.endsWith(QLatin1String("JavaScript/JavaScriptHandler.cpp")),
+                 qPrintable(messages[0].file));
+        QVERIFY2(messages[1].file.endsWith(QLatin1String("JavaScript/JavaScriptApi.cpp")),
+                 qPrintable(messages[1].file));
+        QVERIFY(messages[0].line > 0);
+        QVERIFY(messages[1].line > 0);
+    }
+
     void warnsOfAThrowingFunctionWithoutArgument()
     {
         HandlerFixture fixture;

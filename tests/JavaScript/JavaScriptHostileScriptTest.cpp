@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QJsonDocument>
 #include <QMetaMethod>
 #include <QTest>
 
@@ -229,6 +230,163 @@ private Q_SLOTS:
         const QStringList calls = fixture.takeCalls();
         QVERIFY2(std::none_of(calls.cbegin(), calls.cend(), isWrite),
                  qPrintable(calls.join(QLatin1Char('\n'))));
+    }
+
+    void aScriptCatchesWhatItsValueThrew_data()
+    {
+        QTest::addColumn<QString>("thrown");
+        QTest::newRow("Error") << "new Error('no')";
+        QTest::newRow("TypeError") << "new TypeError('no')";
+        QTest::newRow("subclass of Error") << "new (class extends Error {})('no')";
+        QTest::newRow("object") << "{ a: 1 }";
+        QTest::newRow("number") << "42";
+        QTest::newRow("text") << "'no'";
+        QTest::newRow("false") << "false";
+        QTest::newRow("undefined") << "undefined";
+        QTest::newRow("null") << "null";
+        QTest::newRow("symbol") << "Symbol('no')";
+        QTest::newRow("the API") << "api";
+    }
+
+    void aScriptCatchesWhatItsValueThrew()
+    {
+        QFETCH(QString, thrown);
+        for (const char *const value :
+             {"{ get a() { throw thrown; } }", "[1, { b: [{ get a() { throw thrown; } }] }]",
+              "new Proxy({ a: 1 }, { ownKeys() { throw thrown; } })",
+              "new Proxy({ a: 1 }, { get() { throw thrown; } })"}) {
+            HandlerFixture fixture;
+            fixture.initialize(QStringLiteral("function onOpen(api) {"
+                                              "    var thrown = %1;"
+                                              "    try {"
+                                              "        api.setProperty('motor', 'speed', %2);"
+                                              "        api.setError('', 'called');"
+                                              "    } catch (error) {"
+                                              "        api.setError('', String(error === thrown));"
+                                              "    }"
+                                              "}")
+                                   .arg(thrown, QLatin1String(value)));
+            QVERIFY(fixture.handler.callFunctionOnOpen());
+            QCOMPARE(fixture.takeErrorIds(), QStringList({QStringLiteral("true")}));
+            const QStringList calls = fixture.takeCalls();
+            QVERIFY2(std::none_of(calls.cbegin(), calls.cend(), isWrite),
+                     qPrintable(calls.join(QLatin1Char('\n'))));
+        }
+    }
+
+    void readsEachMemberOnce()
+    {
+        HandlerFixture fixture;
+        fixture.initialize(QStringLiteral("function onOpen(api) {"
+                                          "    var count = 0;"
+                                          "    var value = [{ get a() { return [++count]; } }];"
+                                          "    api.setError('', '', value);"
+                                          "    api.setError('', String(count), value);"
+                                          "}"));
+        QVERIFY(fixture.handler.callFunctionOnOpen());
+        const auto errors = fixture.handler.getErrorMesageList();
+        QCOMPARE(errors.size(), 2);
+        for (int i = 0; i < 2; ++i) {
+            QCOMPARE(QJsonDocument::fromVariant(errors[i].value).toJson(QJsonDocument::Compact),
+                     QByteArray("[{\"a\":[") + QByteArray::number(i + 1) + "]}]");
+        }
+        QCOMPARE(errors[1].errorLabelTextId, QStringLiteral("1"));
+    }
+
+    void noPrototypeTakesPartInReadingAValue_data()
+    {
+        QTest::addColumn<QString>("hostile");
+        QTest::newRow("exception") << "Object.prototype.exception = 'boo';";
+        QTest::newRow("members") << "Object.prototype.members = 'boo';";
+        QTest::newRow("getter of members")
+            << "Object.defineProperty(Object.prototype, 'members', { get() { throw 1; } });";
+        QTest::newRow("setter of a name")
+            << "Object.defineProperty(Object.prototype, 'a', { set(value) { throw 2; } });";
+        QTest::newRow("setter of an index")
+            << "Object.defineProperty(Array.prototype, '0', { set(value) { throw 3; } });";
+        QTest::newRow("get and set of a descriptor")
+            << "Object.prototype.get = Object.prototype.set = function() { throw 4; };";
+        QTest::newRow("traps") << "Object.prototype.has = function() { throw 5; };";
+        QTest::newRow("Object.keys") << "Object.keys = Object.create = null;"
+                                        "Object.setPrototypeOf = null;";
+        QTest::newRow("iterator") << "Array.prototype[Symbol.iterator] = null;";
+        QTest::newRow("toJSON") << "Object.prototype.toJSON = function() { return 6; };";
+    }
+
+    void noPrototypeTakesPartInReadingAValue()
+    {
+        QFETCH(QString, hostile);
+        HandlerFixture fixture;
+        fixture.initialize(QStringLiteral("var object = { a: [7, { b: 8 }], c: undefined };"
+                                          "%1"
+                                          "function onOpen(api) {"
+                                          "    api.setError('', '', null);"
+                                          "    api.setError('', '', object);"
+                                          "    api.setError('', '', undefined);"
+                                          "}")
+                               .arg(hostile));
+        QVERIFY(fixture.handler.callFunctionOnOpen());
+        const auto errors = fixture.handler.getErrorMesageList();
+        QCOMPARE(errors.size(), 3);
+        QCOMPARE(errors[0].value, QVariant::fromValue(nullptr));
+        QCOMPARE(errors[1].value,
+                 QVariant(QVariantMap{
+                     {QStringLiteral("a"), QVariantList{7, QVariantMap{{QStringLiteral("b"), 8}}}},
+                     {QStringLiteral("c"), QVariant()}}));
+        QCOMPARE(errors[2].value, QVariant());
+    }
+
+    void readsValuesOfAnyDepthOrRefusesThem_data()
+    {
+        QTest::addColumn<QString>("nest");
+        QTest::addColumn<int>("depth");
+        QTest::addColumn<bool>("isRead");
+        const QVector<QPair<const char *, const char *>> kinds{
+            {"array", "[v]"},
+            {"object", "{ a: v }"},
+            {"instance of a class", "new Instance(v)"},
+            {"getter", "(function(inner) { return { get a() { return inner; } }; })(v)"},
+            {"proxy", "new Proxy([v], {})"},
+            {"array and object", "[[], { a: 1, b: v }]"}};
+        for (const auto &kind : kinds) {
+            const int levels = qstrcmp(kind.first, "array and object") == 0 ? 2 : 1;
+            const int most = 512 / levels;
+            QTest::addRow("%s, as deep as can be", kind.first) << kind.second << most << true;
+            QTest::addRow("%s, one deeper", kind.first) << kind.second << most + 1 << false;
+            QTest::addRow("%s, very deep", kind.first) << kind.second << 100000 << false;
+        }
+    }
+
+    void readsValuesOfAnyDepthOrRefusesThem()
+    {
+        QFETCH(QString, nest);
+        QFETCH(int, depth);
+        QFETCH(bool, isRead);
+        for (const char *const call :
+             {"api.setProperty('motor', 'speed', v)", "api.setProperty('motor', 'added', v)",
+              "api.setError('', 'told', v)", "api.getAllUnitTexts(v)"}) {
+            HandlerFixture fixture;
+            fixture.initialize(QStringLiteral("class Instance { constructor(v) { this.a = v; } }"
+                                              "function onOpen(api) {"
+                                              "    var v = 1;"
+                                              "    for (var i = 0; i < %1; ++i) { v = %2; }"
+                                              "    try { %3; return true; } catch (error) {"
+                                              "        api.setError('', String(error));"
+                                              "        return false;"
+                                              "    }"
+                                              "}")
+                                   .arg(depth)
+                                   .arg(nest, QLatin1String(call)));
+            QCOMPARE(fixture.handler.callFunctionOnOpen(), isRead);
+            takeMessages();
+            if (!isRead) {
+                QCOMPARE(fixture.takeErrorIds(),
+                         QStringList({QStringLiteral("RangeError: Objects and arrays are nested "
+                                                     "more than 512 deep")}));
+                const QStringList calls = fixture.takeCalls();
+                QVERIFY(std::none_of(calls.cbegin(), calls.cend(), isWrite));
+            }
+        }
     }
 
     // The engine, and with it what a script defines, lives as long as the handler.

@@ -3,8 +3,11 @@
 #include "support/StrictTest.h"
 #include "support/TestProject.h"
 
+#include <QDir>
 #include <QTest>
 
+#include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 static_assert(std::has_virtual_destructor_v<JavaScriptRootPointerHandler>);
@@ -85,6 +88,38 @@ void setName(const NodePointer &node, const QString &name)
     QCOMPARE(node->setProperty(QStringLiteral("name"), name), 0);
 }
 
+/// The place of a virtual operation in its class's table, as the C++ ABI of this platform keeps it
+/// in a pointer to a member function.
+template <typename Operation>
+std::ptrdiff_t slotOf(Operation operation)
+{
+    struct
+    {
+        std::ptrdiff_t pointer;
+        std::ptrdiff_t adjustment;
+    } parts;
+    static_assert(sizeof(parts) == sizeof(operation));
+    memcpy(&parts, &operation, sizeof(parts));
+#if defined(__arm__) || defined(__aarch64__)
+    return parts.pointer / std::ptrdiff_t(sizeof(void *));
+#else
+    return (parts.pointer - 1) / std::ptrdiff_t(sizeof(void *));
+#endif
+}
+
+/// Makes a folder the current one for its life.
+class CurrentFolder
+{
+public:
+    explicit CurrentFolder(const QString &path) { QDir::setCurrent(path); }
+    ~CurrentFolder() { QDir::setCurrent(m_previous); }
+
+private:
+    Q_DISABLE_COPY(CurrentFolder)
+
+    QString m_previous = QDir::currentPath();
+};
+
 QStringList sorted(QStringList list)
 {
     list.sort();
@@ -122,6 +157,23 @@ private Q_SLOTS:
         QVERIFY(record.rootPointer.isNull());
         QVERIFY(!record.changed);
         QCOMPARE(record.directory, QDir(QString()));
+    }
+
+    // Hosts derive from the class and are built apart from it.
+    void keepsTheOrderOfItsVirtualOperations()
+    {
+        using Handler = JavaScriptRootPointerHandler;
+        // The destructor has the first two places.
+        QCOMPARE(slotOf(&Handler::getRootPointer), 2);
+        QCOMPARE(slotOf(&Handler::getInstanceConfigPointer), 3);
+        QCOMPARE(slotOf(static_cast<void (Handler::*)(const QString &)>(&Handler::setChangedUrl)),
+                 4);
+        QCOMPARE(slotOf(&Handler::saveChangedInstances), 5);
+        QCOMPARE(slotOf(&Handler::getChangedExternalConfigUrls), 6);
+        QCOMPARE(slotOf(&Handler::getChangedExternalProcessUrls), 7);
+        QCOMPARE(slotOf(&Handler::deleteChangeFlagConfigUrls), 8);
+        QCOMPARE(slotOf(&Handler::deleteChangeFlagProcessDataUrl), 9);
+        QCOMPARE(slotOf(&Handler::resetState), 10);
     }
 
     void startsWithoutChangedTrees()
@@ -538,6 +590,29 @@ private Q_SLOTS:
 
         QCOMPARE(m_handler->getRootPointer(configUrl), configRoot);
         QCOMPARE(m_handler->getRootPointer(processUrl), processRoot);
+    }
+
+    // The folder is made anew for each request: where a relative path leads may change.
+    void readsFromWhereARelativePathLeadsNow()
+    {
+        m_project->storeConfiguration(QStringLiteral("pump1"), namedTree("first"));
+        m_project->storeConfiguration(QStringLiteral("pump2"), namedTree("first"));
+        m_otherProject->storeConfiguration(QStringLiteral("pump1"), namedTree("second"));
+        m_otherProject->storeConfiguration(QStringLiteral("pump2"), namedTree("second"));
+        const QString here = QStringLiteral(".");
+        JavaScriptRootPointerHandler handler(here, {{QStringLiteral("station"), here}});
+        {
+            const CurrentFolder folder(m_project->path());
+            QCOMPARE(nameOf(handler.getInstanceConfigPointer(QStringLiteral("pump1"))),
+                     QStringLiteral("first"));
+            QCOMPARE(nameOf(handler.getRootPointer(config(QStringLiteral("pump1")))),
+                     QStringLiteral("first"));
+        }
+        const CurrentFolder folder(m_otherProject->path());
+        QCOMPARE(nameOf(handler.getInstanceConfigPointer(QStringLiteral("pump1"))),
+                 QStringLiteral("second"));
+        QCOMPARE(nameOf(handler.getRootPointer(config(QStringLiteral("pump2")))),
+                 QStringLiteral("second"));
     }
 
     void forgetsTreesAndMarksOnReset()

@@ -6,10 +6,14 @@
 #include "support/StrictTest.h"
 #include "support/TestHost.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
 #include <memory>
+
+using Witness = QSharedPointer<int>;
+Q_DECLARE_METATYPE(Witness)
 
 namespace {
 
@@ -89,6 +93,7 @@ private Q_SLOTS:
     void cleanup()
     {
         MemoryHost::failWrites(false);
+        MemoryHost::onLoad({});
         m_handler.reset();
         StrictTest::cleanup();
     }
@@ -209,6 +214,48 @@ private Q_SLOTS:
         QCOMPARE(CallLog::take(), reading);
         m_handler->getRootPointer(config(QStringLiteral("pump1")));
         QCOMPARE(CallLog::take(), reading);
+    }
+
+    void readsFromAFolderOfItsOwnEachTime()
+    {
+        const QTemporaryDir project;
+        QVERIFY(QDir(project.path()).mkpath(QStringLiteral("setups/sub1")));
+        const JavaScriptRootPointerHandler handler(project.path(),
+                                                   {{QStringLiteral("station"), project.path()}});
+        QStringList entries;
+        MemoryHost::onLoad([&entries](const QDir &folder) {
+            entries = folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        });
+        handler.getInstanceConfigPointer(QStringLiteral("pump1"));
+        QCOMPARE(entries, QStringList({QStringLiteral("sub1")}));
+        QVERIFY(QDir(project.path()).mkpath(QStringLiteral("setups/sub2")));
+        const QStringList both{QStringLiteral("sub1"), QStringLiteral("sub2")};
+        handler.getInstanceConfigPointer(QStringLiteral("pump1"));
+        QCOMPARE(entries, both);
+        entries.clear();
+        handler.getRootPointer(config(QStringLiteral("pump1")));
+        QCOMPARE(entries, both);
+        QCOMPARE(takeMessages().size(), 1);
+    }
+
+    void letsGoOfConfigurationsBeforeProcessDescriptions()
+    {
+        const QString configUrl = config(QStringLiteral("pump1"));
+        const QString processUrl = process(QStringLiteral("pump1"));
+        QStringList destroyed;
+        for (const QString &url : {processUrl, configUrl}) {
+            change(url);
+            // Dies with the tree.
+            const Witness witness(new int, [this, url, &destroyed](int *pointer) {
+                delete pointer;
+                destroyed.append(url);
+                destroyed.append(m_handler->getChangedExternalProcessUrls());
+            });
+            m_handler->getRootPointer(url)->addProperty(QStringLiteral("witness"),
+                                                        QVariant::fromValue(witness));
+        }
+        m_handler->resetState();
+        QCOMPARE(destroyed, QStringList({configUrl, processUrl, processUrl}));
     }
 
     void readsATreeAgainAfterAReset()

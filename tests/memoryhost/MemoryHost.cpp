@@ -4,6 +4,7 @@
 
 QHash<QString, QSharedPointer<MemoryNode>> MemoryHost::s_trees;
 QHash<QString, QVariantMap> MemoryHost::s_units;
+std::function<void(const QDir &)> MemoryHost::s_onLoad;
 bool MemoryHost::s_failWrites = false;
 
 namespace {
@@ -24,8 +25,16 @@ void MemoryHost::store(const QDir &folder, const QString &instance, bool isProce
 QSharedPointer<MemoryNode> MemoryHost::load(const QDir &folder, const QString &instance,
                                             bool isProcess)
 {
+    if (s_onLoad) {
+        s_onLoad(folder);
+    }
     const auto root = s_trees.value(keyOf(folder, instance, isProcess));
     return root ? root->clone() : nullptr;
+}
+
+void MemoryHost::onLoad(const std::function<void(const QDir &folder)> &callback)
+{
+    s_onLoad = callback;
 }
 
 void MemoryHost::failWrites(bool fail)

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <functional>
+
 /// What the memory host holds instead of files, and its switches.
 class MemoryHost
 {
@@ -21,6 +23,9 @@ public:
     static QSharedPointer<MemoryNode> load(const QDir &folder, const QString &instance,
                                            bool isProcess);
 
+    /// Has every request for a tree call @p callback with the folder from now on.
+    static void onLoad(const std::function<void(const QDir &folder)> &callback);
+
     /// Whether the host's write operation fails from now on, without a message.
     static void failWrites(bool fail);
     static bool areWritesFailing();
@@ -32,5 +37,6 @@ public:
 private:
     static QHash<QString, QSharedPointer<MemoryNode>> s_trees;
     static QHash<QString, QVariantMap> s_units;
+    static std::function<void(const QDir &)> s_onLoad;
     static bool s_failWrites;
 };

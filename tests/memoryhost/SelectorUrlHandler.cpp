@@ -129,7 +129,9 @@ SelectorUrlHandler &SelectorUrlHandler::setUrl(const QString &relUrl)
 SelectorUrlHandler &SelectorUrlHandler::setPart(const char *operation, Part part,
                                                 const QString &text)
 {
-    log(callText(operation, text));
+    // No host is handed a text that is none, where it is asked to set an empty one.
+    log(text.isNull() ? QLatin1String(operation) + QLatin1String("(null)")
+                      : callText(operation, text));
     m_parts[part] = text;
     return *this;
 }

@@ -47,6 +47,7 @@ QVector<Message> MessageRecorder::take()
 
 void MessageRecorder::record(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
-    s_current->m_messages.append(
-        {type, QString::fromUtf8(context.function), text, QString::fromUtf8(context.category)});
+    s_current->m_messages.append({type, QString::fromUtf8(context.function), text,
+                                  QString::fromUtf8(context.category),
+                                  QString::fromUtf8(context.file), context.line});
 }

@@ -12,6 +12,8 @@ struct Message
     QString function; ///< signature of the function that logged it; empty for scripts' consoles
     QString text;
     QString category;
+    QString file = {}; ///< not compared
+    int line = 0; ///< not compared
 
     bool operator==(const Message &other) const;
 };

@@ -1,0 +1,95 @@
+#include "HandlerFixture.h"
+#include "HookedNode.h"
+#include "support/StrictTest.h"
+
+#include <QTest>
+
+#include <atomic>
+#include <thread>
+
+/// Interruptions at any moment of a call: one that says it succeeded has done all that it should.
+class JavaScriptInterruptionRaceTest : public StrictTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aCallThatLostAWriteNeverSucceeds_data()
+    {
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<bool>("isReleasedAtOnce");
+        for (const bool isReleasedAtOnce : {false, true}) {
+            const char *const release = isReleasedAtOnce ? "at once" : "behind the call";
+            QTest::addRow("number, released %s", release) << "i" << isReleasedAtOnce;
+            QTest::addRow("object, released %s", release) << "{ at: [i] }" << isReleasedAtOnce;
+        }
+    }
+
+    void aCallThatLostAWriteNeverSucceeds()
+    {
+        QFETCH(QString, value);
+        QFETCH(bool, isReleasedAtOnce);
+        constexpr int writeCount = 20;
+        constexpr int callCount = 3000;
+        HandlerFixture fixture;
+        const auto root = fixture.makeNode(QStringLiteral("root"));
+        const auto motor = QSharedPointer<HookedNode>::create(fixture.calls, QString());
+        root->nodes.insert(QString(), motor);
+        // Written out: the engine looks for interruptions in loops, and would stop the script
+        // there.
+        QString script =
+            QStringLiteral("function onOpen(api) { try { api.getProperty('', 'go');\n");
+        for (int i = 0; i < writeCount; ++i) {
+            script += QStringLiteral("var i = %1; api.setError('', '', %2);\n").arg(i).arg(value);
+        }
+        script += QStringLiteral("} catch (error) {} }");
+        fixture.handler.initializeHandler(root, script, QString());
+
+        std::atomic<int> round{0};
+        std::atomic<int> roundBegun{0};
+        std::atomic<int> roundEnded{0};
+        std::thread interrupting([&] {
+            for (int i = 1; i <= callCount; ++i) {
+                while (round.load() < i) {
+                    std::this_thread::yield();
+                }
+                roundBegun.store(i);
+                for (volatile int wait = (i * 37) % 4000; wait > 0; wait = wait - 1) { }
+                fixture.handler.setInterrupted(true);
+                if (isReleasedAtOnce) {
+                    fixture.handler.setInterrupted(false);
+                }
+                roundEnded.store(i);
+            }
+        });
+        const auto waitFor = [](const std::atomic<int> &counter, int value) {
+            while (counter.load() < value) {
+                std::this_thread::yield();
+            }
+        };
+        int succeeded = 0;
+        int incomplete = 0;
+        for (int i = 1; i <= callCount; ++i) {
+            // Both threads go on from here, in the middle of the call.
+            motor->onRead = [&] {
+                round.store(i);
+                waitFor(roundBegun, i);
+            };
+            const bool hasSucceeded = fixture.handler.callFunctionOnOpen();
+            const bool isComplete = fixture.handler.getErrorMesageList().size() == writeCount;
+            succeeded += int(hasSucceeded);
+            incomplete += int(hasSucceeded && !isComplete);
+            waitFor(roundEnded, i);
+            fixture.handler.setInterrupted(false);
+        }
+        interrupting.join();
+        takeMessages();
+        QCOMPARE(incomplete, 0);
+        QVERIFY2(succeeded < callCount, "no call was interrupted");
+        QVERIFY(fixture.handler.callFunctionOnOpen());
+        QCOMPARE(fixture.handler.getErrorMesageList().size(), writeCount);
+    }
+};
+
+QTEST_GUILESS_MAIN(JavaScriptInterruptionRaceTest)
+
+#include "JavaScriptInterruptionRaceTest.moc"
