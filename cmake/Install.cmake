@@ -19,7 +19,10 @@ install(EXPORT ConfigScriptTargets
 install(DIRECTORY JavaScript host filehost
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ConfigScript
     COMPONENT development
-    FILES_MATCHING PATTERN "*.h")
+    FILES_MATCHING PATTERN "*.h"
+    # What no public header includes.
+    PATTERN JavaScriptArgumentReader.h EXCLUDE
+    PATTERN JavaScriptRun.h EXCLUDE)
 install(FILES ${PROJECT_BINARY_DIR}/generated/JavaScript/JavaScriptExport.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ConfigScript/JavaScript
     COMPONENT development)

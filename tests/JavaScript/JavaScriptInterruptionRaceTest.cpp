@@ -5,6 +5,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 /// Interruptions at any moment of a call: one that says it succeeded has done all that it should.
@@ -16,20 +17,20 @@ private Q_SLOTS:
     void aCallThatLostAWriteNeverSucceeds_data()
     {
         QTest::addColumn<QString>("value");
-        QTest::addColumn<bool>("isReleasedAtOnce");
-        for (const bool isReleasedAtOnce : {false, true}) {
-            const char *const release = isReleasedAtOnce ? "at once" : "behind the call";
-            QTest::addRow("number, released %s", release) << "i" << isReleasedAtOnce;
-            QTest::addRow("object, released %s", release) << "{ at: [i] }" << isReleasedAtOnce;
+        QTest::addColumn<bool>("isReleasedSoon");
+        for (const bool isReleasedSoon : {false, true}) {
+            const char *const release = isReleasedSoon ? "soon" : "behind the call";
+            QTest::addRow("number, released %s", release) << "i" << isReleasedSoon;
+            QTest::addRow("object, released %s", release) << "{ at: [i] }" << isReleasedSoon;
         }
     }
 
     void aCallThatLostAWriteNeverSucceeds()
     {
         QFETCH(QString, value);
-        QFETCH(bool, isReleasedAtOnce);
-        constexpr int writeCount = 20;
-        constexpr int callCount = 3000;
+        QFETCH(bool, isReleasedSoon);
+        constexpr int writeCount = 200;
+        constexpr int callCount = 1500;
         HandlerFixture fixture;
         const auto root = fixture.makeNode(QStringLiteral("root"));
         const auto motor = QSharedPointer<HookedNode>::create(fixture.calls, QString());
@@ -44,6 +45,16 @@ private Q_SLOTS:
         script += QStringLiteral("} catch (error) {} }");
         fixture.handler.initializeHandler(root, script, QString());
 
+        // Busy, or, for machines whose processors are all in use, asleep.
+        const auto wait = [](int microseconds) {
+            if (microseconds % 2 == 0) {
+                std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+                return;
+            }
+            const auto end =
+                std::chrono::steady_clock::now() + std::chrono::microseconds(microseconds);
+            while (std::chrono::steady_clock::now() < end) { }
+        };
         std::atomic<int> round{0};
         std::atomic<int> roundBegun{0};
         std::atomic<int> roundEnded{0};
@@ -53,9 +64,10 @@ private Q_SLOTS:
                     std::this_thread::yield();
                 }
                 roundBegun.store(i);
-                for (volatile int wait = (i * 37) % 4000; wait > 0; wait = wait - 1) { }
+                wait((i * 37) % 101);
                 fixture.handler.setInterrupted(true);
-                if (isReleasedAtOnce) {
+                if (isReleasedSoon) {
+                    wait((i * 53) % 61);
                     fixture.handler.setInterrupted(false);
                 }
                 roundEnded.store(i);

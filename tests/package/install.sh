@@ -50,3 +50,22 @@ quietly c++ -std=c++17 -fPIC "$source/examples/hosts/02-embedded-host/main.cpp" 
     -o "$scratch/pkg-config-consumer" $flags "-Wl,-rpath,$(dirname "$library")"
 run_example EmbeddedHostSavesAndResolves pump-station \
     "$scratch/pkg-config-consumer" line2/pump1 motor/ratedPower 15
+
+echo "A consumer of every public function"
+awk -f "$source/tests/package/public-functions.awk" \
+    "$(dirname "$(find "$prefix" -name JavaScriptApi.h -path '*/include/*')")"/*.h >"$scratch/functions"
+# Constructors and destructors have no address; the program makes objects. One function is overloaded
+# and written out there.
+awk -F:: '$2 !~ "^~?" $1 "$" && $0 != "JavaScriptRootPointerHandler::setChangedUrl" {
+    print "USE(" $0 ")"
+}' "$scratch/functions" >"$scratch/functions.inc"
+awk -F:: '{ print $1 }' "$scratch/functions" | sort --unique | while read -r class; do
+    if ! grep -q "\b$class\b" "$source/tests/package/every-function/main.cpp"; then
+        echo "tests/package/every-function/main.cpp makes no object of $class" >&2
+        exit 1
+    fi
+done
+# shellcheck disable=SC2086 # several flags
+quietly c++ -std=c++17 -fPIC "$source/tests/package/every-function/main.cpp" "-I$scratch" \
+    -o "$scratch/every-function" $flags "-Wl,-rpath,$(dirname "$library")"
+"$scratch/every-function" | grep "^$(($(wc -l <"$scratch/functions.inc") + 3)) used$"
