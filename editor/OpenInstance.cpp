@@ -39,7 +39,7 @@ QByteArray textOf(const QString &filePath)
 {
     QByteArray text;
     Diagnostic error;
-    TextFile::read(filePath, FileTree::maximumFileSize, text, error);
+    TextFile::read(filePath, TextFile::maximumSize, text, error);
     return text;
 }
 

@@ -80,9 +80,7 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
     }
     const QString projectPath = QFileInfo(dir.absolutePath()).path();
     Diagnostic error;
-    if (!HostSession::admits(node->sharedTree(), filePath, error)
-        || (HostSession::writesFiles()
-            && !node->tree().write(*node, projectPath, filePath, error))) {
+    if (!node->tree().write(*node, projectPath, filePath, error)) {
         qWarning().noquote() << error.toString();
         return fail(error.toString());
     }

@@ -2,6 +2,7 @@
 
 #include "filehost/HostSession.h"
 #include "filehost/JsonEdit.h"
+#include "filehost/JsonText.h"
 #include "filehost/JsonValue.h"
 #include "filehost/TreeObserver.h"
 

@@ -54,7 +54,7 @@ Manifest::Manifest(const Project &project)
 void Manifest::read()
 {
     QByteArray text;
-    switch (TextFile::read(m_filePath, FileTree::maximumFileSize, text, m_error)) {
+    switch (TextFile::read(m_filePath, TextFile::maximumSize, text, m_error)) {
     case TextFile::ReadResult::Missing:
         m_error = {m_filePath, 0, 0,
                    QStringLiteral("no such file: expected the project's manifest")};

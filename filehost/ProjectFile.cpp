@@ -7,7 +7,7 @@ ProjectFile::ProjectFile(const QString &filePath)
     : m_filePath(filePath)
 {
     QByteArray text("{}");
-    const auto result = TextFile::read(filePath, FileTree::maximumFileSize, text, m_error);
+    const auto result = TextFile::read(filePath, TextFile::maximumSize, text, m_error);
     m_exists = result != TextFile::ReadResult::Missing;
     if (result != TextFile::ReadResult::Unreadable) {
         m_json = JsonText::parse(text, m_error);

@@ -291,7 +291,7 @@ QString ProjectCheck::checkScript(const NamedScript &script)
     QByteArray content;
     Diagnostic error;
     Diagnostic place = script.place;
-    switch (TextFile::read(filePath, FileTree::maximumFileSize, content, error)) {
+    switch (TextFile::read(filePath, TextFile::maximumSize, content, error)) {
     case TextFile::ReadResult::Missing:
         place.message = QStringLiteral("there is no script %1/%2")
                             .arg(m_project.relativePath(folderOf(script.kind)), script.fileName);
@@ -433,7 +433,7 @@ void ProjectCheck::checkUnusedScripts()
                     {filePath, 0, 0, QStringLiteral("no tree names this script")});
                 QByteArray text;
                 Diagnostic error;
-                if (TextFile::read(filePath, FileTree::maximumFileSize, text, error)
+                if (TextFile::read(filePath, TextFile::maximumSize, text, error)
                     == TextFile::ReadResult::Read) {
                     isEvaluated(ScriptProbe(QString::fromUtf8(text),
                                             m_project.relativePath(filePath), m_guard),
