@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filehost/FileBatch.h"
 #include "filehost/HostSession.h"
-#include "filehost/ProjectLock.h"
+#include "filehost/store/FileBatch.h"
+#include "filehost/store/ProjectLock.h"
 #include "runner/SilentLog.h"
 
 #include <QSharedPointer>

@@ -1,10 +1,10 @@
 #include "FileTreeNode.h"
 
 #include "filehost/HostSession.h"
-#include "filehost/JsonEdit.h"
-#include "filehost/JsonText.h"
-#include "filehost/JsonValue.h"
 #include "filehost/TreeObserver.h"
+#include "filehost/json/JsonEdit.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QDebug>
 

@@ -2,9 +2,9 @@
 
 #include "filehost/FileTree.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
-#include "host/PropertyManagerConst.h"
 #include "host/SystemInformationManagerDataDefinitions.h"
 
 #include <QJsonDocument>
@@ -45,8 +45,7 @@ int findMember(const JsonText &json, int element, const QString &key)
 } // namespace
 
 Manifest::Manifest(const Project &project)
-    : m_filePath(PropertyManagerConst::getConfigurationFolderPath(project.path()) + QLatin1Char('/')
-                 + PropertyManagerConst::getConfigurationManifestFilename())
+    : m_filePath(ProjectLayout(project.path()).manifestFile())
 {
     read();
 }

@@ -2,7 +2,7 @@
 
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 
 DialogScript::DialogScript(const Project &project, const FileTreeNode &root)
 {

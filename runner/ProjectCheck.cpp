@@ -1,10 +1,11 @@
 #include "ProjectCheck.h"
 
 #include "filehost/FileTreeNode.h"
-#include "filehost/InstanceFile.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/InstanceFile.h"
+#include "filehost/store/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "host/SelectorUrlHandler.h"
@@ -454,7 +455,7 @@ void ProjectCheck::checkText(const QString &textId, Place place)
     QStringList missing;
     for (auto it = m_texts.cbegin(); it != m_texts.cend(); ++it) {
         if (!it.value().contains(textId)) {
-            missing.append(QStringLiteral("texts/%1.json").arg(it.key()));
+            missing.append(ProjectLayout().textsFile(it.key()));
         }
     }
     if (!missing.isEmpty()) {

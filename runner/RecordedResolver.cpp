@@ -1,9 +1,9 @@
 #include "RecordedResolver.h"
 
 #include "JavaScript/JavaScriptDependencyResolver.h"
-#include "filehost/FileBatch.h"
 #include "filehost/HostSession.h"
 #include "filehost/Project.h"
+#include "filehost/store/FileBatch.h"
 #include "runner/SilentLog.h"
 
 namespace {

@@ -1,8 +1,8 @@
 #include "RunRecorder.h"
 
 #include "filehost/FileTreeNode.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 

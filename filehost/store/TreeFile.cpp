@@ -1,6 +1,6 @@
 #include "TreeFile.h"
 
-#include "filehost/FileTreeFormat.h"
+#include "filehost/store/FileTreeFormat.h"
 
 JsonText TreeFile::parse(const QByteArray &text, Diagnostic &error)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filehost/JsonText.h"
-#include "filehost/TextFile.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/store/TextFile.h"
 
 #include <QByteArray>
 #include <QString>

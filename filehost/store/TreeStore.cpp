@@ -1,6 +1,6 @@
 #include "TreeStore.h"
 
-#include "filehost/FileBatch.h"
+#include "filehost/store/FileBatch.h"
 
 void TreeStore::setBatch(FileBatch *batch)
 {

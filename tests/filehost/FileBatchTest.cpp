@@ -1,4 +1,4 @@
-#include "filehost/FileBatch.h"
+#include "filehost/store/FileBatch.h"
 #include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"

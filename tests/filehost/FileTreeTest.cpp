@@ -1,6 +1,6 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/ProjectFolder.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 #include "support/StrictTest.h"
 
 #include <QFile>
@@ -161,8 +161,7 @@ private Q_SLOTS:
     void readsFilesUpToItsLimit()
     {
         const ProjectFolder project;
-        project.write(s_fileName,
-                      QByteArray("{}").leftJustified(int(TextFile::maximumSize), ' '));
+        project.write(s_fileName, QByteArray("{}").leftJustified(int(TextFile::maximumSize), ' '));
         Diagnostic error;
         QVERIFY2(FileTree::read(identityIn(project), error), qPrintable(error.toString()));
 

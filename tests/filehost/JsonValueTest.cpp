@@ -1,6 +1,6 @@
-#include "filehost/JsonValue.h"
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonValue.h"
 #include "filehost/TypedText.h"
+#include "filehost/json/JsonText.h"
 #include "support/StrictTest.h"
 
 #include <QDateTime>

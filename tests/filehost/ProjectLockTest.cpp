@@ -1,4 +1,4 @@
-#include "filehost/ProjectLock.h"
+#include "filehost/store/ProjectLock.h"
 #include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"

@@ -1,10 +1,11 @@
 #include "BatchJournal.h"
 
-#include "filehost/Descriptor.h"
-#include "filehost/JsonText.h"
-#include "filehost/JsonValue.h"
-#include "filehost/StagedFile.h"
-#include "filehost/TextFile.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/json/JsonValue.h"
+#include "filehost/store/Descriptor.h"
+#include "filehost/store/StagedFile.h"
+#include "filehost/store/TextFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -34,22 +35,18 @@ QByteArray lineOf(QLatin1String member, const QString &value)
 
 BatchJournal::BatchJournal(const QString &projectPath)
     : m_projectPath(projectPath)
+    , m_filePath(ProjectLayout(projectPath).journalFile())
 {
 }
 
 BatchJournal::~BatchJournal() = default;
-
-QString BatchJournal::filePath(const QString &projectPath)
-{
-    return projectPath + QStringLiteral("/.configscript-journal");
-}
 
 std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPath,
                                                         Diagnostic &error)
 {
     constexpr qint64 maximumSize = qint64(256) * 1024 * 1024;
     QByteArray text;
-    if (TextFile::read(filePath(projectPath), maximumSize, text, error)
+    if (TextFile::read(ProjectLayout(projectPath).journalFile(), maximumSize, text, error)
         != TextFile::ReadResult::Read) {
         return std::nullopt;
     }
@@ -62,7 +59,7 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
         const QVariantMap member = line.isNull() ? QVariantMap() : line.value(0).toMap();
         const QString value = member.isEmpty() ? QString() : member.first().toString();
         if (member.size() != 1 || member.first().type() != QVariant::String || value.isEmpty()) {
-            error = {filePath(projectPath), text.left(begin).count('\n') + 1, 0,
+            error = {ProjectLayout(projectPath).journalFile(), text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected an object with one member in each line")};
             return std::nullopt;
         }
@@ -83,7 +80,7 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
         } else if (key == s_state && value == s_saved) {
             content.isSaved = true;
         } else {
-            error = {filePath(projectPath), text.left(begin).count('\n') + 1, 0,
+            error = {ProjectLayout(projectPath).journalFile(), text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected a member of a journal, found \"%1\"").arg(key)};
             return std::nullopt;
         }
@@ -93,9 +90,8 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
 
 bool BatchJournal::create(qint64 number, Diagnostic &error)
 {
-    m_file =
-        std::make_unique<Descriptor>(::open(QFile::encodeName(filePath(m_projectPath)).constData(),
-                                            O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
+    m_file = std::make_unique<Descriptor>(::open(QFile::encodeName(m_filePath).constData(),
+                                                 O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
     m_size = 0;
     if (*m_file < 0) {
         return fail(error);
@@ -125,8 +121,8 @@ bool BatchJournal::addProject(const QString &projectPath, Diagnostic &error)
 
 bool BatchJournal::sync(Diagnostic &error) const
 {
-    const Descriptor file(::open(QFile::encodeName(filePath(m_projectPath)).constData(),
-                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    const Descriptor file(
+        ::open(QFile::encodeName(m_filePath).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     return (file >= 0 && ::fsync(file) == 0) || fail(error);
 }
 
@@ -150,7 +146,7 @@ bool BatchJournal::setSaved(Diagnostic &error)
 
 bool BatchJournal::pointTo(const QString &ownersPath, qint64 number, Diagnostic &error) const
 {
-    const StagedFile file(filePath(m_projectPath), number);
+    const StagedFile file(m_filePath, number);
     const bool isMade = file.write(lineOf(s_owner, relative(ownersPath)), error) && file.sync(error)
         && file.placeNew(error);
     Diagnostic ignored;
@@ -160,13 +156,13 @@ bool BatchJournal::pointTo(const QString &ownersPath, qint64 number, Diagnostic 
 
 bool BatchJournal::giveUpPointing(qint64 number, Diagnostic &error) const
 {
-    return StagedFile(filePath(m_projectPath), number).discard(error);
+    return StagedFile(m_filePath, number).discard(error);
 }
 
 bool BatchJournal::remove(Diagnostic &error)
 {
     m_file.reset();
-    return ::unlink(QFile::encodeName(filePath(m_projectPath)).constData()) == 0 || errno == ENOENT
+    return ::unlink(QFile::encodeName(m_filePath).constData()) == 0 || errno == ENOENT
         || fail(error);
 }
 
@@ -188,7 +184,6 @@ QString BatchJournal::relative(const QString &path) const
 
 bool BatchJournal::fail(Diagnostic &error) const
 {
-    error = {filePath(m_projectPath), 0, 0,
-             QStringLiteral("cannot be written: ") + qt_error_string(errno)};
+    error = {m_filePath, 0, 0, QStringLiteral("cannot be written: ") + qt_error_string(errno)};
     return false;
 }

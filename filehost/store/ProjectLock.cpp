@@ -1,5 +1,7 @@
 #include "ProjectLock.h"
 
+#include "filehost/ProjectLayout.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -46,7 +48,7 @@ std::unique_ptr<ProjectLock> ProjectLock::acquire(const QString &projectPath, Di
 {
     constexpr int interval = 20; // milliseconds
     std::unique_ptr<ProjectLock> lock(
-        new ProjectLock(QFile::encodeName(projectPath + QStringLiteral("/.configscript-lock"))));
+        new ProjectLock(QFile::encodeName(ProjectLayout(projectPath).lockFile())));
     QElapsedTimer timer;
     timer.start();
     while (!lock->tryLock()) {

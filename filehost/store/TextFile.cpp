@@ -1,7 +1,7 @@
 #include "TextFile.h"
 
-#include "filehost/Descriptor.h"
-#include "filehost/StagedFile.h"
+#include "filehost/store/Descriptor.h"
+#include "filehost/store/StagedFile.h"
 
 #include <QFile>
 #include <QRandomGenerator>

@@ -43,8 +43,6 @@ public:
     explicit BatchJournal(const QString &projectPath);
     ~BatchJournal();
 
-    static QString filePath(const QString &projectPath);
-
     /// Nothing when the project has no journal, or, with the error set, when it cannot be read.
     static std::optional<Content> read(const QString &projectPath, Diagnostic &error);
 
@@ -80,6 +78,7 @@ private:
     bool fail(Diagnostic &error) const;
 
     QString m_projectPath;
+    QString m_filePath;
     std::unique_ptr<Descriptor> m_file;
     off_t m_size = 0; ///< of the lines that are whole
 };

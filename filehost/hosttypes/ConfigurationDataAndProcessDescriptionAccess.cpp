@@ -1,10 +1,10 @@
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 
-#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
-#include "filehost/InstanceFile.h"
 #include "filehost/TreeObserver.h"
+#include "filehost/store/FileBatch.h"
+#include "filehost/store/InstanceFile.h"
 
 #include <QDebug>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #include "ProjectFile.h"
 
 #include "filehost/FileTree.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 
 ProjectFile::ProjectFile(const QString &filePath)
     : m_filePath(filePath)

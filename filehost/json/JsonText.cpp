@@ -1,6 +1,6 @@
 #include "JsonText.h"
 
-#include "filehost/JsonParser.h"
+#include "filehost/json/JsonParser.h"
 
 #include <charconv>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "JsonParser.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QSet>
 #include <QVarLengthArray>

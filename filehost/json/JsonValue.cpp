@@ -1,6 +1,6 @@
 #include "JsonValue.h"
 
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 
 #include <QDateTime>
 #include <QJsonArray>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filehost/Descriptor.h"
 #include "filehost/Diagnostic.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QString>
 

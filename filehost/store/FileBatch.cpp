@@ -1,7 +1,7 @@
 #include "FileBatch.h"
 
-#include "filehost/Descriptor.h"
-#include "host/PropertyManagerConst.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -39,11 +39,10 @@ bool fail(const QString &path, Diagnostic &error)
 /// Removes what batches have stored in a project's folders of trees.
 void removeLeftOvers(const QString &projectPath)
 {
-    for (const QString &folder : {PropertyManagerConst::getConfigurationFolderPath(projectPath),
-                                  PropertyManagerConst::getProcessFolderPath(projectPath)}) {
-        QDirIterator files(
-            folder, {QStringLiteral(".configscript-*.new"), QStringLiteral(".configscript-*.old")},
-            QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    const ProjectLayout layout(projectPath);
+    for (const QString &folder : {layout.configurationFolder(), layout.processFolder()}) {
+        QDirIterator files(folder, StagedFile::namePatterns(),
+                           QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
         while (files.hasNext()) {
             QFile::remove(files.next());
         }
@@ -221,7 +220,7 @@ void FileBatch::drop()
 bool FileBatch::isInterrupted(const QString &projectPath)
 {
     struct stat status;
-    return ::lstat(QFile::encodeName(BatchJournal::filePath(projectPath)).constData(), &status)
+    return ::lstat(QFile::encodeName(ProjectLayout(projectPath).journalFile()).constData(), &status)
         == 0;
 }
 
@@ -275,7 +274,7 @@ FileBatch::Recovery FileBatch::recover(const QString &projectPath, Diagnostic &e
                                 && !QFileInfo::exists(project);
                         });
         if (!isMissing && file.isPending() && !isInside(file.filePath(), takingPart)) {
-            error = {BatchJournal::filePath(projectPath), 0, 0,
+            error = {ProjectLayout(projectPath).journalFile(), 0, 0,
                      QStringLiteral("names a file outside of its projects: ") + file.filePath()};
             return Recovery::Nothing;
         }

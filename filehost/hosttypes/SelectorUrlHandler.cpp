@@ -1,6 +1,6 @@
 #include "host/SelectorUrlHandler.h"
 
-#include "filehost/PercentEncoding.h"
+#include "filehost/hosttypes/PercentEncoding.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 
 // <scheme>://<module>/<object>/<instance>#<path>. The instance may hold "/", and so may the path;

@@ -1,6 +1,6 @@
 #include "Walls.h"
 
-#include "filehost/Descriptor.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filehost/BatchJournal.h"
-#include "filehost/StagedFile.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/BatchJournal.h"
+#include "filehost/store/StagedFile.h"
+#include "filehost/store/TextFile.h"
 
 #include <QByteArray>
 #include <QHash>

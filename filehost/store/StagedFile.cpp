@@ -1,6 +1,6 @@
 #include "StagedFile.h"
 
-#include "filehost/Descriptor.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,6 +15,10 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr char s_prefix[] = ".configscript-";
+constexpr char s_newSuffix[] = ".new";
+constexpr char s_oldSuffix[] = ".old";
 
 bool syncPath(const QByteArray &path, int flags)
 {
@@ -52,6 +56,12 @@ QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
     return path == filePath ? filePath : path; // mostly it is, and takes no memory then
 }
 
+QStringList StagedFile::namePatterns()
+{
+    const QString any = QLatin1String(s_prefix) + QLatin1Char('*');
+    return {any + QLatin1String(s_newSuffix), any + QLatin1String(s_oldSuffix)};
+}
+
 QByteArray StagedFile::folder() const
 {
     return QFile::encodeName(m_filePath.left(m_filePath.lastIndexOf(QLatin1Char('/'))));
@@ -64,17 +74,17 @@ QByteArray StagedFile::path() const
 
 QByteArray StagedFile::newPath() const
 {
-    return pathWith(".new");
+    return pathWith(s_newSuffix);
 }
 
 QByteArray StagedFile::oldPath() const
 {
-    return pathWith(".old");
+    return pathWith(s_oldSuffix);
 }
 
 QByteArray StagedFile::pathWith(const char *suffix) const
 {
-    return folder() + "/.configscript-" + m_number + suffix;
+    return folder() + '/' + s_prefix + m_number + suffix;
 }
 
 bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
