@@ -139,12 +139,11 @@ bool InplaceResolve::write(const FileTreeNode &root, Diagnostic &error) const
     HostSession session(m_project.units());
     FileBatch batch(m_project.path());
     session.setBatch(&batch);
-    QString reason;
     if (!root.tree().write(root, m_project.path(), m_treePath, error)) {
         return false;
     }
-    if (!batch.commit(reason)) {
-        error.message = reason;
+    if (!batch.commit(error)) {
+        error = {QString(), 0, 0, error.toString()};
         return false;
     }
     return true;

@@ -6,6 +6,7 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/json/JsonValue.h"
 #include "filehost/store/TextFile.h"
 #include "host/TextManager.h"

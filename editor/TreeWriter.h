@@ -27,7 +27,7 @@ public:
     void add(const QSharedPointer<FileTreeNode> &root);
 
     /// @return false, with @p error set, when nothing was written
-    bool commit(QString &error) { return m_batch.commit(error); }
+    bool commit(QString &error);
 
 private:
     TreeWriter(const Project &project, std::unique_ptr<ProjectLock> lock);

@@ -34,7 +34,8 @@ FileTreeNode::FileTreeNode(const FileTree::Pointer &tree, int element)
 ConfigurationAndProcessDataBase::BaseClassSharedPointer FileTreeNode::getNode(
     const QString &relUrl) const
 {
-    auto *node = const_cast<FileTreeNode *>(find(relUrl)); // nodes lead to their children freely
+    auto *node =
+        const_cast<FileTreeNode *>(find(relUrl)); // a node gives write access to its children
     return node ? node->sharedFromThis() : QSharedPointer<FileTreeNode>();
 }
 

@@ -3,7 +3,6 @@
 // held before.
 #include "filehost/ProjectFolder.h"
 #include "filehost/ProjectLayout.h"
-#include "filehost/store/BatchJournal.h"
 #include "filehost/store/FileBatch.h"
 #include "fuzz/FuzzSupport.h"
 

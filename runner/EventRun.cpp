@@ -89,9 +89,9 @@ std::optional<RunReport> EventRun::run(const QVector<Event> &events, HostSession
     }
     session.setObserver(nullptr);
     session.setBatch(nullptr);
-    QString savingError;
+    Diagnostic savingError;
     if (!batch.commit(savingError)) {
-        recorder.savingFailed(savingError);
+        recorder.savingFailed(savingError.toString());
     }
     RunReport report = recorder.takeReport();
     report.refusal = refusal;

@@ -53,9 +53,9 @@ void RecordedResolver::resolve(const QString &instance)
     }
     m_session.setObserver(nullptr);
     m_session.setBatch(nullptr);
-    QString error;
+    Diagnostic error;
     if (!batch.commit(error)) {
-        m_recorder.savingFailed(error);
+        m_recorder.savingFailed(error.toString());
     }
 }
 

@@ -62,7 +62,8 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
         return false;
     }
     TreeObserver *observer = HostSession::observer();
-    const auto fail = [&](const QString &reason) {
+    const auto fail = [&](const Diagnostic &reason) {
+        qWarning().noquote() << reason.toString();
         if (observer) {
             observer->treeNotSaved(*node, reason);
         }
@@ -74,15 +75,12 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
     QString nameError;
     const QString filePath = InstanceFile::path(dir, instance, nameError);
     if (filePath.isEmpty()) {
-        const QString reason = refusal("write", instance, nameError);
-        qWarning().noquote() << reason;
-        return fail(reason);
+        return fail({QString(), 0, 0, refusal("write", instance, nameError)});
     }
     const QString projectPath = QFileInfo(dir.absolutePath()).path();
     Diagnostic error;
     if (!node->tree().write(*node, projectPath, filePath, error)) {
-        qWarning().noquote() << error.toString();
-        return fail(error.toString());
+        return fail(error);
     }
     if (observer) {
         observer->treeSaved(*node, filePath);

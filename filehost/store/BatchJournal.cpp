@@ -53,13 +53,14 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
     // Paths in the journal begin at the real folder, wherever the project is reached from.
     const QDir folder(QFileInfo(projectPath).canonicalFilePath());
     Content content;
+    content.filePath = ProjectLayout(projectPath).journalFile();
     for (int begin = 0, end = 0; (end = text.indexOf('\n', begin)) >= 0; begin = end + 1) {
         Diagnostic lineError;
         const JsonText line = JsonText::parse(text.mid(begin, end - begin), lineError);
         const QVariantMap member = line.isNull() ? QVariantMap() : line.value(0).toMap();
         const QString value = member.isEmpty() ? QString() : member.first().toString();
         if (member.size() != 1 || member.first().type() != QVariant::String || value.isEmpty()) {
-            error = {ProjectLayout(projectPath).journalFile(), text.left(begin).count('\n') + 1, 0,
+            error = {content.filePath, text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected an object with one member in each line")};
             return std::nullopt;
         }
@@ -80,7 +81,7 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
         } else if (key == s_state && value == s_saved) {
             content.isSaved = true;
         } else {
-            error = {ProjectLayout(projectPath).journalFile(), text.left(begin).count('\n') + 1, 0,
+            error = {content.filePath, text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected a member of a journal, found \"%1\"").arg(key)};
             return std::nullopt;
         }
@@ -135,7 +136,7 @@ bool BatchJournal::setSaved(Diagnostic &error)
     if (sync(error)) {
         return true;
     }
-    // Who reads it now finds the line: it is taken back, or else it holds.
+    // Whoever reads the journal now finds the line. Unless it can be taken back, it holds.
     if (::ftruncate(*m_file, size) != 0) {
         return true;
     }
@@ -168,7 +169,7 @@ bool BatchJournal::remove(Diagnostic &error)
 
 bool BatchJournal::append(QLatin1String member, const QString &value, Diagnostic &error)
 {
-    // What was written of a line that failed is written over by the next one.
+    // A line that was written in part is overwritten by the next one.
     const QByteArray line = lineOf(member, value);
     if (!m_file->write(line, m_size)) {
         return fail(error);

@@ -32,6 +32,7 @@ public:
     /// What a journal says.
     struct Content
     {
+        QString filePath; ///< the journal's own
         qint64 number = 0;
         QStringList files; ///< absolute, as are folders and projects
         QStringList folders;

@@ -43,7 +43,7 @@ QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
             return target;
         }
     }
-    // To follow the links of a folder takes its time.
+    // Following the links of a folder takes time.
     const QString absolutePath = QFileInfo(filePath).absoluteFilePath();
     const int nameBegin = absolutePath.lastIndexOf(QLatin1Char('/')) + 1;
     QString &folder = realFolders[absolutePath.left(nameBegin)];
@@ -53,7 +53,8 @@ QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
         folder = real.isEmpty() ? realPath(given, realFolders) : real;
     }
     const QString path = folder + QLatin1Char('/') + absolutePath.mid(nameBegin);
-    return path == filePath ? filePath : path; // mostly it is, and takes no memory then
+    return path == filePath ? filePath
+                            : path; // shares the memory of the text given, which mostly is equal
 }
 
 QStringList StagedFile::namePatterns()
@@ -115,7 +116,7 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         };
         Descriptor file(make());
         if (file < 0 && errno == EEXIST) {
-            // An earlier content, or what somebody left there.
+            // An earlier content of this batch, or a file that was left there.
             if (!remove(newPath(), error)) {
                 return false;
             }
@@ -128,7 +129,7 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         if (exists && (old.st_uid != ::geteuid() || old.st_gid != ::getegid())
             && ::fchown(file, old.st_uid, old.st_gid) != 0
             && ::fchown(file, uid_t(-1), old.st_gid) != 0) {
-            mode &= ~mode_t(S_IRWXG | S_ISGID); // another group shall not get what that one had
+            mode &= ~mode_t(S_IRWXG | S_ISGID); // not for another group what was for that one
         }
         isWritten =
             (!exists || ::fchmod(file, mode) == 0) && file.write(content, 0) && file.close();
@@ -187,7 +188,7 @@ bool StagedFile::replace(Diagnostic &error) const
 
 bool StagedFile::placeNew(Diagnostic &error) const
 {
-    // Two names tell it from a file that was there before.
+    // While the content keeps its own name, too, it can be told from a file that was there before.
     return ::link(newPath().constData(), path().constData()) == 0 || fail(error);
 }
 
@@ -211,7 +212,7 @@ bool StagedFile::isPending() const
 
 bool StagedFile::undo(Diagnostic &error) const
 {
-    // To rename one name of a file to another does nothing.
+    // Where both are names of one file, rename() does nothing.
     if (::rename(oldPath().constData(), path().constData()) != 0) {
         if (errno != ENOENT && errno != ENOTDIR) {
             return fail(error);

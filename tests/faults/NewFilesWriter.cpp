@@ -23,10 +23,10 @@ int main()
             break;
         }
     }
-    QString error;
+    Diagnostic error;
     if (batch.commit(error)) {
         return 0;
     }
-    std::fprintf(stderr, "%s\n", qPrintable(error));
+    std::fprintf(stderr, "%s\n", qPrintable(error.toString()));
     return 1;
 }

@@ -66,9 +66,9 @@ public:
     {
         add(root, QStringLiteral("saved ") + filePath);
     }
-    void treeNotSaved(const FileTreeNode &root, const QString &reason) override
+    void treeNotSaved(const FileTreeNode &root, const Diagnostic &reason) override
     {
-        add(root, QStringLiteral("not saved ") + reason);
+        add(root, QStringLiteral("not saved ") + reason.toString());
     }
 
     QStringList take() { return std::exchange(m_seen, {}); }
