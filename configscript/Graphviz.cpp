@@ -1,7 +1,7 @@
 #include "Graphviz.h"
 
 #include "configscript/Output.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 
 #include <QProcess>
 #include <QStandardPaths>

@@ -6,13 +6,13 @@
 #include "configscript/JsonReport.h"
 #include "configscript/ScriptWatchdog.h"
 #include "configscript/TextReport.h"
-#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/FileBatch.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
-#include "host/PropertyManagerConst.h"
 #include "host/TextManager.h"
 #include "runner/LineDiff.h"
 #include "runner/OmittedRuns.h"
@@ -29,13 +29,12 @@ namespace {
 QString rootInstanceOf(const Project &project, const QString &treePath, const QString &instance)
 {
     const QString folder =
-        QFileInfo(PropertyManagerConst::getConfigurationFolderPath(project.path()))
-            .canonicalFilePath()
+        QFileInfo(ProjectLayout(project.path()).configurationFolder()).canonicalFilePath()
         + QLatin1Char('/');
-    const QString suffix = QStringLiteral(".json");
-    return treePath.startsWith(folder) && treePath.endsWith(suffix)
-        ? treePath.mid(folder.size()).chopped(suffix.size())
-        : instance;
+    const QString ownInstance = treePath.startsWith(folder)
+        ? ProjectLayout::baseName(treePath.mid(folder.size()))
+        : QString();
+    return ownInstance.isEmpty() ? instance : ownInstance;
 }
 
 } // namespace
@@ -140,12 +139,11 @@ bool InplaceResolve::write(const FileTreeNode &root, Diagnostic &error) const
     HostSession session(m_project.units());
     FileBatch batch(m_project.path());
     session.setBatch(&batch);
-    QString reason;
     if (!root.tree().write(root, m_project.path(), m_treePath, error)) {
         return false;
     }
-    if (!batch.commit(reason)) {
-        error.message = reason;
+    if (!batch.commit(error)) {
+        error = {QString(), 0, 0, error.toString()};
         return false;
     }
     return true;

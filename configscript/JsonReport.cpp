@@ -1,7 +1,7 @@
 #include "JsonReport.h"
 
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QJsonArray>
 

@@ -3,9 +3,9 @@
 #include "configscript/ExitCode.h"
 #include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
-#include "filehost/PercentEncoding.h"
-#include "filehost/TextFile.h"
-#include "filehost/Walls.h"
+#include "filehost/hosttypes/PercentEncoding.h"
+#include "filehost/store/TextFile.h"
+#include "filehost/store/Walls.h"
 #include "host/PropertyManagerConst.h"
 
 #include <QDir>

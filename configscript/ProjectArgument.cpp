@@ -1,6 +1,7 @@
 #include "ProjectArgument.h"
 
 #include "configscript/Output.h"
+#include "filehost/ProjectLayout.h"
 #include "runner/ProjectOpening.h"
 
 #include <QDir>
@@ -41,11 +42,11 @@ std::optional<Project> openProjectAround(const std::string &filePath,
                                          std::unique_ptr<ProjectLock> *lock)
 {
     QDir folder = QFileInfo(QString::fromStdString(filePath)).absoluteDir();
-    while (!folder.exists(QStringLiteral("project.json"))) {
+    while (!folder.exists(ProjectLayout().projectFile())) {
         if (folder.isRoot() || !folder.cdUp()) {
             Output::error(QString::fromStdString(filePath)
-                          + QStringLiteral(": no project.json in a folder above it; name the "
-                                           "project"));
+                          + QStringLiteral(": no %1 in a folder above it; name the project")
+                                .arg(ProjectLayout().projectFile()));
             return std::nullopt;
         }
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filehost/Project.h"
-#include "filehost/ProjectLock.h"
+#include "filehost/store/ProjectLock.h"
 
 #include <memory>
 #include <optional>

@@ -6,8 +6,8 @@
 #include "configscript/ProjectArgument.h"
 #include "configscript/ScriptWatchdog.h"
 #include "configscript/TextReport.h"
-#include "filehost/JsonText.h"
-#include "filehost/TextFile.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/store/TextFile.h"
 #include "runner/ScriptProbe.h"
 #include "runner/test/ScriptTestRecorder.h"
 

@@ -1,7 +1,7 @@
 #include "TextReport.h"
 
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 
 #include <algorithm>
 

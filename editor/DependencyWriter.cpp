@@ -2,8 +2,8 @@
 
 #include "editor/TreeWriter.h"
 #include "filehost/FileTreeNode.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "editor/EditCommand.h"
 #include "editor/ValueText.h"
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "InstanceSnapshot.h"
 
 #include "filehost/FileTreeNode.h"
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <algorithm>
 

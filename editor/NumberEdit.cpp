@@ -1,7 +1,7 @@
 #include "NumberEdit.h"
 
 #include "editor/ValueText.h"
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 
 #include <QLineEdit>
 

@@ -5,9 +5,10 @@
 #include "editor/TreeWriter.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/json/JsonValue.h"
+#include "filehost/store/TextFile.h"
 #include "host/TextManager.h"
 #include "host/UnitManagerWrapper.h"
 #include "runner/RunRecorder.h"
@@ -39,7 +40,7 @@ QByteArray textOf(const QString &filePath)
 {
     QByteArray text;
     Diagnostic error;
-    TextFile::read(filePath, FileTree::maximumFileSize, text, error);
+    TextFile::read(filePath, TextFile::maximumSize, text, error);
     return text;
 }
 

@@ -1,6 +1,6 @@
 #include "SessionRecording.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 #include "runner/test/ScriptTestRecorder.h"
 
 #include <algorithm>

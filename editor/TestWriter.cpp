@@ -1,7 +1,7 @@
 #include "TestWriter.h"
 
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 #include "runner/ScratchCopy.h"
 #include "runner/test/ScriptTest.h"
 #include "runner/test/ScriptTestRecorder.h"

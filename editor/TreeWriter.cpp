@@ -48,3 +48,13 @@ void TreeWriter::add(const QSharedPointer<FileTreeNode> &root)
         folderOf(tree), m_project.moduleName(), m_project.objectName(), tree.instance, root,
         tree.kind == FileTree::Kind::Process);
 }
+
+bool TreeWriter::commit(QString &error)
+{
+    Diagnostic diagnostic;
+    if (m_batch.commit(diagnostic)) {
+        return true;
+    }
+    error = diagnostic.toString();
+    return false;
+}

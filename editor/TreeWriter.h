@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filehost/FileBatch.h"
 #include "filehost/HostSession.h"
-#include "filehost/ProjectLock.h"
+#include "filehost/store/FileBatch.h"
+#include "filehost/store/ProjectLock.h"
 #include "runner/SilentLog.h"
 
 #include <QSharedPointer>
@@ -27,7 +27,7 @@ public:
     void add(const QSharedPointer<FileTreeNode> &root);
 
     /// @return false, with @p error set, when nothing was written
-    bool commit(QString &error) { return m_batch.commit(error); }
+    bool commit(QString &error);
 
 private:
     TreeWriter(const Project &project, std::unique_ptr<ProjectLock> lock);

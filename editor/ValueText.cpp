@@ -1,7 +1,7 @@
 #include "ValueText.h"
 
-#include "filehost/JsonText.h"
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QJsonDocument>
 

@@ -1,14 +1,18 @@
 #pragma once
 
-#include "filehost/JsonText.h"
-#include "filehost/TextFile.h"
+#include "filehost/Diagnostic.h"
 
+#include <QByteArray>
 #include <QExplicitlySharedDataPointer>
 #include <QSharedData>
 #include <QSharedPointer>
 #include <QString>
 
+#include <memory>
+
 class FileTreeNode;
+class JsonText;
+struct TreeFile;
 
 /**
  * A tree's file as it was read: what the nodes of the tree share.
@@ -23,9 +27,6 @@ public:
     /// Each node has one, which is why it is small.
     using Pointer = QExplicitlySharedDataPointer<const FileTree>;
 
-    /// Larger files are refused, in bytes.
-    static constexpr qint64 maximumFileSize = qint64(32) * 1024 * 1024;
-
     enum class Kind { Configuration, Process };
 
     /// What the tree is, for those who watch it.
@@ -35,6 +36,8 @@ public:
         QString instance;
         Kind kind = Kind::Configuration;
     };
+
+    ~FileTree();
 
     /// The tree in the file that @p identity names. Null when there is no such file, and null with
     /// @p error set when it holds no tree.
@@ -47,26 +50,23 @@ public:
 
     /**
      * Writes the tree below @p root, the tree's root, to @p filePath; into the session's batch, if
-     * it has one.
+     * it has one. Touches no file, but succeeds, when the session writes nothing.
      * @param projectPath the folder of the project that the file belongs to
-     * @return false, with @p error set, when it could not be written, or when the tree's own file
-     *         has changed since it was read: what was written there would be lost
+     * @return false, with @p error set, when it could not be written; when the tree's own file has
+     *         changed since it was read: what was written there would be lost; and when another
+     *         tree of the same file was written before, and the file does not show that yet
      */
     bool write(const FileTreeNode &root, const QString &projectPath, const QString &filePath,
                Diagnostic &error) const;
 
-    const JsonText &json() const { return m_json; }
+    const JsonText &json() const;
     const Identity &identity() const { return m_identity; }
 
 private:
-    FileTree(const JsonText &json, const Identity &identity, const TextFile::Stamp &stamp);
+    Q_DISABLE_COPY(FileTree)
 
-    static JsonText parseText(const QByteArray &text, Diagnostic &error);
-    bool isAsRead(Diagnostic &error) const;
+    FileTree(std::shared_ptr<TreeFile> file, const Identity &identity);
 
-    JsonText m_json;
-    Identity m_identity;
-    mutable QByteArray m_storedText; ///< what the tree's file holds, as far as is known
-    TextFile::Stamp m_stamp; ///< of the file when it was read
-    mutable TextFile::Stamp m_batchedStamp; ///< of the file once a batch is committed
+    const std::shared_ptr<TreeFile> m_file;
+    const Identity m_identity;
 };

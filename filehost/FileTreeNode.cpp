@@ -1,9 +1,10 @@
 #include "FileTreeNode.h"
 
 #include "filehost/HostSession.h"
-#include "filehost/JsonEdit.h"
-#include "filehost/JsonValue.h"
 #include "filehost/TreeObserver.h"
+#include "filehost/json/JsonEdit.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QDebug>
 
@@ -33,7 +34,8 @@ FileTreeNode::FileTreeNode(const FileTree::Pointer &tree, int element)
 ConfigurationAndProcessDataBase::BaseClassSharedPointer FileTreeNode::getNode(
     const QString &relUrl) const
 {
-    auto *node = const_cast<FileTreeNode *>(find(relUrl)); // nodes lead to their children freely
+    auto *node =
+        const_cast<FileTreeNode *>(find(relUrl)); // a node gives write access to its children
     return node ? node->sharedFromThis() : QSharedPointer<FileTreeNode>();
 }
 

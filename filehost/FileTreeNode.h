@@ -46,7 +46,7 @@ public:
     QStringList childNames() const; ///< in the file's order
     bool isReadOnly(const QString &propertyKey) const;
 
-    /// As getProperty(), but nobody sees it.
+    /// As getProperty(), but no observer is told.
     QVariant value(const QString &propertyKey) const;
 
     /// What getProperty() gave when nothing was written yet.

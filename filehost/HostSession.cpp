@@ -1,20 +1,30 @@
 #include "HostSession.h"
 
-#include "filehost/FileTree.h"
+#include "filehost/store/TreeStore.h"
 
-HostSession *HostSession::s_current = nullptr;
+namespace {
+
+thread_local HostSession *s_current = nullptr;
+
+} // namespace
 
 HostSession::HostSession(const QHash<QString, QVariantMap> &units, Writing writing)
-    : m_units(units)
-    , m_writing(writing)
+    : m_before(s_current)
+    , m_units(units)
+    , m_treeStore(std::make_unique<TreeStore>())
 {
-    Q_ASSERT(!s_current);
+    if (writing == Writing::Nothing || !writesFiles()) {
+        m_treeStore->writeNothing();
+    }
     s_current = this;
 }
 
 HostSession::~HostSession()
 {
-    s_current = nullptr;
+    if (s_current != this) {
+        qFatal("A HostSession must end on its own thread, and before those that were made earlier");
+    }
+    s_current = m_before;
 }
 
 void HostSession::setObserver(TreeObserver *observer)
@@ -24,11 +34,7 @@ void HostSession::setObserver(TreeObserver *observer)
 
 void HostSession::setBatch(FileBatch *batch)
 {
-    m_batch = batch;
-    m_storedTrees.clear();
-    if (!batch) {
-        m_parsedFiles.clear(); // a batch that comes to its end changes most of them
-    }
+    m_treeStore->setBatch(batch);
 }
 
 QHash<QString, QVariantMap> HostSession::units()
@@ -36,39 +42,22 @@ QHash<QString, QVariantMap> HostSession::units()
     return s_current ? s_current->m_units : QHash<QString, QVariantMap>();
 }
 
+FileBatch *HostSession::batch()
+{
+    return s_current ? s_current->m_treeStore->batch() : nullptr;
+}
+
+TreeObserver *HostSession::observer()
+{
+    return s_current ? s_current->m_observer : nullptr;
+}
+
 bool HostSession::writesFiles()
 {
-    return !s_current || s_current->m_writing == Writing::Files;
+    return !s_current || s_current->m_treeStore->isWriting();
 }
 
-bool HostSession::admits(const FileTree::Pointer &tree, const QString &filePath, Diagnostic &error)
+TreeStore *HostSession::treeStore()
 {
-    const bool isWrittenAtOnce = writesFiles() && !batch();
-    if (isWrittenAtOnce || filePath != tree->identity().filePath) {
-        return true;
-    }
-    const TextFile::Stamp file = TextFile::stampOf(filePath);
-    if (file.size < 0) {
-        return true; // it was removed since it was read
-    }
-    auto &stored = s_current->m_storedTrees[{file.device, file.inode}];
-    if (stored && stored != tree) {
-        error = {filePath, 0, 0,
-                 QStringLiteral("cannot be written: the file has changed since it was read")};
-        return false;
-    }
-    stored = tree;
-    return true;
-}
-
-HostSession::ParsedFile HostSession::parsedFile(const QString &filePath)
-{
-    return s_current ? s_current->m_parsedFiles.value(filePath) : ParsedFile();
-}
-
-void HostSession::setParsedFile(const ParsedFile &file)
-{
-    if (s_current) {
-        s_current->m_parsedFiles.insert(file.path, file);
-    }
+    return s_current ? s_current->m_treeStore.get() : nullptr;
 }

@@ -1,29 +1,28 @@
 #pragma once
 
-#include "filehost/Diagnostic.h"
-#include "filehost/JsonText.h"
-#include "filehost/TextFile.h"
-
-#include <QExplicitlySharedDataPointer>
 #include <QHash>
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
 
-#include <map>
-#include <utility>
+#include <memory>
 
 class FileBatch;
-class FileTree;
 class TreeObserver;
+class TreeStore;
 
 /**
  * What the host's static operations and the objects that the library makes for itself work with,
- * beside the files. At most one at a time; it is in use from its construction to its destruction.
- * Without one, there are no units, nobody watches, and files are written. Resolvers and
- * UnitManagerWrapper objects take the units when they are constructed: the session comes first.
+ * beside the files: units, an observer, and whether and how files are written. Without a session,
+ * there are no units, nobody watches, and files are written.
  *
- * Made and used on the thread that uses the library.
+ * A session is in use on the thread that made it, from its construction to its destruction on the
+ * same thread; other threads have their own, or none. Trees, resolvers and wrappers belong to the
+ * thread whose session they are used with. Resolvers and UnitManagerWrapper objects take the units
+ * when they are constructed: the session comes first.
+ *
+ * Where a thread has several sessions, the one that was made last is in use; once it ends, the one
+ * before it is again. Within a session that writes nothing, no other one writes.
  */
 class HostSession
 {
@@ -36,6 +35,8 @@ public:
      */
     explicit HostSession(const QHash<QString, QVariantMap> &units,
                          Writing writing = Writing::Files);
+
+    /// On the thread of the constructor; on another one the program ends with a message.
     ~HostSession();
 
     /// @param observer not owned; null for none
@@ -45,39 +46,20 @@ public:
     /// @param batch not owned; null for none
     void setBatch(FileBatch *batch);
 
+    // What the calling thread's session says.
     static QHash<QString, QVariantMap> units();
-    static FileBatch *batch() { return s_current ? s_current->m_batch : nullptr; }
-    static TreeObserver *observer() { return s_current ? s_current->m_observer : nullptr; }
+    static FileBatch *batch();
+    static TreeObserver *observer();
     static bool writesFiles();
 
-    /**
-     * Whether @p tree may be stored in @p filePath. A session that writes nothing, or into a batch,
-     * remembers the trees, and refuses, with @p error set, a second one for the same file: it was
-     * read without what the first one would have written.
-     */
-    static bool admits(const QExplicitlySharedDataPointer<const FileTree> &tree,
-                       const QString &filePath, Diagnostic &error);
-
-    /// A file as it was last read, in order that it is parsed once. Forgotten with a batch.
-    struct ParsedFile
-    {
-        QString path; ///< for all its trees
-        JsonText json; ///< null when the file was not read yet
-        TextFile::Stamp stamp;
-    };
-    static ParsedFile parsedFile(const QString &filePath);
-    static void setParsedFile(const ParsedFile &file);
+    /// Null without a session.
+    static TreeStore *treeStore();
 
 private:
     Q_DISABLE_COPY(HostSession)
 
-    static HostSession *s_current;
-
-    QHash<QString, QVariantMap> m_units;
-    Writing m_writing;
-    FileBatch *m_batch = nullptr;
+    HostSession *const m_before; ///< the thread's session before this one; null for none
+    const QHash<QString, QVariantMap> m_units;
+    const std::unique_ptr<TreeStore> m_treeStore;
     TreeObserver *m_observer = nullptr;
-    std::map<std::pair<quint64, quint64>, QExplicitlySharedDataPointer<const FileTree>>
-        m_storedTrees; ///< by file
-    QHash<QString, ParsedFile> m_parsedFiles;
 };

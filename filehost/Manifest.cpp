@@ -2,9 +2,9 @@
 
 #include "filehost/FileTree.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
-#include "host/PropertyManagerConst.h"
 #include "host/SystemInformationManagerDataDefinitions.h"
 
 #include <QJsonDocument>
@@ -45,8 +45,7 @@ int findMember(const JsonText &json, int element, const QString &key)
 } // namespace
 
 Manifest::Manifest(const Project &project)
-    : m_filePath(PropertyManagerConst::getConfigurationFolderPath(project.path()) + QLatin1Char('/')
-                 + PropertyManagerConst::getConfigurationManifestFilename())
+    : m_filePath(ProjectLayout(project.path()).manifestFile())
 {
     read();
 }
@@ -54,7 +53,7 @@ Manifest::Manifest(const Project &project)
 void Manifest::read()
 {
     QByteArray text;
-    switch (TextFile::read(m_filePath, FileTree::maximumFileSize, text, m_error)) {
+    switch (TextFile::read(m_filePath, TextFile::maximumSize, text, m_error)) {
     case TextFile::ReadResult::Missing:
         m_error = {m_filePath, 0, 0,
                    QStringLiteral("no such file: expected the project's manifest")};

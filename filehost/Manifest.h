@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 
 #include <QString>
 #include <QStringList>

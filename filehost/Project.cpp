@@ -1,10 +1,10 @@
 #include "Project.h"
 
 #include "filehost/FileTreeNode.h"
-#include "filehost/InstanceFile.h"
-#include "filehost/ProjectFile.h"
-#include "filehost/Walls.h"
-#include "host/PropertyManagerConst.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/InstanceFile.h"
+#include "filehost/store/ProjectFile.h"
+#include "filehost/store/Walls.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -14,9 +14,8 @@ namespace {
 
 QDir treeFolder(const Project &project, FileTree::Kind kind)
 {
-    return kind == FileTree::Kind::Process
-        ? PropertyManagerConst::getProcessFolderPath(project.path())
-        : PropertyManagerConst::getConfigurationFolderPath(project.path());
+    const ProjectLayout layout(project.path());
+    return kind == FileTree::Kind::Process ? layout.processFolder() : layout.configurationFolder();
 }
 
 SystemInformationManagerDBusProviderDescriptionItemContainer providerItems(
@@ -91,12 +90,12 @@ QString Project::scriptError(const QString &folder, const QString &fileName) con
 
 QString Project::userInterfaceScriptFolder() const
 {
-    return m_path + QStringLiteral("/scripts");
+    return ProjectLayout(m_path).scriptsFolder();
 }
 
 QHash<QString, QString> Project::texts(const QString &language, Diagnostic &error) const
 {
-    ProjectFile file(m_path + QStringLiteral("/texts/") + language + QStringLiteral(".json"));
+    ProjectFile file(ProjectLayout(m_path).textsFile(language));
     const QHash<QString, QString> texts = file.stringMap();
     error = file.error();
     return file.hasFailed() ? QHash<QString, QString>() : texts;
@@ -105,11 +104,12 @@ QHash<QString, QString> Project::texts(const QString &language, Diagnostic &erro
 QStringList Project::languages() const
 {
     QStringList languages;
-    const QStringList files = QDir(m_path + QStringLiteral("/texts"))
-                                  .entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name);
+    const QStringList files =
+        QDir(ProjectLayout(m_path).textsFolder()).entryList(QDir::Files, QDir::Name);
     for (const QString &file : files) {
-        if (file.endsWith(QLatin1String(".json"))) { // name filters take upper case for lower case
-            languages.append(file.chopped(5));
+        const QString language = ProjectLayout::baseName(file);
+        if (!language.isEmpty()) {
+            languages.append(language);
         }
     }
     return languages;
@@ -117,20 +117,12 @@ QStringList Project::languages() const
 
 QStringList Project::instances(FileTree::Kind kind) const
 {
-    const QString manifest = kind == FileTree::Kind::Configuration
-        ? PropertyManagerConst::getConfigurationManifestFilename()
-        : QString();
-    const QString suffix = QStringLiteral(".json");
     const QDir folder = treeFolder(*this, kind);
     QStringList instances;
-    QDirIterator files(folder.path(), {QLatin1Char('*') + suffix}, QDir::Files,
-                       QDirIterator::Subdirectories);
+    QDirIterator files(folder.path(), QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
-        const QString fileName = folder.relativeFilePath(files.next());
-        const QString instance = fileName.chopped(suffix.size());
-        // Name filters take upper case for lower case.
-        if (fileName != manifest && fileName.endsWith(suffix)
-            && !treePath(kind, instance).isEmpty()) {
+        const QString instance = ProjectLayout::baseName(folder.relativeFilePath(files.next()));
+        if (!treePath(kind, instance).isEmpty()) { // the manifest has none
             instances.append(instance);
         }
     }
@@ -170,9 +162,11 @@ QString Project::relativePath(const QString &filePath) const
 
 bool Project::readProjectFile(Diagnostic &error)
 {
-    ProjectFile file(m_path + QStringLiteral("/project.json"));
+    ProjectFile file(ProjectLayout(m_path).projectFile());
     if (!file.exists()) {
-        error = {m_path, 0, 0, QStringLiteral("no project: expected a file project.json in it")};
+        error = {m_path, 0, 0,
+                 QStringLiteral("no project: expected a file %1 in it")
+                     .arg(ProjectLayout().projectFile())};
         return false;
     }
     m_moduleName = file.requiredString(QStringLiteral("moduleName"));
@@ -202,7 +196,7 @@ bool Project::readProjectFile(Diagnostic &error)
 
 bool Project::readUnits(Diagnostic &error)
 {
-    ProjectFile file(m_path + QStringLiteral("/units.json"));
+    ProjectFile file(ProjectLayout(m_path).unitsFile());
     const auto units = file.members();
     for (const auto &unit : units) {
         QVariantMap texts;
@@ -218,7 +212,7 @@ bool Project::readUnits(Diagnostic &error)
 
 bool Project::readProviders(Diagnostic &error)
 {
-    ProjectFile file(m_path + QStringLiteral("/providers.json"));
+    ProjectFile file(ProjectLayout(m_path).providersFile());
     const auto dataTypes = file.members();
     for (const auto &dataType : dataTypes) {
         const QStringList objectNames = file.strings(dataType.second);

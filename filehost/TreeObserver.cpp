@@ -19,4 +19,4 @@ void TreeObserver::propertyConfirmed(const FileTreeNode & /*node*/, const QStrin
 
 void TreeObserver::treeSaved(const FileTreeNode & /*root*/, const QString & /*filePath*/) { }
 
-void TreeObserver::treeNotSaved(const FileTreeNode & /*root*/, const QString & /*reason*/) { }
+void TreeObserver::treeNotSaved(const FileTreeNode & /*root*/, const Diagnostic & /*reason*/) { }

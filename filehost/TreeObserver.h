@@ -6,6 +6,7 @@
 #include <QtGlobal>
 
 class FileTreeNode;
+struct Diagnostic;
 
 /**
  * Sees everything that happens to the trees of the file host. All operations are called on the
@@ -35,8 +36,8 @@ public:
     /// A tree is stored, or would be if the session wrote files.
     virtual void treeSaved(const FileTreeNode &root, const QString &filePath);
 
-    /// A tree could not be stored. @p reason names the file.
-    virtual void treeNotSaved(const FileTreeNode &root, const QString &reason);
+    /// A tree could not be stored.
+    virtual void treeNotSaved(const FileTreeNode &root, const Diagnostic &reason);
 
 private:
     Q_DISABLE_COPY(TreeObserver)

@@ -1,6 +1,6 @@
 // Each line is the name of an instance in a project with links that stay inside and lead out.
-#include "filehost/InstanceFile.h"
 #include "filehost/ProjectFolder.h"
+#include "filehost/store/InstanceFile.h"
 #include "fuzz/FuzzSupport.h"
 
 #include <QDir>

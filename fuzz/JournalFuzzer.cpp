@@ -1,9 +1,9 @@
 // The journal that an interrupted run leaves in a project folder. Whatever it says, the project is
 // recovered without a file outside being touched, and its trees hold what was staged or what they
 // held before.
-#include "filehost/BatchJournal.h"
-#include "filehost/FileBatch.h"
 #include "filehost/ProjectFolder.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/FileBatch.h"
 #include "fuzz/FuzzSupport.h"
 
 #include <QDir>
@@ -65,7 +65,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     Q_UNUSED(isMade)
     restore(folder);
     const QString project = folder.path(QStringLiteral("project"));
-    QFile journal(BatchJournal::filePath(project));
+    QFile journal(ProjectLayout(project).journalFile());
     Fuzzing::require(journal.open(QFile::WriteOnly), "a journal that can be written");
     journal.write(Fuzzing::bytesOf(data, size));
     journal.close();

@@ -1,8 +1,8 @@
 // One of a project's small files. The first line tells which: "project", "texts", "units" or
 // "providers"; the file is what follows.
-#include "filehost/JsonText.h"
 #include "filehost/Project.h"
 #include "filehost/ProjectFolder.h"
+#include "filehost/json/JsonText.h"
 #include "fuzz/FuzzSupport.h"
 
 #include <QDir>

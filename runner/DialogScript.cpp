@@ -2,7 +2,7 @@
 
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 
 DialogScript::DialogScript(const Project &project, const FileTreeNode &root)
 {
@@ -24,7 +24,7 @@ DialogScript::DialogScript(const Project &project, const FileTreeNode &root)
     }
     filePath = folder + QLatin1Char('/') + fileName;
     QByteArray content;
-    const auto result = TextFile::read(filePath, FileTree::maximumFileSize, content, error);
+    const auto result = TextFile::read(filePath, TextFile::maximumSize, content, error);
     if (result == TextFile::ReadResult::Missing) {
         error = {filePath, 0, 0, QStringLiteral("no such file")};
     } else if (result == TextFile::ReadResult::Read && content.isEmpty()) {

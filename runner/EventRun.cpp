@@ -3,9 +3,9 @@
 #include "JavaScript/JavaScriptApi.h"
 #include "JavaScript/JavaScriptHandler.h"
 #include "JavaScript/JavaScriptRootPointerHandler.h"
-#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
+#include "filehost/store/FileBatch.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 #include "host/PropertyManagerConst.h"
 #include "host/TextManager.h"
@@ -89,9 +89,9 @@ std::optional<RunReport> EventRun::run(const QVector<Event> &events, HostSession
     }
     session.setObserver(nullptr);
     session.setBatch(nullptr);
-    QString savingError;
+    Diagnostic savingError;
     if (!batch.commit(savingError)) {
-        recorder.savingFailed(savingError);
+        recorder.savingFailed(savingError.toString());
     }
     RunReport report = recorder.takeReport();
     report.refusal = refusal;

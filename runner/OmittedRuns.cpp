@@ -2,7 +2,7 @@
 
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "runner/ScriptProbe.h"
@@ -39,7 +39,7 @@ QString reasonOfOmission(const Project &project, const QString &instance)
     }
     const QString scriptPath = folder + QLatin1Char('/') + fileName;
     QByteArray text;
-    switch (TextFile::read(scriptPath, FileTree::maximumFileSize, text, error)) {
+    switch (TextFile::read(scriptPath, TextFile::maximumSize, text, error)) {
     case TextFile::ReadResult::Missing:
         return project.relativePath(scriptPath) + QStringLiteral(": no such file");
     case TextFile::ReadResult::Unreadable:
@@ -75,8 +75,8 @@ void noteForeignFunctions(const Project &project, ScriptGuard &guard, QVector<Sc
         if (defines == definesFunction.end()) {
             QByteArray text;
             Diagnostic error;
-            TextFile::read(project.path() + QLatin1Char('/') + run.script,
-                           FileTree::maximumFileSize, text, error);
+            TextFile::read(project.path() + QLatin1Char('/') + run.script, TextFile::maximumSize,
+                           text, error);
             defines = definesFunction.insert(run.script,
                                              ScriptProbe(QString::fromUtf8(text), run.script, guard)
                                                  .functions.contains(run.function));

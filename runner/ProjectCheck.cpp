@@ -1,10 +1,11 @@
 #include "ProjectCheck.h"
 
 #include "filehost/FileTreeNode.h"
-#include "filehost/InstanceFile.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/InstanceFile.h"
+#include "filehost/store/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "host/SelectorUrlHandler.h"
@@ -291,7 +292,7 @@ QString ProjectCheck::checkScript(const NamedScript &script)
     QByteArray content;
     Diagnostic error;
     Diagnostic place = script.place;
-    switch (TextFile::read(filePath, FileTree::maximumFileSize, content, error)) {
+    switch (TextFile::read(filePath, TextFile::maximumSize, content, error)) {
     case TextFile::ReadResult::Missing:
         place.message = QStringLiteral("there is no script %1/%2")
                             .arg(m_project.relativePath(folderOf(script.kind)), script.fileName);
@@ -433,7 +434,7 @@ void ProjectCheck::checkUnusedScripts()
                     {filePath, 0, 0, QStringLiteral("no tree names this script")});
                 QByteArray text;
                 Diagnostic error;
-                if (TextFile::read(filePath, FileTree::maximumFileSize, text, error)
+                if (TextFile::read(filePath, TextFile::maximumSize, text, error)
                     == TextFile::ReadResult::Read) {
                     isEvaluated(ScriptProbe(QString::fromUtf8(text),
                                             m_project.relativePath(filePath), m_guard),
@@ -454,7 +455,7 @@ void ProjectCheck::checkText(const QString &textId, Place place)
     QStringList missing;
     for (auto it = m_texts.cbegin(); it != m_texts.cend(); ++it) {
         if (!it.value().contains(textId)) {
-            missing.append(QStringLiteral("texts/%1.json").arg(it.key()));
+            missing.append(ProjectLayout().textsFile(it.key()));
         }
     }
     if (!missing.isEmpty()) {

@@ -1,6 +1,6 @@
 #include "ProjectOpening.h"
 
-#include "filehost/FileBatch.h"
+#include "filehost/store/FileBatch.h"
 
 #include <QFileInfo>
 

@@ -2,7 +2,7 @@
 
 #include "filehost/Diagnostic.h"
 #include "filehost/Project.h"
-#include "filehost/ProjectLock.h"
+#include "filehost/store/ProjectLock.h"
 
 #include <QString>
 #include <QStringList>

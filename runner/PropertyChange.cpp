@@ -1,6 +1,6 @@
 #include "PropertyChange.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QStringList>
 

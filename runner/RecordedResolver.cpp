@@ -1,9 +1,9 @@
 #include "RecordedResolver.h"
 
 #include "JavaScript/JavaScriptDependencyResolver.h"
-#include "filehost/FileBatch.h"
 #include "filehost/HostSession.h"
 #include "filehost/Project.h"
+#include "filehost/store/FileBatch.h"
 #include "runner/SilentLog.h"
 
 namespace {
@@ -53,9 +53,9 @@ void RecordedResolver::resolve(const QString &instance)
     }
     m_session.setObserver(nullptr);
     m_session.setBatch(nullptr);
-    QString error;
+    Diagnostic error;
     if (!batch.commit(error)) {
-        m_recorder.savingFailed(error);
+        m_recorder.savingFailed(error.toString());
     }
 }
 

@@ -1,8 +1,8 @@
 #include "RunRecorder.h"
 
 #include "filehost/FileTreeNode.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 
@@ -248,11 +248,11 @@ void RunRecorder::treeSaved(const FileTreeNode &root, const QString & /*filePath
     showProgress(QStringLiteral("Writing file"), ++m_savedTrees, m_treeOrder.size());
 }
 
-void RunRecorder::treeNotSaved(const FileTreeNode &root, const QString &reason)
+void RunRecorder::treeNotSaved(const FileTreeNode &root, const Diagnostic &reason)
 {
     WrittenTree &tree = m_trees[&root.tree()];
     tree.fate = Fate::Failed;
-    tree.error = reason;
+    tree.error = reason.toString();
 }
 
 void RunRecorder::showProgress(const QString &activity, int done, int total) const

@@ -72,7 +72,7 @@ public:
     void propertyConfirmed(const FileTreeNode &node, const QString &propertyKey,
                            const QVariant &value) override;
     void treeSaved(const FileTreeNode &root, const QString &filePath) override;
-    void treeNotSaved(const FileTreeNode &root, const QString &reason) override;
+    void treeNotSaved(const FileTreeNode &root, const Diagnostic &reason) override;
 
     void consoleMessage(QtMsgType level, int line, const QString &text) override;
     void message(const QString &function, const QString &text) override;

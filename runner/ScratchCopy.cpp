@@ -1,5 +1,7 @@
 #include "ScratchCopy.h"
 
+#include "filehost/ProjectLayout.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,15 +13,6 @@
 #include <system_error>
 
 namespace {
-
-/// The parts of a project's folder.
-QStringList projectEntries()
-{
-    return {QStringLiteral("project.json"), QStringLiteral("providers.json"),
-            QStringLiteral("units.json"),   QStringLiteral("configuration"),
-            QStringLiteral("dependency"),   QStringLiteral("process"),
-            QStringLiteral("scripts"),      QStringLiteral("texts")};
-}
 
 QString targetOf(const QFileInfo &link)
 {
@@ -38,9 +31,9 @@ public:
     explicit ProjectFiles(const QString &folder)
         : m_folder(folder)
     {
-        const QStringList entries = projectEntries();
-        for (const QString &entry : entries) {
-            collect(folder + QLatin1Char('/') + entry);
+        const QStringList content = ProjectLayout(folder).content();
+        for (const QString &path : content) {
+            collect(path);
         }
     }
 

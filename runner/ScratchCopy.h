@@ -2,7 +2,7 @@
 
 #include "filehost/Diagnostic.h"
 #include "filehost/Project.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 
 #include <QHash>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "TreeUrls.h"
 
-#include "filehost/InstanceFile.h"
 #include "filehost/Project.h"
+#include "filehost/store/InstanceFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/PropertyManagerConst.h"
 #include "host/SelectorUrlHandler.h"

@@ -1,6 +1,6 @@
 #include "DataFlow.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QMap>
 #include <QSet>

@@ -1,6 +1,7 @@
 #include "OrderCheck.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QStringList>
 
@@ -189,10 +190,11 @@ void OrderCheck::addFailures(const RunReport &report)
         addFailure(Finding::Severity::Error, QStringLiteral("script-failed"), place, run.instance);
     }
     for (const OmittedRun &omitted : report.notRun) {
-        addFailure(Finding::Severity::Error, QStringLiteral("script-failed"),
-                   {QStringLiteral("configuration/%1.json").arg(omitted.instance), 0, 0,
-                    QStringLiteral("did not run: ") + omitted.reason},
-                   omitted.instance);
+        addFailure(
+            Finding::Severity::Error, QStringLiteral("script-failed"),
+            {ProjectLayout::treeFile(ProjectLayout().configurationFolder(), omitted.instance), 0, 0,
+             QStringLiteral("did not run: ") + omitted.reason},
+            omitted.instance);
     }
     for (const ChangedTree &tree : report.trees) {
         if (!tree.error.isEmpty()) {
@@ -248,7 +250,7 @@ QVector<Finding> OrderCheck::findings() const
     QVector<Finding> findings = groups.findings();
     if (m_instances.size() > 1 && m_trials.size() > 1 && distinctOrders() == 1) {
         findings.append({Finding::Severity::Warning,
-                         {QStringLiteral("configuration/manifest.json"), 0, 0,
+                         {ProjectLayout().manifestFile(), 0, 0,
                           QStringLiteral("all %1 orders were the same, so nothing is known of "
                                          "others: %2")
                               .arg(QString::number(m_trials.size()),

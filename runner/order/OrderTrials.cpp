@@ -1,7 +1,7 @@
 #include "OrderTrials.h"
 
-#include "filehost/JsonValue.h"
 #include "filehost/Manifest.h"
+#include "filehost/json/JsonValue.h"
 #include "runner/DependencyRun.h"
 #include "runner/ScratchCopy.h"
 

@@ -1,6 +1,6 @@
 #include "JsonLines.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QVector>
 

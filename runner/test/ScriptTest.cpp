@@ -1,9 +1,10 @@
 #include "ScriptTest.h"
 
-#include "filehost/JsonEdit.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
-#include "filehost/Walls.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonEdit.h"
+#include "filehost/json/JsonValue.h"
+#include "filehost/store/Walls.h"
 #include "runner/ScriptProbe.h"
 #include "runner/test/JsonLines.h"
 #include "runner/test/StepOutcome.h"
@@ -64,7 +65,7 @@ QString ScriptTest::suffix()
 
 QStringList ScriptTest::filesOf(const Project &project, Diagnostic &error)
 {
-    const QString folder = project.path() + QStringLiteral("/tests");
+    const QString folder = ProjectLayout(project.path()).testsFolder();
     QStringList paths;
     if (!Walls::liesInside(project.path(), folder)) {
         error = {folder, 0, 0, QStringLiteral("a link leads out of the project folder")};

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
-#include "filehost/ProjectFile.h"
+#include "filehost/store/ProjectFile.h"
 
 #include <QByteArray>
 #include <QString>

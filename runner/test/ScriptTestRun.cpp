@@ -1,10 +1,10 @@
 #include "ScriptTestRun.h"
 
 #include "filehost/FileTreeNode.h"
-#include "filehost/JsonEdit.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonEdit.h"
+#include "filehost/json/JsonValue.h"
 #include "host/SelectorUrlHandler.h"
 #include "runner/DependencyRun.h"
 #include "runner/EventRun.h"

@@ -1,7 +1,7 @@
 #include "StepOutcome.h"
 
-#include "filehost/JsonValue.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 #include "host/SelectorUrlHandler.h"
 #include "runner/EventRun.h"
 #include "runner/TreeUrls.h"

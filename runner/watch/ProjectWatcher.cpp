@@ -1,7 +1,7 @@
 #include "ProjectWatcher.h"
 
 #include "filehost/Project.h"
-#include "host/PropertyManagerConst.h"
+#include "filehost/ProjectLayout.h"
 #include "runner/SilentLog.h"
 
 #include <QDateTime>
@@ -162,26 +162,27 @@ void ProjectWatcher::watch()
 
 ProjectWatcher::Stamps ProjectWatcher::look()
 {
-    const QString json = QStringLiteral(".json");
+    const ProjectLayout layout(m_path);
+    const QString json = ProjectLayout::suffix();
     Stamps stamps;
     m_folders.clear();
     if (QFileInfo(m_path).isDir()) {
         m_folders.insert(m_path);
     }
-    for (const char *name : {"project.json", "units.json", "providers.json"}) {
-        const QString filePath = m_path + QLatin1Char('/') + QLatin1String(name);
+    const QStringList files = layout.files();
+    for (const QString &filePath : files) {
         const TextFile::Stamp stamp = TextFile::stampOf(filePath);
         if (stamp.size >= 0) {
             stamps.insert(filePath, stamp);
         }
     }
-    lookInto(m_path + QStringLiteral("/texts"), json, stamps);
-    lookInto(m_path + QStringLiteral("/scripts"), QString(), stamps);
-    lookInto(PropertyManagerConst::getDependencyFolderPath(m_path), QString(), stamps);
+    lookInto(layout.textsFolder(), json, stamps);
+    lookInto(layout.scriptsFolder(), QString(), stamps);
+    lookInto(layout.dependencyFolder(), QString(), stamps);
     const QStringList paths = QStringList(m_path) + m_otherPaths;
     for (const QString &path : paths) {
-        lookInto(PropertyManagerConst::getConfigurationFolderPath(path), json, stamps);
-        lookInto(PropertyManagerConst::getProcessFolderPath(path), json, stamps);
+        lookInto(ProjectLayout(path).configurationFolder(), json, stamps);
+        lookInto(ProjectLayout(path).processFolder(), json, stamps);
     }
     return stamps;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 
 #include <QFileSystemWatcher>
 #include <QHash>

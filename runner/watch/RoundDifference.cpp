@@ -1,6 +1,6 @@
 #include "RoundDifference.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,7 +3,7 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "host/PropertyManagerConst.h"
+#include "filehost/ProjectLayout.h"
 
 #include <QDir>
 
@@ -50,7 +50,7 @@ QStringList TouchedInstances::of(const QVector<FileChange> &changes) const
 bool TouchedInstances::touchesAll(const FileChange &change) const
 {
     const bool isScript =
-        liesIn(change.filePath, PropertyManagerConst::getDependencyFolderPath(m_project.path()));
+        liesIn(change.filePath, ProjectLayout(m_project.path()).dependencyFolder());
     if (change.kind != FileChange::Kind::Changed) {
         return true; // scripts may have looked for it, or found it
     }
@@ -92,16 +92,15 @@ bool TouchedInstances::isBroken(const QString &treePath) const
 /// Of this project, or of another one.
 bool TouchedInstances::isTree(const QString &filePath) const
 {
-    const QString manifest = PropertyManagerConst::getConfigurationFolderPath(m_project.path())
-        + QLatin1Char('/') + PropertyManagerConst::getConfigurationManifestFilename();
+    const QString manifest = ProjectLayout(m_project.path()).manifestFile();
     if (filePath == manifest) {
         return false;
     }
     QStringList projects = m_project.reachableObjects().values();
     projects.append(m_project.path());
     return std::any_of(projects.begin(), projects.end(), [&](const QString &project) {
-        return liesIn(filePath, PropertyManagerConst::getConfigurationFolderPath(project))
-            || liesIn(filePath, PropertyManagerConst::getProcessFolderPath(project));
+        return liesIn(filePath, ProjectLayout(project).configurationFolder())
+            || liesIn(filePath, ProjectLayout(project).processFolder());
     });
 }
 

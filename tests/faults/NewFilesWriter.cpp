@@ -1,6 +1,6 @@
 // Makes files in one batch, beside one that it replaces: some in folders that are new, and one in
 // another project. What the command does not do, but a program that hosts the library may.
-#include "filehost/FileBatch.h"
+#include "filehost/store/FileBatch.h"
 
 #include <QDir>
 
@@ -23,10 +23,10 @@ int main()
             break;
         }
     }
-    QString error;
+    Diagnostic error;
     if (batch.commit(error)) {
         return 0;
     }
-    std::fprintf(stderr, "%s\n", qPrintable(error));
+    std::fprintf(stderr, "%s\n", qPrintable(error.toString()));
     return 1;
 }

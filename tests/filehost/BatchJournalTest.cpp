@@ -1,4 +1,4 @@
-#include "filehost/BatchJournal.h"
+#include "filehost/store/BatchJournal.h"
 #include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"

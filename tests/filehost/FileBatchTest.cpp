@@ -1,4 +1,4 @@
-#include "filehost/FileBatch.h"
+#include "filehost/store/FileBatch.h"
 #include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"
@@ -117,8 +117,8 @@ private Q_SLOTS:
         QVERIFY(FileBatch::isInterrupted(projects.path(s_network)));
         QCOMPARE(FileBatch::owner(projects.path(s_network)), projects.path(s_plant));
         QCOMPARE(FileBatch::owner(projects.path(s_plant)), projects.path(s_plant));
-        QString error;
-        QVERIFY2(batch.commit(error), qPrintable(error));
+        Diagnostic error;
+        QVERIFY2(batch.commit(error), qPrintable(error.toString()));
         QCOMPARE(projects.contents(), s_new);
         QCOMPARE(projects.entries(), entries);
         QVERIFY(!FileBatch::isInterrupted(projects.path(s_plant)));
@@ -128,7 +128,7 @@ private Q_SLOTS:
     {
         const Projects projects;
         const QStringList entries = projects.entries();
-        QString error;
+        Diagnostic error;
         FileBatch batch(projects.path(s_plant));
         QCOMPARE(projects.entries(), entries);
         QVERIFY(batch.commit(error));
@@ -144,7 +144,7 @@ private Q_SLOTS:
         QVERIFY(projects.add(batch, s_a, "a longer first content"));
         QVERIFY(projects.add(batch, s_b, "new"));
         QVERIFY(projects.add(batch, QStringLiteral("plant/configuration/link.json"), "second"));
-        QString error;
+        Diagnostic error;
         QVERIFY(batch.commit(error));
         QCOMPARE(projects.contents(), QByteArrayList({"second", "new", "old"}));
         QCOMPARE(projects.entries(), entries);
@@ -154,7 +154,7 @@ private Q_SLOTS:
     {
         const Projects projects;
         FileBatch batch(projects.path(s_plant));
-        QString error;
+        Diagnostic error;
         QVERIFY(projects.add(batch, s_a, "new") && batch.commit(error));
         QVERIFY(projects.add(batch, s_bus, "new") && batch.commit(error));
         QCOMPARE(projects.contents(), QByteArrayList({"new", "old", "new"}));
@@ -172,8 +172,8 @@ private Q_SLOTS:
             }
             QVERIFY(projects.add(batch, names.last(), QByteArray::number(i)));
         }
-        QString error;
-        QVERIFY2(batch.commit(error), qPrintable(error));
+        Diagnostic error;
+        QVERIFY2(batch.commit(error), qPrintable(error.toString()));
         for (int i = 0; i < names.size(); ++i) {
             QCOMPARE(projects.read(names.at(i)), QByteArray::number(i));
         }
@@ -201,11 +201,11 @@ private Q_SLOTS:
             if (how == QLatin1String("drop")) {
                 batch.drop();
             } else if (how == QLatin1String("give up")) {
-                batch.giveUp(QStringLiteral("first reason"));
-                batch.giveUp(QStringLiteral("second reason"));
-                QString error;
+                batch.giveUp({QString(), 0, 0, QStringLiteral("first reason")});
+                batch.giveUp({QString(), 0, 0, QStringLiteral("second reason")});
+                Diagnostic error;
                 QVERIFY(!batch.commit(error));
-                QCOMPARE(error, QStringLiteral("first reason"));
+                QCOMPARE(error.toString(), QStringLiteral("first reason"));
             }
         }
         QCOMPARE(projects.contents(), s_old);
@@ -230,11 +230,12 @@ private Q_SLOTS:
         TextFile::Stamp stamp;
         QVERIFY(!batch.add(projects.path(s_plant), projects.path(name), "new", stamp, error));
         projects.add(batch, s_bus, "new");
-        QString reason;
+        Diagnostic reason;
         QVERIFY(!batch.commit(reason));
-        QCOMPARE(reason, error.toString());
-        QVERIFY2(reason.startsWith(projects.path(name) + QStringLiteral(": cannot be written: ")),
-                 qPrintable(reason));
+        QCOMPARE(reason.toString(), error.toString());
+        QVERIFY2(reason.toString().startsWith(projects.path(name)
+                                              + QStringLiteral(": cannot be written: ")),
+                 qPrintable(reason.toString()));
         QCOMPARE(projects.contents(), s_old);
         QCOMPARE(projects.entries(), entries);
     }
@@ -243,7 +244,7 @@ private Q_SLOTS:
     {
         const Projects projects;
         const QStringList entries = projects.entries();
-        QString error;
+        Diagnostic error;
         {
             const FullDisk disk(1000);
             FileBatch batch(projects.path(s_plant));
@@ -252,8 +253,9 @@ private Q_SLOTS:
             projects.add(batch, s_b, "new");
             QVERIFY(!batch.commit(error));
         }
-        QVERIFY2(error.startsWith(projects.path(s_a) + QStringLiteral(": cannot be written: ")),
-                 qPrintable(error));
+        QVERIFY2(error.toString().startsWith(projects.path(s_a)
+                                             + QStringLiteral(": cannot be written: ")),
+                 qPrintable(error.toString()));
         QCOMPARE(projects.contents(), s_old);
         QCOMPARE(projects.entries(), entries);
     }
@@ -276,15 +278,16 @@ private Q_SLOTS:
         for (const QString &name : s_names) {
             QVERIFY(projects.add(batch, name, "new"));
         }
-        QString error;
+        Diagnostic error;
         {
             // Neither can the old file be kept, nor the new one take its place.
             QVERIFY(QFile::remove(projects.path(s_bus)));
             projects.makeFolder(s_bus + QStringLiteral("/in the way"));
             QVERIFY(!batch.commit(error));
         }
-        QVERIFY2(error.startsWith(projects.path(s_bus) + QStringLiteral(": cannot be written: ")),
-                 qPrintable(error));
+        QVERIFY2(error.toString().startsWith(projects.path(s_bus)
+                                             + QStringLiteral(": cannot be written: ")),
+                 qPrintable(error.toString()));
         QCOMPARE(projects.read(s_a), QByteArray("old"));
         QCOMPARE(projects.read(s_b), QByteArray("old"));
     }
@@ -296,7 +299,7 @@ private Q_SLOTS:
         QVERIFY(projects.add(first, s_a, "new"));
         FileBatch second(projects.path(s_plant));
         QVERIFY(!projects.add(second, s_b, "other"));
-        QString error;
+        Diagnostic error;
         QVERIFY(!second.commit(error));
         QVERIFY(first.commit(error));
         QCOMPARE(projects.contents(), QByteArrayList({"new", "old", "old"}));
@@ -313,8 +316,8 @@ private Q_SLOTS:
             FileBatch third(projects.path(QStringLiteral(".")));
             QVERIFY(!projects.add(third, s_bus, "other"));
         }
-        QString error;
-        QVERIFY2(first.commit(error), qPrintable(error));
+        Diagnostic error;
+        QVERIFY2(first.commit(error), qPrintable(error.toString()));
         QCOMPARE(projects.read(s_bus), QByteArray("new"));
     }
 
@@ -455,8 +458,8 @@ private Q_SLOTS:
         projects.write(
             QString(staged.first()).replace(QStringLiteral(".new"), QStringLiteral(".old")),
             "ancient");
-        QString error;
-        QVERIFY2(batch.commit(error), qPrintable(error));
+        Diagnostic error;
+        QVERIFY2(batch.commit(error), qPrintable(error.toString()));
         QCOMPARE(projects.contents(), QByteArrayList({"new", "old", "old"}));
         QVERIFY(projects.entries().filter(QStringLiteral(".configscript")).isEmpty());
     }
@@ -485,10 +488,11 @@ private Q_SLOTS:
             QRegularExpression(QStringLiteral("^plant/process/.*\\.new$")));
         QCOMPARE(staged.size(), 1);
         QVERIFY(QFile::remove(projects.path(staged.first())));
-        QString error;
+        Diagnostic error;
         QVERIFY(!batch.commit(error));
-        QVERIFY2(error.startsWith(projects.path(name) + QStringLiteral(": cannot be written: ")),
-                 qPrintable(error));
+        QVERIFY2(error.toString().startsWith(projects.path(name)
+                                             + QStringLiteral(": cannot be written: ")),
+                 qPrintable(error.toString()));
         QCOMPARE(projects.contents(), s_old);
         QCOMPARE(projects.entries(), entries);
     }
@@ -555,8 +559,8 @@ private Q_SLOTS:
         FileBatch batch(projects.path(s_plant));
         QVERIFY(projects.add(batch, QStringLiteral("link/process/line1/p.json"), "first"));
         QVERIFY(projects.add(batch, QStringLiteral("plant/process/line1/p.json"), "second"));
-        QString error;
-        QVERIFY2(batch.commit(error), qPrintable(error));
+        Diagnostic error;
+        QVERIFY2(batch.commit(error), qPrintable(error.toString()));
         QCOMPARE(projects.read(QStringLiteral("plant/process/line1/p.json")), QByteArray("second"));
     }
 

@@ -1,5 +1,6 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/ProjectFolder.h"
+#include "filehost/store/TextFile.h"
 #include "support/StrictTest.h"
 
 #include <QFile>
@@ -160,12 +161,11 @@ private Q_SLOTS:
     void readsFilesUpToItsLimit()
     {
         const ProjectFolder project;
-        project.write(s_fileName,
-                      QByteArray("{}").leftJustified(int(FileTree::maximumFileSize), ' '));
+        project.write(s_fileName, QByteArray("{}").leftJustified(int(TextFile::maximumSize), ' '));
         Diagnostic error;
         QVERIFY2(FileTree::read(identityIn(project), error), qPrintable(error.toString()));
 
-        QVERIFY(QFile::resize(project.path(s_fileName), FileTree::maximumFileSize + 1));
+        QVERIFY(QFile::resize(project.path(s_fileName), TextFile::maximumSize + 1));
         QVERIFY(FileTree::read(identityIn(project), error).isNull());
         QCOMPARE(error.toString(),
                  project.path(s_fileName)
@@ -190,7 +190,7 @@ private Q_SLOTS:
         project.write(s_fileName, s_content);
         const auto root = readIn(project);
         root->setProperty(QStringLiteral("text"),
-                          QString(int(FileTree::maximumFileSize), QLatin1Char('x')));
+                          QString(int(TextFile::maximumSize), QLatin1Char('x')));
         QVERIFY2(write(root, project, 1).startsWith(project.path(s_fileName)),
                  "the file was written");
         QCOMPARE(project.read(s_fileName), s_content);

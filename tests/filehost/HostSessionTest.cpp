@@ -10,6 +10,15 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
+#include <QThread>
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using Access = ConfigurationDataAndProcessDescriptionAccess;
 using Node = ConfigurationAndProcessDataBase::BaseClassSharedPointer;
@@ -57,9 +66,9 @@ public:
     {
         add(root, QStringLiteral("saved ") + filePath);
     }
-    void treeNotSaved(const FileTreeNode &root, const QString &reason) override
+    void treeNotSaved(const FileTreeNode &root, const Diagnostic &reason) override
     {
-        add(root, QStringLiteral("not saved ") + reason);
+        add(root, QStringLiteral("not saved ") + reason.toString());
     }
 
     QStringList take() { return std::exchange(m_seen, {}); }
@@ -349,20 +358,138 @@ private Q_SLOTS:
         }
     }
 
-    void admitsEveryTreeWhereItWritesFiles()
+    void writesEachUnchangedTreeOfAFileWhereItWritesFiles()
     {
         const ProjectFolder project;
         project.write(s_pumpFile, s_tree);
-        const auto first = read(project).dynamicCast<FileTreeNode>();
-        const auto second = read(project).dynamicCast<FileTreeNode>();
-        Diagnostic error;
-        const auto isAdmitted = [&](const QSharedPointer<FileTreeNode> &root) {
-            return HostSession::admits(root->sharedTree(), project.path(s_pumpFile), error);
-        };
-        QVERIFY(isAdmitted(first) && isAdmitted(second));
+        const Node first = read(project);
+        const Node second = read(project);
+        QVERIFY(write(project, first) && write(project, second));
         const HostSession session({});
-        QVERIFY(isAdmitted(first) && isAdmitted(second));
-        QCOMPARE(error.toString(), QString());
+        QVERIFY(write(project, first) && write(project, second));
+    }
+
+    void isInUseAgainAfterASessionWithinIt()
+    {
+        const QHash<QString, QVariantMap> units{{s_a, {{QStringLiteral("en"), s_b}}}};
+        Recorder recorder;
+        HostSession outer(units);
+        outer.setObserver(&recorder);
+        {
+            const HostSession inner({}, HostSession::Writing::Nothing);
+            QVERIFY(HostSession::units().isEmpty());
+            QVERIFY(HostSession::observer() == nullptr);
+            QVERIFY(!HostSession::writesFiles());
+        }
+        QCOMPARE(HostSession::units(), units);
+        QVERIFY(HostSession::observer() == &recorder);
+        QVERIFY(HostSession::writesFiles());
+    }
+
+    void writesNothingWithinAndAfterASessionInADryRun()
+    {
+        const ProjectFolder project;
+        project.write(s_pumpFile, s_tree);
+        const HostSession dryRun({}, HostSession::Writing::Nothing);
+        const Node root = read(project);
+        root->setProperty(s_a, 2);
+        {
+            const HostSession inner({}, HostSession::Writing::Files);
+            QVERIFY(write(project, root));
+        }
+        QVERIFY(write(project, root));
+        QCOMPARE(project.read(s_pumpFile), s_tree);
+    }
+
+    // Each thread has its own, with its own units, observer and files.
+    void isSeenByItsOwnThreadOnly()
+    {
+        const HostSession session({{s_a, {{QStringLiteral("en"), s_b}}}},
+                                  HostSession::Writing::Nothing);
+        const auto thread = std::unique_ptr<QThread>(QThread::create([] {
+            QVERIFY(HostSession::writesFiles());
+            QVERIFY(HostSession::units().isEmpty());
+            const QHash<QString, QVariantMap> units{{s_b, {{QStringLiteral("en"), s_a}}}};
+            const HostSession other(units);
+            QCOMPARE(UnitManagerWrapper(false, false).getUnitTextJsonMap(s_b).toMap(),
+                     units.value(s_b));
+        }));
+        thread->start();
+        QVERIFY(thread->wait());
+        QVERIFY(!HostSession::writesFiles());
+        QCOMPARE(HostSession::units().keys(), QStringList(s_a));
+    }
+
+    void servesSeveralThreadsAtOnce()
+    {
+        constexpr int threads = 4;
+        constexpr int rounds = 50;
+        constexpr int trees = 5;
+        const ProjectFolder project;
+        const auto nameOf = [](int tree) {
+            return QStringLiteral("pump%1").arg(tree);
+        };
+        for (int tree = 0; tree < trees; ++tree) {
+            project.write(QStringLiteral("process/%1.json").arg(nameOf(tree)), s_tree);
+        }
+        std::array<int, threads> failures{};
+        std::vector<std::unique_ptr<QThread>> running;
+        for (int thread = 0; thread < threads; ++thread) {
+            const auto work = [&, thread] {
+                for (int round = 0; round < rounds; ++round) {
+                    const QString unit = QString::number(thread);
+                    const bool isDryRun = thread % 2 == 0;
+                    const HostSession session({{unit, {{QStringLiteral("en"), unit}}}},
+                                              isDryRun ? HostSession::Writing::Nothing
+                                                       : HostSession::Writing::Files);
+                    for (int tree = 0; tree < trees; ++tree) {
+                        const Node root = Access::getParsedConfigurationProcessDescription(
+                            folderOf(project), nameOf(tree), true);
+                        const bool isRight = root && root->getProperty(s_a) == 1
+                            && HostSession::units().keys() == QStringList(unit)
+                            && HostSession::writesFiles() != isDryRun
+                            && root->setProperty(s_a, isDryRun ? 2 : 1) == (isDryRun ? 0 : 1)
+                            && (!isDryRun
+                                || Access::setParsedConfigurationProcessDescription(
+                                    folderOf(project), QString(), QString(), nameOf(tree), root,
+                                    true));
+                        failures[size_t(thread)] += isRight ? 0 : 1;
+                    }
+                }
+            };
+            running.emplace_back(QThread::create(work));
+            running.back()->start();
+        }
+        for (const auto &thread : running) {
+            thread->wait();
+        }
+        QCOMPARE(failures, (std::array<int, threads>{}));
+        for (int tree = 0; tree < trees; ++tree) {
+            QCOMPARE(project.read(QStringLiteral("process/%1.json").arg(nameOf(tree))), s_tree);
+        }
+    }
+
+    void endsTheProgramWhenItEndsBeforeASessionWithinIt()
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::signal(SIGABRT, SIG_DFL); // Qt Test's handler would take long to tell
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+                ::_exit(text
+                                == QLatin1String("A HostSession must end on its own thread, and "
+                                                 "before those that were made earlier")
+                            ? 42
+                            : 1);
+            });
+            auto outer = std::make_unique<HostSession>(QHash<QString, QVariantMap>());
+            const HostSession inner({});
+            outer.reset();
+            ::_exit(2);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), 42);
     }
 
     void refusesBadNamesWhereItWritesNothing()

@@ -1,4 +1,4 @@
-#include "filehost/InstanceFile.h"
+#include "filehost/store/InstanceFile.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"
 

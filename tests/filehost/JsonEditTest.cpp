@@ -1,5 +1,5 @@
 #include "filehost/FileTreeNode.h"
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 #include "support/StrictTest.h"
 
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/RowName.h"
 #include "filehost/TypedText.h"
 #include "support/StrictTest.h"

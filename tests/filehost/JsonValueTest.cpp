@@ -1,6 +1,6 @@
-#include "filehost/JsonValue.h"
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonValue.h"
 #include "filehost/TypedText.h"
+#include "filehost/json/JsonText.h"
 #include "support/StrictTest.h"
 
 #include <QDateTime>
@@ -171,6 +171,10 @@ private Q_SLOTS:
                                    << QVariant(QVariantMap{{QStringLiteral("b"), 1}}) << false;
         QTest::newRow("empty list and map")
             << QVariant(QVariantList{}) << QVariant(QVariantMap{}) << false;
+        QTest::newRow("none") << QVariant() << QVariant() << true;
+        QTest::newRow("none and null") << QVariant() << null() << false;
+        QTest::newRow("none and 0") << QVariant() << QVariant(0) << false;
+        QTest::newRow("none and empty text") << QVariant() << QVariant(QString()) << false;
     }
 
     void comparesValues()

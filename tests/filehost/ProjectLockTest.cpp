@@ -1,4 +1,4 @@
-#include "filehost/ProjectLock.h"
+#include "filehost/store/ProjectLock.h"
 #include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"
@@ -100,8 +100,8 @@ private Q_SLOTS:
         timer.start();
         Diagnostic error;
         QVERIFY(!ProjectLock::acquire(folder.path(), error));
-        QVERIFY(timer.elapsed() >= ProjectLock::patience);
-        QVERIFY(timer.elapsed() < 5 * ProjectLock::patience);
+        QVERIFY(timer.elapsed() >= ProjectLock::patience.count());
+        QVERIFY(timer.elapsed() < 5 * ProjectLock::patience.count());
         QCOMPARE(error.toString(),
                  folder.path()
                      + QStringLiteral(": is being written by ProjectLockTest, process %1 on %2; "
@@ -130,7 +130,7 @@ private Q_SLOTS:
         timer.start();
         Diagnostic error;
         QVERIFY2(ProjectLock::acquire(folder.path(), error), qPrintable(error.toString()));
-        QVERIFY(timer.elapsed() < ProjectLock::patience);
+        QVERIFY(timer.elapsed() < ProjectLock::patience.count());
         QCOMPARE(folder.entries(), QStringList());
     }
 

@@ -1,7 +1,7 @@
-#include "filehost/StagedFile.h"
+#include "filehost/store/StagedFile.h"
 #include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 #include "support/StrictTest.h"
 
 #include <QTest>

@@ -102,6 +102,6 @@ SystemInformationManagerDBusProviderDescriptionHandler TestHost::makeProviders(
 void TestHost::useUnits(const QHash<QString, QVariantMap> &units)
 {
     static std::unique_ptr<HostSession> session;
-    session.reset(); // there may be only one
+    session.reset(); // the new one is not to lie within it
     session = std::make_unique<HostSession>(units);
 }

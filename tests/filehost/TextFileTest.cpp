@@ -1,4 +1,4 @@
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 #include "filehost/FaultySurroundings.h"
 #include "filehost/ProjectFolder.h"
 #include "support/StrictTest.h"

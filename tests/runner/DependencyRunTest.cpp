@@ -1,8 +1,8 @@
 #include "runner/DependencyRun.h"
 #include "configscript/ScratchFolder.h"
-#include "filehost/JsonValue.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 #include "runner/ScriptGuard.h"
 #include "support/StrictTest.h"
 

@@ -1,5 +1,5 @@
 #include "runner/test/JsonLines.h"
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 #include "support/StrictTest.h"
 
 #include <QTest>

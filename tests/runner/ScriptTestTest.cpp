@@ -1,6 +1,6 @@
 #include "runner/test/ScriptTest.h"
 #include "configscript/ScratchFolder.h"
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 #include "support/StrictTest.h"
 
 #include <QTest>

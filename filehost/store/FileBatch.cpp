@@ -1,7 +1,7 @@
 #include "FileBatch.h"
 
-#include "filehost/Descriptor.h"
-#include "host/PropertyManagerConst.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -36,21 +36,21 @@ bool fail(const QString &path, Diagnostic &error)
     return false;
 }
 
-/// Removes what batches have stored in a project's folders of trees.
+/// Removes the contents and old files that batches have left in a project's folders of trees.
 void removeLeftOvers(const QString &projectPath)
 {
-    for (const QString &folder : {PropertyManagerConst::getConfigurationFolderPath(projectPath),
-                                  PropertyManagerConst::getProcessFolderPath(projectPath)}) {
-        QDirIterator files(
-            folder, {QStringLiteral(".configscript-*.new"), QStringLiteral(".configscript-*.old")},
-            QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    const ProjectLayout layout(projectPath);
+    for (const QString &folder : {layout.configurationFolder(), layout.processFolder()}) {
+        QDirIterator files(folder, StagedFile::namePatterns(),
+                           QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
         while (files.hasNext()) {
             QFile::remove(files.next());
         }
     }
 }
 
-/// What a journal names may lie in the projects that take part only: it is no way out of them.
+/// Whether a file lies in one of the projects: a journal is not to lead out of those that take
+/// part.
 bool isInside(const QString &path, const QStringList &projects)
 {
     QFileInfo folder(QFileInfo(path).path());
@@ -63,7 +63,7 @@ bool isInside(const QString &path, const QStringList &projects)
     });
 }
 
-/// Waits until all entries of the folders are on the disk; of many files in them also the contents.
+/// Waits until all entries of the folders are on the disk; where they are many, the contents, too.
 bool syncFolders(const std::set<QByteArray> &folders, size_t files, Diagnostic &error)
 {
     const bool areMany = std::max(folders.size(), files) >= s_many;
@@ -113,23 +113,23 @@ bool FileBatch::add(const QString &projectPath, const QString &filePath, const Q
     }
     const auto number = m_numbers.constFind(path);
     if (number == m_numbers.constEnd() || !m_files[size_t(*number)].write(content, error)) {
-        giveUp(error.toString());
+        giveUp(error);
         return false;
     }
     stamp = TextFile::stampOf(QFile::decodeName(m_files[size_t(*number)].newPath()));
     return true;
 }
 
-/// Makes all that a file needs before it is stored; the journals know of it first.
+/// Makes the folders and journals that a file needs; each is written down before it is made.
 bool FileBatch::prepare(const QString &projectPath, const QString &filePath, Diagnostic &error)
 {
     return begin(error) && joinProject(projectPath, error) && makeFolder(filePath, error)
         && m_journal.addFile(filePath, error);
 }
 
-void FileBatch::giveUp(const QString &reason)
+void FileBatch::giveUp(const Diagnostic &reason)
 {
-    if (m_reasonToGiveUp.isEmpty()) {
+    if (m_reasonToGiveUp.message.isEmpty()) {
         m_reasonToGiveUp = reason;
     }
 }
@@ -137,8 +137,8 @@ void FileBatch::giveUp(const QString &reason)
 bool FileBatch::begin(Diagnostic &error)
 {
     if (!m_isBegun) {
-        // What another batch left, or a journal that comes back after a loss of power, is not taken
-        // for this one's.
+        // Not the numbers of another batch, whose files, or whose journal after a loss of power,
+        // would be taken for this one's.
         m_number = QRandomGenerator::system()->bounded(1, std::numeric_limits<int>::max());
         m_isBegun = m_journal.create(m_number, error);
     }
@@ -181,9 +181,9 @@ bool FileBatch::makeFolder(const QString &filePath, Diagnostic &error)
     return true;
 }
 
-bool FileBatch::commit(QString &error)
+bool FileBatch::commit(Diagnostic &error)
 {
-    if (!m_reasonToGiveUp.isEmpty()) {
+    if (!m_reasonToGiveUp.message.isEmpty()) {
         error = m_reasonToGiveUp;
         drop();
         return false;
@@ -191,8 +191,8 @@ bool FileBatch::commit(QString &error)
     if (!m_isBegun) {
         return true;
     }
-    // A failure needs nothing to be written in order to be undone: without its last line the
-    // journal means that.
+    // After a failure nothing has to be written: a journal without its last line says that all is
+    // to be undone.
     Diagnostic failure;
     const bool isSaved = keepAll(failure) && syncContents(failure) && replaceAll(failure)
         && syncFolders(folders(), failure) && m_journal.setSaved(failure);
@@ -200,9 +200,10 @@ bool FileBatch::commit(QString &error)
     if (isSaved) {
         forgetOld(ignored);
     } else {
-        error = failure.toString();
+        error = failure;
         if (!undo(ignored)) {
-            error += QStringLiteral("; the project is restored when it is opened the next time");
+            error.message +=
+                QStringLiteral("; the project is restored when it is opened the next time");
         }
     }
     clear();
@@ -221,7 +222,7 @@ void FileBatch::drop()
 bool FileBatch::isInterrupted(const QString &projectPath)
 {
     struct stat status;
-    return ::lstat(QFile::encodeName(BatchJournal::filePath(projectPath)).constData(), &status)
+    return ::lstat(QFile::encodeName(ProjectLayout(projectPath).journalFile()).constData(), &status)
         == 0;
 }
 
@@ -239,59 +240,78 @@ FileBatch::Recovery FileBatch::recover(const QString &projectPath, Diagnostic &e
         return Recovery::Nothing;
     }
     if (!journal->owner.isEmpty()) {
-        // The owner's journal names this project, unless it came to its end or never began.
-        const auto ownersJournal = BatchJournal::read(journal->owner, error);
-        if (!error.message.isEmpty()) {
-            return Recovery::Nothing;
-        }
-        auto recovery = Recovery::Unknown;
-        if (ownersJournal && ownersJournal->owner.isEmpty()) {
-            recovery = recover(journal->owner, error);
-        } else {
-            removeLeftOvers(projectPath);
-        }
-        return error.message.isEmpty() && BatchJournal(projectPath).remove(error)
-            ? recovery
-            : Recovery::Nothing;
+        return recoverPart(projectPath, journal->owner, error);
     }
     FileBatch batch(projectPath);
-    batch.m_number = journal->number;
-    batch.m_otherProjects = journal->otherProjects;
-    QStringList takingPart{batch.m_projectPath};
-    for (const QString &project : journal->otherProjects) {
-        if (batch.pointsHere(project, error)) {
-            takingPart.append(project);
-        } else if (!error.message.isEmpty()) {
-            return Recovery::Nothing;
-        }
-    }
-    for (int number = 0; number < journal->files.size(); ++number) {
-        const StagedFile file(journal->files.at(number), journal->number + number);
-        // A project may have been copied without the others.
-        const bool isMissing =
-            std::any_of(journal->otherProjects.begin(), journal->otherProjects.end(),
-                        [&file](const QString &project) {
-                            return file.filePath().startsWith(project + QLatin1Char('/'))
-                                && !QFileInfo::exists(project);
-                        });
-        if (!isMissing && file.isPending() && !isInside(file.filePath(), takingPart)) {
-            error = {BatchJournal::filePath(projectPath), 0, 0,
-                     QStringLiteral("names a file outside of its projects: ") + file.filePath()};
-            return Recovery::Nothing;
-        }
-        if (!isMissing) {
-            batch.m_files.push_back(file);
-        }
+    if (!batch.takeOver(*journal, error)) {
+        return Recovery::Nothing;
     }
     if (journal->isSaved) {
         // The process may have ended before that was on the disk.
         return batch.m_journal.sync(error) && batch.forgetOld(error) ? Recovery::Finished
                                                                      : Recovery::Nothing;
     }
-    std::copy_if(journal->folders.begin(), journal->folders.end(),
-                 std::back_inserter(batch.m_madeFolders),
-                 [&takingPart](const QString &folder) { return isInside(folder, takingPart); });
     return batch.undo(error) ? Recovery::Undone : Recovery::Nothing;
+}
+
+/// Recovers a project that takes part in the batch of another one.
+FileBatch::Recovery FileBatch::recoverPart(const QString &projectPath, const QString &ownersPath,
+                                           Diagnostic &error)
+{
+    // The owner's journal names this project, unless it came to its end or never began.
+    const auto ownersJournal = BatchJournal::read(ownersPath, error);
+    if (!error.message.isEmpty()) {
+        return Recovery::Nothing;
+    }
+    auto recovery = Recovery::Unknown;
+    if (ownersJournal && ownersJournal->owner.isEmpty()) {
+        recovery = recover(ownersPath, error);
+    } else {
+        removeLeftOvers(projectPath);
+    }
+    return error.message.isEmpty() && BatchJournal(projectPath).remove(error) ? recovery
+                                                                              : Recovery::Nothing;
+}
+
+/// Becomes the batch that wrote the project's journal.
+/// @return false, with @p error set, when the journal leads out of its projects, or when that of
+///         another project cannot be read
+bool FileBatch::takeOver(const BatchJournal::Content &journal, Diagnostic &error)
+{
+    m_number = journal.number;
+    m_otherProjects = journal.otherProjects;
+    QStringList takingPart{m_projectPath};
+    for (const QString &project : journal.otherProjects) {
+        if (pointsHere(project, error)) {
+            takingPart.append(project);
+        } else if (!error.message.isEmpty()) {
+            return false;
+        }
+    }
+    for (int number = 0; number < journal.files.size(); ++number) {
+        const StagedFile file(journal.files.at(number), journal.number + number);
+        // A project may have been copied without the others.
+        const bool isMissing =
+            std::any_of(journal.otherProjects.begin(), journal.otherProjects.end(),
+                        [&file](const QString &project) {
+                            return file.filePath().startsWith(project + QLatin1Char('/'))
+                                && !QFileInfo::exists(project);
+                        });
+        if (!isMissing && file.isPending() && !isInside(file.filePath(), takingPart)) {
+            error = {journal.filePath, 0, 0,
+                     QStringLiteral("names a file outside of its projects: ") + file.filePath()};
+            return false;
+        }
+        if (!isMissing) {
+            m_files.push_back(file);
+        }
+    }
+    if (!journal.isSaved) {
+        std::copy_if(journal.folders.begin(), journal.folders.end(),
+                     std::back_inserter(m_madeFolders),
+                     [&takingPart](const QString &folder) { return isInside(folder, takingPart); });
+    }
+    return true;
 }
 
 QStringList FileBatch::projects() const
@@ -299,7 +319,7 @@ QStringList FileBatch::projects() const
     return QStringList(m_projectPath) + m_otherProjects;
 }
 
-/// Those in which the batch changes entries, but for journals.
+/// The folders in which the batch makes, replaces or removes something, other than journals.
 std::set<QByteArray> FileBatch::folders() const
 {
     std::set<QByteArray> folders;
@@ -343,7 +363,7 @@ bool FileBatch::replaceAll(Diagnostic &error) const
                        [&error](const StagedFile &file) { return file.replace(error); });
 }
 
-/// When all is saved.
+/// Removes the old files and the journals, once all new ones are saved.
 bool FileBatch::forgetOld(Diagnostic &error)
 {
     return std::all_of(m_files.begin(), m_files.end(),
@@ -351,7 +371,7 @@ bool FileBatch::forgetOld(Diagnostic &error)
         && end(error);
 }
 
-/// At any time before.
+/// Puts everything back as it was before the batch; until all new files are saved.
 bool FileBatch::undo(Diagnostic &error)
 {
     for (const StagedFile &file : m_files) {
@@ -376,8 +396,9 @@ bool FileBatch::pointsHere(const QString &projectPath, Diagnostic &error) const
     return journal && journal->owner == m_projectPath;
 }
 
-/// Removes the journals when the files are as they shall stay. On the disk, too, each step comes
-/// before the next: what still points here or names files is never missed.
+/// Removes the journals when the files are as they shall stay. Each step is on the disk before the
+/// next one: while files are left that a journal names, or a journal that points here, the one that
+/// leads to them is not removed.
 bool FileBatch::end(Diagnostic &error)
 {
     if (!syncFolders(folders(), error)) {

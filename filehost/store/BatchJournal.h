@@ -32,6 +32,7 @@ public:
     /// What a journal says.
     struct Content
     {
+        QString filePath; ///< the journal's own
         qint64 number = 0;
         QStringList files; ///< absolute, as are folders and projects
         QStringList folders;
@@ -42,8 +43,6 @@ public:
 
     explicit BatchJournal(const QString &projectPath);
     ~BatchJournal();
-
-    static QString filePath(const QString &projectPath);
 
     /// Nothing when the project has no journal, or, with the error set, when it cannot be read.
     static std::optional<Content> read(const QString &projectPath, Diagnostic &error);
@@ -80,6 +79,7 @@ private:
     bool fail(Diagnostic &error) const;
 
     QString m_projectPath;
+    QString m_filePath;
     std::unique_ptr<Descriptor> m_file;
     off_t m_size = 0; ///< of the lines that are whole
 };

@@ -1,7 +1,7 @@
 #include "InstanceFile.h"
 
-#include "filehost/Walls.h"
-#include "host/PropertyManagerConst.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/store/Walls.h"
 
 #include <QFileInfo>
 #include <QVector>
@@ -15,12 +15,9 @@ QString path(const QDir &folder, const QString &instance, QString &error)
         return QString();
     }
     const QString folderPath = QDir::cleanPath(folder.absolutePath());
-    // Of exactly the length that it needs: trees keep it.
-    QString filePath = QStringLiteral("%1/%2.json").arg(folderPath, instance);
+    QString filePath = ProjectLayout::treeFile(folderPath, instance);
     const QString projectPath = QFileInfo(folderPath).path();
-    if (filePath
-        == PropertyManagerConst::getConfigurationFolderPath(projectPath) + QLatin1Char('/')
-            + PropertyManagerConst::getConfigurationManifestFilename()) {
+    if (filePath == ProjectLayout(projectPath).manifestFile()) {
         error = QStringLiteral("this is the name of the manifest");
         return QString();
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 
 /// Finds the elements of one JSON text. Works without recursion.
 class JsonParser

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "filehost/Descriptor.h"
 #include "filehost/Diagnostic.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QString>
 
+#include <chrono>
 #include <memory>
 
 /**
@@ -15,8 +16,8 @@
 class ProjectLock
 {
 public:
-    /// How long acquire() waits for another process, in milliseconds.
-    static constexpr int patience = 2000;
+    /// How long acquire() waits for another process.
+    static constexpr std::chrono::milliseconds patience{2000};
 
     /// @return null, with @p error set, when another process keeps the right, or when no lock can
     ///         be made in the folder

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 
 #include <QHash>
 #include <QPair>

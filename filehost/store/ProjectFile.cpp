@@ -1,13 +1,13 @@
 #include "ProjectFile.h"
 
 #include "filehost/FileTree.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/TextFile.h"
 
 ProjectFile::ProjectFile(const QString &filePath)
     : m_filePath(filePath)
 {
     QByteArray text("{}");
-    const auto result = TextFile::read(filePath, FileTree::maximumFileSize, text, m_error);
+    const auto result = TextFile::read(filePath, TextFile::maximumSize, text, m_error);
     m_exists = result != TextFile::ReadResult::Missing;
     if (result != TextFile::ReadResult::Unreadable) {
         m_json = JsonText::parse(text, m_error);

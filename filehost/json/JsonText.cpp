@@ -1,6 +1,6 @@
 #include "JsonText.h"
 
-#include "filehost/JsonParser.h"
+#include "filehost/json/JsonParser.h"
 
 #include <charconv>
 #include <cmath>
@@ -23,7 +23,7 @@ bool isPartOfNumber(char character)
         || character == '+' || character == 'e' || character == 'E';
 }
 
-/// QString::fromUtf8() drops a byte order mark; inside a text it is a character like others.
+/// QString::fromUtf8() drops a byte order mark; inside a text it is a character like any other.
 QString fromUtf8(const char *begin, const char *end)
 {
     static constexpr char mark[] = "\xef\xbb\xbf";

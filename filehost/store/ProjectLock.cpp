@@ -1,5 +1,7 @@
 #include "ProjectLock.h"
 
+#include "filehost/ProjectLayout.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -44,9 +46,9 @@ ProjectLock::~ProjectLock()
 
 std::unique_ptr<ProjectLock> ProjectLock::acquire(const QString &projectPath, Diagnostic &error)
 {
-    constexpr int interval = 20; // milliseconds
+    constexpr std::chrono::milliseconds interval{20};
     std::unique_ptr<ProjectLock> lock(
-        new ProjectLock(QFile::encodeName(projectPath + QStringLiteral("/.configscript-lock"))));
+        new ProjectLock(QFile::encodeName(ProjectLayout(projectPath).lockFile())));
     QElapsedTimer timer;
     timer.start();
     while (!lock->tryLock()) {
@@ -55,13 +57,13 @@ std::unique_ptr<ProjectLock> ProjectLock::acquire(const QString &projectPath, Di
                      QStringLiteral("cannot be locked: ") + qt_error_string(errno)};
             return nullptr;
         }
-        if (timer.elapsed() > patience) {
+        if (timer.hasExpired(patience.count())) {
             error = {projectPath, 0, 0,
                      QStringLiteral("is being written by %1; try again when it is done")
                          .arg(holderOf(lock->m_filePath))};
             return nullptr;
         }
-        QThread::msleep(interval);
+        QThread::msleep(ulong(interval.count()));
     }
     lock->tellOthers();
     return lock;
@@ -78,7 +80,8 @@ bool ProjectLock::tryLock()
     if (file < 0 || ::flock(file, LOCK_EX | LOCK_NB) != 0) {
         return false;
     }
-    // Whoever had it may have removed the file meanwhile: then the lock is one of nothing.
+    // The process that held it may have removed the file meanwhile: then others do not see this
+    // lock.
     struct stat locked;
     struct stat named;
     if (::fstat(file, &locked) != 0 || ::stat(m_filePath.constData(), &named) != 0
@@ -95,7 +98,7 @@ void ProjectLock::tellOthers() const
     const QString program = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
     const QByteArray text = QByteArray::number(qlonglong(::getpid())) + '\n' + program.toUtf8()
         + '\n' + QSysInfo::machineHostName().toUtf8() + '\n';
-    // Others can do without it.
+    // The lock holds without it.
     const bool isTold = ::ftruncate(m_file, 0) == 0
         && ::write(m_file, text.constData(), size_t(text.size())) == text.size();
     Q_UNUSED(isTold)

@@ -1,7 +1,7 @@
 #include "TextFile.h"
 
-#include "filehost/Descriptor.h"
-#include "filehost/StagedFile.h"
+#include "filehost/store/Descriptor.h"
+#include "filehost/store/StagedFile.h"
 
 #include <QFile>
 #include <QRandomGenerator>
@@ -73,7 +73,7 @@ ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content
     const auto failed = [&] {
         return unreadable(QStringLiteral("cannot be read: ") + qt_error_string(errno));
     };
-    // To open a pipe would block.
+    // O_NONBLOCK: opening a pipe would wait for the other end.
     const Descriptor file(::open(QFile::encodeName(filePath).constData(),
                                  O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (file < 0) {

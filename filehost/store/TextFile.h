@@ -10,6 +10,9 @@ namespace TextFile {
 
 enum class ReadResult { Read, Missing, Unreadable };
 
+/// Larger files of a project, trees and scripts alike, are refused, in bytes.
+constexpr qint64 maximumSize = qint64(32) * 1024 * 1024;
+
 /// Tells, without reading it again, whether a file is still as it was.
 struct Stamp
 {

@@ -1,10 +1,10 @@
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 
-#include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
-#include "filehost/InstanceFile.h"
 #include "filehost/TreeObserver.h"
+#include "filehost/store/FileBatch.h"
+#include "filehost/store/InstanceFile.h"
 
 #include <QDebug>
 #include <QFileInfo>
@@ -62,7 +62,8 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
         return false;
     }
     TreeObserver *observer = HostSession::observer();
-    const auto fail = [&](const QString &reason) {
+    const auto fail = [&](const Diagnostic &reason) {
+        qWarning().noquote() << reason.toString();
         if (observer) {
             observer->treeNotSaved(*node, reason);
         }
@@ -74,17 +75,12 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
     QString nameError;
     const QString filePath = InstanceFile::path(dir, instance, nameError);
     if (filePath.isEmpty()) {
-        const QString reason = refusal("write", instance, nameError);
-        qWarning().noquote() << reason;
-        return fail(reason);
+        return fail({QString(), 0, 0, refusal("write", instance, nameError)});
     }
     const QString projectPath = QFileInfo(dir.absolutePath()).path();
     Diagnostic error;
-    if (!HostSession::admits(node->sharedTree(), filePath, error)
-        || (HostSession::writesFiles()
-            && !node->tree().write(*node, projectPath, filePath, error))) {
-        qWarning().noquote() << error.toString();
-        return fail(error.toString());
+    if (!node->tree().write(*node, projectPath, filePath, error)) {
+        return fail(error);
     }
     if (observer) {
         observer->treeSaved(*node, filePath);

@@ -1,6 +1,6 @@
 #include "Walls.h"
 
-#include "filehost/Descriptor.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -11,8 +11,8 @@
 
 namespace {
 
-/// Whether the kernel reaches the file without leaving the project folder, which it tells quickly;
-/// false also when it cannot tell.
+/// Whether the kernel reaches the file without leaving the project folder, which is a quick check.
+/// False for a file that does not exist, and for a kernel that does not know.
 bool isReachedInside(const QString &projectPath, const QString &filePath)
 {
 #ifdef SYS_openat2

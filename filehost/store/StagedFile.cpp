@@ -1,6 +1,6 @@
 #include "StagedFile.h"
 
-#include "filehost/Descriptor.h"
+#include "filehost/store/Descriptor.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,6 +15,10 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr char s_prefix[] = ".configscript-";
+constexpr char s_newSuffix[] = ".new";
+constexpr char s_oldSuffix[] = ".old";
 
 bool syncPath(const QByteArray &path, int flags)
 {
@@ -39,7 +43,7 @@ QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
             return target;
         }
     }
-    // To follow the links of a folder takes its time.
+    // Following the links of a folder takes time.
     const QString absolutePath = QFileInfo(filePath).absoluteFilePath();
     const int nameBegin = absolutePath.lastIndexOf(QLatin1Char('/')) + 1;
     QString &folder = realFolders[absolutePath.left(nameBegin)];
@@ -49,7 +53,14 @@ QString StagedFile::realPath(const QString &filePath, RealFolders &realFolders)
         folder = real.isEmpty() ? realPath(given, realFolders) : real;
     }
     const QString path = folder + QLatin1Char('/') + absolutePath.mid(nameBegin);
-    return path == filePath ? filePath : path; // mostly it is, and takes no memory then
+    return path == filePath ? filePath
+                            : path; // shares the memory of the text given, which mostly is equal
+}
+
+QStringList StagedFile::namePatterns()
+{
+    const QString any = QLatin1String(s_prefix) + QLatin1Char('*');
+    return {any + QLatin1String(s_newSuffix), any + QLatin1String(s_oldSuffix)};
 }
 
 QByteArray StagedFile::folder() const
@@ -64,17 +75,17 @@ QByteArray StagedFile::path() const
 
 QByteArray StagedFile::newPath() const
 {
-    return pathWith(".new");
+    return pathWith(s_newSuffix);
 }
 
 QByteArray StagedFile::oldPath() const
 {
-    return pathWith(".old");
+    return pathWith(s_oldSuffix);
 }
 
 QByteArray StagedFile::pathWith(const char *suffix) const
 {
-    return folder() + "/.configscript-" + m_number + suffix;
+    return folder() + '/' + s_prefix + m_number + suffix;
 }
 
 bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
@@ -105,7 +116,7 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         };
         Descriptor file(make());
         if (file < 0 && errno == EEXIST) {
-            // An earlier content, or what somebody left there.
+            // An earlier content of this batch, or a file that was left there.
             if (!remove(newPath(), error)) {
                 return false;
             }
@@ -118,7 +129,7 @@ bool StagedFile::write(const QByteArray &content, Diagnostic &error) const
         if (exists && (old.st_uid != ::geteuid() || old.st_gid != ::getegid())
             && ::fchown(file, old.st_uid, old.st_gid) != 0
             && ::fchown(file, uid_t(-1), old.st_gid) != 0) {
-            mode &= ~mode_t(S_IRWXG | S_ISGID); // another group shall not get what that one had
+            mode &= ~mode_t(S_IRWXG | S_ISGID); // not for another group what was for that one
         }
         isWritten =
             (!exists || ::fchmod(file, mode) == 0) && file.write(content, 0) && file.close();
@@ -177,7 +188,7 @@ bool StagedFile::replace(Diagnostic &error) const
 
 bool StagedFile::placeNew(Diagnostic &error) const
 {
-    // Two names tell it from a file that was there before.
+    // While the content keeps its own name, too, it can be told from a file that was there before.
     return ::link(newPath().constData(), path().constData()) == 0 || fail(error);
 }
 
@@ -201,7 +212,7 @@ bool StagedFile::isPending() const
 
 bool StagedFile::undo(Diagnostic &error) const
 {
-    // To rename one name of a file to another does nothing.
+    // Where both are names of one file, rename() does nothing.
     if (::rename(oldPath().constData(), path().constData()) != 0) {
         if (errno != ENOENT && errno != ENOTDIR) {
             return fail(error);

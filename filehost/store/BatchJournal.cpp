@@ -1,10 +1,11 @@
 #include "BatchJournal.h"
 
-#include "filehost/Descriptor.h"
-#include "filehost/JsonText.h"
-#include "filehost/JsonValue.h"
-#include "filehost/StagedFile.h"
-#include "filehost/TextFile.h"
+#include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/json/JsonValue.h"
+#include "filehost/store/Descriptor.h"
+#include "filehost/store/StagedFile.h"
+#include "filehost/store/TextFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -34,35 +35,32 @@ QByteArray lineOf(QLatin1String member, const QString &value)
 
 BatchJournal::BatchJournal(const QString &projectPath)
     : m_projectPath(projectPath)
+    , m_filePath(ProjectLayout(projectPath).journalFile())
 {
 }
 
 BatchJournal::~BatchJournal() = default;
-
-QString BatchJournal::filePath(const QString &projectPath)
-{
-    return projectPath + QStringLiteral("/.configscript-journal");
-}
 
 std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPath,
                                                         Diagnostic &error)
 {
     constexpr qint64 maximumSize = qint64(256) * 1024 * 1024;
     QByteArray text;
-    if (TextFile::read(filePath(projectPath), maximumSize, text, error)
+    if (TextFile::read(ProjectLayout(projectPath).journalFile(), maximumSize, text, error)
         != TextFile::ReadResult::Read) {
         return std::nullopt;
     }
     // Paths in the journal begin at the real folder, wherever the project is reached from.
     const QDir folder(QFileInfo(projectPath).canonicalFilePath());
     Content content;
+    content.filePath = ProjectLayout(projectPath).journalFile();
     for (int begin = 0, end = 0; (end = text.indexOf('\n', begin)) >= 0; begin = end + 1) {
         Diagnostic lineError;
         const JsonText line = JsonText::parse(text.mid(begin, end - begin), lineError);
         const QVariantMap member = line.isNull() ? QVariantMap() : line.value(0).toMap();
         const QString value = member.isEmpty() ? QString() : member.first().toString();
         if (member.size() != 1 || member.first().type() != QVariant::String || value.isEmpty()) {
-            error = {filePath(projectPath), text.left(begin).count('\n') + 1, 0,
+            error = {content.filePath, text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected an object with one member in each line")};
             return std::nullopt;
         }
@@ -83,7 +81,7 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
         } else if (key == s_state && value == s_saved) {
             content.isSaved = true;
         } else {
-            error = {filePath(projectPath), text.left(begin).count('\n') + 1, 0,
+            error = {content.filePath, text.left(begin).count('\n') + 1, 0,
                      QStringLiteral("expected a member of a journal, found \"%1\"").arg(key)};
             return std::nullopt;
         }
@@ -93,9 +91,8 @@ std::optional<BatchJournal::Content> BatchJournal::read(const QString &projectPa
 
 bool BatchJournal::create(qint64 number, Diagnostic &error)
 {
-    m_file =
-        std::make_unique<Descriptor>(::open(QFile::encodeName(filePath(m_projectPath)).constData(),
-                                            O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
+    m_file = std::make_unique<Descriptor>(::open(QFile::encodeName(m_filePath).constData(),
+                                                 O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
     m_size = 0;
     if (*m_file < 0) {
         return fail(error);
@@ -125,8 +122,8 @@ bool BatchJournal::addProject(const QString &projectPath, Diagnostic &error)
 
 bool BatchJournal::sync(Diagnostic &error) const
 {
-    const Descriptor file(::open(QFile::encodeName(filePath(m_projectPath)).constData(),
-                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    const Descriptor file(
+        ::open(QFile::encodeName(m_filePath).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     return (file >= 0 && ::fsync(file) == 0) || fail(error);
 }
 
@@ -139,7 +136,7 @@ bool BatchJournal::setSaved(Diagnostic &error)
     if (sync(error)) {
         return true;
     }
-    // Who reads it now finds the line: it is taken back, or else it holds.
+    // Whoever reads the journal now finds the line. Unless it can be taken back, it holds.
     if (::ftruncate(*m_file, size) != 0) {
         return true;
     }
@@ -150,7 +147,7 @@ bool BatchJournal::setSaved(Diagnostic &error)
 
 bool BatchJournal::pointTo(const QString &ownersPath, qint64 number, Diagnostic &error) const
 {
-    const StagedFile file(filePath(m_projectPath), number);
+    const StagedFile file(m_filePath, number);
     const bool isMade = file.write(lineOf(s_owner, relative(ownersPath)), error) && file.sync(error)
         && file.placeNew(error);
     Diagnostic ignored;
@@ -160,19 +157,19 @@ bool BatchJournal::pointTo(const QString &ownersPath, qint64 number, Diagnostic 
 
 bool BatchJournal::giveUpPointing(qint64 number, Diagnostic &error) const
 {
-    return StagedFile(filePath(m_projectPath), number).discard(error);
+    return StagedFile(m_filePath, number).discard(error);
 }
 
 bool BatchJournal::remove(Diagnostic &error)
 {
     m_file.reset();
-    return ::unlink(QFile::encodeName(filePath(m_projectPath)).constData()) == 0 || errno == ENOENT
+    return ::unlink(QFile::encodeName(m_filePath).constData()) == 0 || errno == ENOENT
         || fail(error);
 }
 
 bool BatchJournal::append(QLatin1String member, const QString &value, Diagnostic &error)
 {
-    // What was written of a line that failed is written over by the next one.
+    // A line that was written in part is overwritten by the next one.
     const QByteArray line = lineOf(member, value);
     if (!m_file->write(line, m_size)) {
         return fail(error);
@@ -188,7 +185,6 @@ QString BatchJournal::relative(const QString &path) const
 
 bool BatchJournal::fail(Diagnostic &error) const
 {
-    error = {filePath(m_projectPath), 0, 0,
-             QStringLiteral("cannot be written: ") + qt_error_string(errno)};
+    error = {m_filePath, 0, 0, QStringLiteral("cannot be written: ") + qt_error_string(errno)};
     return false;
 }

@@ -1,6 +1,6 @@
 #include "host/SelectorUrlHandler.h"
 
-#include "filehost/PercentEncoding.h"
+#include "filehost/hosttypes/PercentEncoding.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 
 // <scheme>://<module>/<object>/<instance>#<path>. The instance may hold "/", and so may the path;
@@ -12,7 +12,8 @@ const QLatin1String s_schemeEnd("://");
 
 } // namespace
 
-/// What a URL is made of. Handlers share it: it never changes, but for what it finds out of itself.
+/// What a URL is made of. Shared by handlers: it does not change, but remembers what it has
+/// computed.
 class SelectorUrlHandler::Parts
 {
 public:
@@ -46,7 +47,7 @@ public:
     void parse(const QString &url);
     QString join() const;
 
-    /// The same but for an empty relative URL.
+    /// The same parts with an empty relative URL.
     const Pointer &ofInstance() const;
 
     void setScheme(const QString &newScheme);

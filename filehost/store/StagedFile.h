@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <unordered_map>
 
@@ -28,6 +29,9 @@ public:
     /// The file that a path leads to in the end; where it leads to nothing, itself.
     /// @param realFolders what is known of folders; receives more
     static QString realPath(const QString &filePath, RealFolders &realFolders);
+
+    /// What the names of contents and of old files look like, with wildcards.
+    static QStringList namePatterns();
 
     const QString &filePath() const { return m_filePath; }
     QByteArray folder() const;

@@ -1,6 +1,6 @@
 #include "JsonValue.h"
 
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -46,12 +46,17 @@ QVariant normalizedMap(const Map &map, int levels)
     return result;
 }
 
-/// @param levels how deep the value may nest: more would use up the stack
-QVariant normalized(const QVariant &value, int levels)
+QVariant normalizedInteger(qlonglong number)
 {
-    if (levels < 0) {
-        return QVariant();
+    if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
+        return int(number);
     }
+    return number;
+}
+
+/// Of a value that holds no others.
+QVariant normalizedScalar(const QVariant &value)
+{
     switch (value.userType()) {
     case QMetaType::Nullptr:
     case QMetaType::Bool:
@@ -65,19 +70,13 @@ QVariant normalized(const QVariant &value, int levels)
     case QMetaType::UShort:
     case QMetaType::UInt:
     case QMetaType::Long:
-    case QMetaType::LongLong: {
-        const qlonglong number = value.toLongLong();
-        if (number >= std::numeric_limits<int>::min()
-            && number <= std::numeric_limits<int>::max()) {
-            return int(number);
-        }
-        return number;
-    }
+    case QMetaType::LongLong:
+        return normalizedInteger(value.toLongLong());
     case QMetaType::ULong:
     case QMetaType::ULongLong: {
         const qulonglong number = value.toULongLong();
         if (number <= qulonglong(std::numeric_limits<qlonglong>::max())) {
-            return normalized(qlonglong(number), levels);
+            return normalizedInteger(qlonglong(number));
         }
         return double(number);
     }
@@ -91,6 +90,18 @@ QVariant normalized(const QVariant &value, int levels)
         const QString text = dateTime.toString(Qt::ISODateWithMs);
         return text.isEmpty() ? QVariant() : QVariant(text); // of years with four digits only
     }
+    default:
+        return QVariant();
+    }
+}
+
+/// @param levels how deep the value may nest: more would use up the stack
+QVariant normalized(const QVariant &value, int levels)
+{
+    if (levels < 0) {
+        return QVariant();
+    }
+    switch (value.userType()) {
     case QMetaType::QStringList:
     case QMetaType::QVariantList:
         return normalizedList(value.toList(), levels - 1);
@@ -107,7 +118,7 @@ QVariant normalized(const QVariant &value, int levels)
     case QMetaType::QJsonDocument:
         return normalized(value.toJsonDocument().toVariant(), levels);
     default:
-        return QVariant();
+        return normalizedScalar(value);
     }
 }
 

@@ -1,6 +1,6 @@
 #include "JsonParser.h"
 
-#include "filehost/JsonValue.h"
+#include "filehost/json/JsonValue.h"
 
 #include <QSet>
 #include <QVarLengthArray>
@@ -409,7 +409,7 @@ QString JsonParser::found() const
     }
     const int length =
         sequenceLength(reinterpret_cast<const uchar *>(m_begin) + m_offset, m_size - m_offset);
-    // Behind another character, a byte order mark is one like others.
+    // Behind another character, a byte order mark is a character like any other.
     const QByteArray bytes = ' ' + QByteArray(m_begin + m_offset, length);
     const uint character = QString::fromUtf8(bytes.constData(), bytes.size()).toUcs4().constLast();
     if (!QChar::isPrint(character) || QChar::isSpace(character)) {

@@ -18,6 +18,7 @@ QVariant normalized(const QVariant &value);
 int depth(const QVariant &value);
 
 /// Whether two normalized values are the same JSON value; numbers by value, whatever their type.
+/// Invalid values, which stand for none, are equal to each other only.
 bool areEqual(const QVariant &left, const QVariant &right);
 
 /// How many elements two lists have in common at their beginnings, and of the rest at their ends.

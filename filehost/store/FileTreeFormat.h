@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filehost/JsonText.h"
+#include "filehost/json/JsonText.h"
 
 /// Checks whether a JSON text is a tree; see FileTree for the format.
 class FileTreeFormat

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filehost/BatchJournal.h"
-#include "filehost/StagedFile.h"
-#include "filehost/TextFile.h"
+#include "filehost/store/BatchJournal.h"
+#include "filehost/store/StagedFile.h"
+#include "filehost/store/TextFile.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -40,16 +40,15 @@ public:
              TextFile::Stamp &stamp, Diagnostic &error);
 
     /// Makes commit() fail, for a reason that add() does not know.
-    void giveUp(const QString &reason);
+    void giveUp(const Diagnostic &reason);
 
     /**
      * Replaces the files; then they are on the disk.
-     * @param error the reason, which names a file
-     * @return false when one of them could not be replaced, or the batch was given up before: all
-     * files are as they were, or, when not even that could be restored, will be when recover() is
-     * called. It never finishes what commit() did not.
+     * @return false, with @p error set, when one of them could not be replaced, or the batch was
+     *         given up before: all files are as they were, or, when not even that could be
+     *         restored, will be when recover() is called. It never finishes what commit() did not.
      */
-    bool commit(QString &error);
+    bool commit(Diagnostic &error);
 
     /// Drops all contents.
     void drop();
@@ -88,6 +87,9 @@ private:
     bool replaceAll(Diagnostic &error) const;
     bool forgetOld(Diagnostic &error);
     bool undo(Diagnostic &error);
+    static Recovery recoverPart(const QString &projectPath, const QString &ownersPath,
+                                Diagnostic &error);
+    bool takeOver(const BatchJournal::Content &journal, Diagnostic &error);
     bool pointsHere(const QString &projectPath, Diagnostic &error) const;
     bool end(Diagnostic &error);
     void clear();
@@ -102,5 +104,5 @@ private:
     QStringList m_madeFolders; ///< outer ones first
     QSet<QString> m_joinedProjects; ///< the paths that were given
     QStringList m_otherProjects; ///< that hold a journal which points here
-    QString m_reasonToGiveUp; ///< the first one; empty for none
+    Diagnostic m_reasonToGiveUp; ///< the first one; without a message for none
 };

@@ -1,23 +1,23 @@
 #include "host/PropertyManagerConst.h"
 
-#include <QDir>
+#include "filehost/ProjectLayout.h"
 
 QString PropertyManagerConst::getConfigurationFolderPath(const QString &projectPath)
 {
-    return QDir(projectPath).filePath(QStringLiteral("configuration"));
+    return ProjectLayout(projectPath).configurationFolder();
 }
 
 QString PropertyManagerConst::getProcessFolderPath(const QString &projectPath)
 {
-    return QDir(projectPath).filePath(QStringLiteral("process"));
+    return ProjectLayout(projectPath).processFolder();
 }
 
 QString PropertyManagerConst::getDependencyFolderPath(const QString &projectPath)
 {
-    return QDir(projectPath).filePath(QStringLiteral("dependency"));
+    return ProjectLayout(projectPath).dependencyFolder();
 }
 
 QString PropertyManagerConst::getConfigurationManifestFilename()
 {
-    return QStringLiteral("manifest.json");
+    return ProjectLayout::manifestName();
 }
