@@ -54,9 +54,6 @@ void JavaScriptHandler::initializeJavaScriptEngine(const QString &javaScript)
     if (succeeded) {
         m_isEvaluated = true;
     } else {
-        if (observer) {
-            observer->exceptionCaught();
-        }
         const int line = result.property(QStringLiteral("lineNumber")).toInt();
         const QString text = result.toString();
         if (observer) {
@@ -99,9 +96,6 @@ bool JavaScriptHandler::callFunction(const QString &functionName, const QString 
             }
             const QJSValue result = function.call(arguments);
             if (result.isError()) {
-                if (observer) {
-                    observer->exceptionCaught();
-                }
                 qWarning() << "Error on calling function" << functionName << argument;
                 const int line = result.property(QStringLiteral("lineNumber")).toInt();
                 const QString text = result.toString();

@@ -47,13 +47,8 @@ public:
 
     /**
      * The innermost run has thrown an Error, or its text could not be compiled. Comes before the
-     * warnings that say so, and before the Error is asked for its line and its text, which may run
-     * code of the script. exceptionThrown() follows.
-     */
-    virtual void exceptionCaught() { }
-
-    /**
-     * What the Error of exceptionCaught() says of itself. Comes before the warning that shows it.
+     * warning that shows line and text, and behind the one that names the function; before
+     * runEnded().
      * @param line line in the script's text, from 1; 0 when the engine knows none
      * @param text the exception as text
      */

@@ -127,13 +127,9 @@ void RunRecorder::apiCalled(const QByteArray &operation, const QStringList &text
     m_guard.apiCalled(operation, texts);
 }
 
-void RunRecorder::exceptionCaught()
-{
-    m_isExceptionKnown = true;
-}
-
 void RunRecorder::exceptionThrown(int line, const QString &text)
 {
+    m_isExceptionKnown = true;
     // What stopped the script is told when the run has ended.
     if (!m_guard.hasInterrupted()) {
         m_run.exceptions.append({line, text, !m_run.function.isEmpty()});

@@ -60,7 +60,6 @@ public:
     void instanceBegins(const QString &instanceName) override;
     void runBegins(const QString &functionName, const QString &argument) override;
     void apiCalled(const QByteArray &operation, const QStringList &texts) override;
-    void exceptionCaught() override;
     void exceptionThrown(int line, const QString &text) override;
     void runEnded(bool succeeded, const QList<JavaScriptApi::ErrorMessage> &errors) override;
 
