@@ -1,6 +1,5 @@
 #include "ScriptWorker.h"
 
-#include "editor/DependencyPreview.h"
 #include "editor/DependencyWriter.h"
 #include "editor/OpenInstance.h"
 #include "editor/ScriptStopper.h"
@@ -8,6 +7,7 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "runner/DependencyRun.h"
+#include "runner/run/InplaceRun.h"
 
 ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
     : m_project(project)
@@ -92,10 +92,23 @@ void ScriptWorker::save(const QString &instance)
 void ScriptWorker::previewDependencies(const QString &instance)
 {
     const auto tree = this->instance(instance)->copyOfTree();
-    if (!tree.isNull()) {
-        Q_EMIT dependenciesRun(
-            DependencyPreview(m_project, m_texts, m_stopper).run(instance, tree));
+    if (tree.isNull()) {
+        return;
     }
+    DependencyReport report;
+    report.kind = DependencyReport::Kind::Preview;
+    report.instance = instance;
+    const Manifest manifest(m_project);
+    if (manifest.hasFailed()) {
+        report.error = m_project.relative(manifest.error()).toString();
+    } else {
+        const InplaceRun run(m_project, instance, m_stopper);
+        report.selected = run.instances();
+        const InplaceRun::Result result = run.run(tree);
+        report.findings = result.findings;
+        report.report = result.report;
+    }
+    Q_EMIT dependenciesRun(report);
 }
 
 void ScriptWorker::proposeDependencies(const QString &instance)
