@@ -9,9 +9,9 @@
 #include "runner/DependencyRun.h"
 #include "runner/run/InplaceRun.h"
 
-ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
+ScriptWorker::ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper)
     : m_project(project)
-    , m_texts(m_project.texts())
+    , m_reach(reach)
     , m_stopper(stopper)
 {
 }
@@ -38,7 +38,7 @@ OpenInstance *ScriptWorker::instance(const QString &name)
 {
     auto &instance = m_instances[name];
     if (!instance) {
-        instance = std::make_unique<OpenInstance>(m_project, m_texts, m_stopper, name);
+        instance = std::make_unique<OpenInstance>(m_project, m_reach, m_stopper, name);
     }
     return instance.get();
 }
