@@ -65,7 +65,7 @@ QJsonArray toArray(const QVector<Finding> &findings)
                         {QStringLiteral("file"), finding.place.file},
                         {QStringLiteral("line"), finding.place.line},
                         {QStringLiteral("message"), finding.place.message},
-                        {QStringLiteral("name"), finding.name}});
+                        {QStringLiteral("name"), finding.name()}});
     }
     return array;
 }

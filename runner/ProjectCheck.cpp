@@ -115,7 +115,7 @@ QVector<Finding> ProjectCheck::checkWalls(const QList<QSharedPointer<FileTreeNod
     for (const NamedScript &script : qAsConst(m_scripts)) {
         const QFileInfo file(scriptPath(script.kind, script.fileName));
         if (checkPlace(script) && file.exists() && !file.isFile()) { // the library would wait
-            add(s_error, "missing-script",
+            add(Kind::MissingScript,
                 {file.filePath(), 0, 0, QStringLiteral("cannot be read: it is no file")});
         }
     }
@@ -163,7 +163,7 @@ void ProjectCheck::checkTexts()
         Diagnostic error;
         m_texts.insert(language, m_project.texts(language, error));
         if (!error.message.isEmpty()) {
-            add(s_error, "texts", error);
+            add(Kind::Texts, error);
         }
     }
 }
@@ -171,10 +171,10 @@ void ProjectCheck::checkTexts()
 void ProjectCheck::checkManifest(const Manifest &manifest)
 {
     if (manifest.hasFailed()) {
-        add(s_error, "manifest", manifest.error());
+        add(Kind::Manifest, manifest.error());
     }
     for (const Diagnostic &warning : manifest.warnings()) {
-        add(s_warning, "manifest-entry", warning);
+        add(Kind::ManifestEntry, s_warning, warning);
     }
     checkManifestEntries(manifest);
     QSet<QString> known;
@@ -193,7 +193,7 @@ void ProjectCheck::checkManifest(const Manifest &manifest)
 void ProjectCheck::checkManifestEntries(const Manifest &manifest)
 {
     for (const Diagnostic &error : manifest.entryErrors()) {
-        add(s_error, "manifest-entry", error);
+        add(Kind::ManifestEntry, s_error, error);
     }
 }
 
@@ -216,7 +216,7 @@ bool ProjectCheck::checkListedInstance(const Manifest &manifest, const Manifest:
               .arg(instance, error.remove(m_project.path() + QLatin1Char('/')))
         : QStringLiteral("\"%1\" is listed, but there is no %2")
               .arg(instance, m_project.relativePath(filePath));
-    add(s_error, "missing-tree", place);
+    add(Kind::MissingTree, place);
     return false;
 }
 
@@ -225,7 +225,7 @@ QSharedPointer<FileTreeNode> ProjectCheck::checkTree(FileTree::Kind kind, const 
     Diagnostic error;
     auto root = m_project.readTree(kind, instance, error);
     if (!error.message.isEmpty()) {
-        add(s_error, "malformed-tree", error);
+        add(Kind::MalformedTree, error);
         m_hasUnreadableTree = true;
     }
     return root;
@@ -236,13 +236,13 @@ void ProjectCheck::checkDependencyScript(const FileTreeNode &root, bool isListed
     const bool hasScript = nameScript(root, ScriptKind::Dependency);
     const QString key = keyOf(ScriptKind::Dependency);
     if (isListed && !hasScript) {
-        add(s_error, "no-script",
+        add(Kind::NoScript,
             root.placeOf(key,
                          QStringLiteral("the manifest lists \"%1\", but its tree has no "
                                         "property \"%2\" with the name of a script")
                              .arg(root.tree().identity().instance, key)));
     } else if (!isListed && hasScript) {
-        add(s_warning, "not-listed",
+        add(Kind::NotListed,
             root.placeOf(key,
                          QStringLiteral("\"%1\" names a dependency script, but the manifest "
                                         "does not list it: the script never runs")
@@ -276,7 +276,7 @@ bool ProjectCheck::checkPlace(const NamedScript &script)
     Diagnostic place = script.place;
     place.message = m_project.scriptError(folderOf(script.kind), script.fileName);
     if (!place.message.isEmpty()) {
-        add(s_error, "missing-script", place);
+        add(Kind::MissingScript, place);
     }
     return place.message.isEmpty();
 }
@@ -295,16 +295,16 @@ QString ProjectCheck::checkScript(const NamedScript &script)
     case TextFile::ReadResult::Missing:
         place.message = QStringLiteral("there is no script %1/%2")
                             .arg(m_project.relativePath(folderOf(script.kind)), script.fileName);
-        add(s_error, "missing-script", place);
+        add(Kind::MissingScript, place);
         return QString();
     case TextFile::ReadResult::Unreadable:
-        add(s_error, "missing-script", error);
+        add(Kind::MissingScript, error);
         return QString();
     case TextFile::ReadResult::Read:
         break;
     }
     if (content.isEmpty()) {
-        add(script.kind == ScriptKind::Dependency ? s_error : s_warning, "empty-script",
+        add(Kind::EmptyScript, script.kind == ScriptKind::Dependency ? s_error : s_warning,
             {filePath, 0, 0, QStringLiteral("the script is empty")});
         return QString();
     }
@@ -327,13 +327,13 @@ void ProjectCheck::checkFunctions(const NamedScript &script, const QString &file
                       QStringLiteral("onOk")};
     for (const QString &function : needed) {
         if (probe.isHidden(function)) {
-            add(s_error, "hidden-function",
+            add(Kind::HiddenFunction,
                 {filePath, lineOfName(text, function), 0,
                  QStringLiteral("%1 is invisible to the host: declare it with \"function %1\", "
                                 "not with const, let or class")
                      .arg(function)});
         } else if (!probe.functions.contains(function)) {
-            add(isDependency ? s_error : s_warning, "missing-function",
+            add(Kind::MissingFunction, isDependency ? s_error : s_warning,
                 {filePath, 0, 0, QStringLiteral("the script has no function %1").arg(function)});
         }
     }
@@ -342,7 +342,7 @@ void ProjectCheck::checkFunctions(const NamedScript &script, const QString &file
 bool ProjectCheck::isEvaluated(const ScriptProbe &probe, const QString &filePath)
 {
     if (!probe.isEvaluated) {
-        add(s_error, "script-error", {filePath, probe.errorLine, 0, probe.error});
+        add(Kind::ScriptError, {filePath, probe.errorLine, 0, probe.error});
     }
     return probe.isEvaluated;
 }
@@ -371,7 +371,7 @@ void ProjectCheck::checkTokens(ScriptKind kind, const QString &filePath, const Q
             Diagnostic finding = place();
             finding.message = QStringLiteral("setProperty writes by relative URL, which nobody "
                                              "saves after onSave: use setPropertyExtern");
-            add(s_warning, "unsaved-write", finding);
+            add(Kind::UnsavedWrite, finding);
         } else if (token.text == QLatin1String("setError")) {
             const int argument = secondArgument(tokens, i + 1);
             if (argument >= 0 && isWholeArgument(tokens, argument)) {
@@ -394,7 +394,7 @@ void ProjectCheck::checkUrl(const QString &text, bool isWhole, Diagnostic place)
     if (url.getModuleName() != m_project.moduleName()) {
         place.message = QStringLiteral("the URL names the module \"%1\"; scripts reach only \"%2\"")
                             .arg(url.getModuleName(), m_project.moduleName());
-        add(s_warning, "other-module", place);
+        add(Kind::OtherModule, place);
         return;
     }
     const auto objects = m_project.reachableObjects();
@@ -403,7 +403,7 @@ void ProjectCheck::checkUrl(const QString &text, bool isWhole, Diagnostic place)
         place.message = QStringLiteral("the URL names the object \"%1\", which project.json and "
                                        "providers.json do not know")
                             .arg(url.getObjectName());
-        add(s_warning, "unknown-object", place);
+        add(Kind::UnknownObject, place);
         return;
     }
     if (!isWhole || !url.isValid()) {
@@ -417,7 +417,7 @@ void ProjectCheck::checkUrl(const QString &text, bool isWhole, Diagnostic place)
     if (filePath.isEmpty() || !QFileInfo::exists(filePath)) {
         place.message = QStringLiteral("the URL names the instance \"%1\", which has no tree there")
                             .arg(url.getInstance());
-        add(s_warning, "unknown-instance", place);
+        add(Kind::UnknownInstance, place);
     }
 }
 
@@ -429,7 +429,7 @@ void ProjectCheck::checkUnusedScripts()
         while (files.hasNext()) {
             const QString filePath = files.next();
             if (!m_scriptPaths.contains(filePath)) {
-                add(s_warning, "unused-script",
+                add(Kind::UnusedScript,
                     {filePath, 0, 0, QStringLiteral("no tree names this script")});
                 QByteArray text;
                 Diagnostic error;
@@ -462,7 +462,7 @@ void ProjectCheck::checkText(const QString &textId, Place place)
         Diagnostic finding = place();
         finding.message = QStringLiteral("the text \"%1\" is missing in %2")
                               .arg(textId, missing.join(QStringLiteral(", ")));
-        add(s_warning, "missing-text", finding);
+        add(Kind::MissingText, finding);
     }
 }
 
@@ -472,7 +472,7 @@ void ProjectCheck::checkUnit(const QString &unit, Place place)
     if (!m_knownUnits.contains(unit) && !m_project.units().contains(unit)) {
         Diagnostic finding = place();
         finding.message = QStringLiteral("the unit \"%1\" is missing in units.json").arg(unit);
-        add(s_warning, "missing-unit", finding);
+        add(Kind::MissingUnit, finding);
     }
     m_knownUnits.insert(unit);
 }
@@ -514,11 +514,21 @@ QString ProjectCheck::scriptPath(ScriptKind kind, const QString &fileName) const
     return folderOf(kind) + QLatin1Char('/') + fileName;
 }
 
-void ProjectCheck::add(Finding::Severity severity, const char *name, const Diagnostic &place)
+void ProjectCheck::add(Kind kind, const Diagnostic &place)
 {
-    Finding finding{severity, place, QString::fromLatin1(name)};
-    finding.place.file = m_project.relativePath(place.file);
-    m_findings.append(finding);
+    m_findings.append(Finding::of(kind, inProject(place)));
+}
+
+void ProjectCheck::add(Kind kind, Finding::Severity severity, const Diagnostic &place)
+{
+    m_findings.append({severity, inProject(place), kind});
+}
+
+/// The place with its file as seen from the project.
+Diagnostic ProjectCheck::inProject(Diagnostic place) const
+{
+    place.file = m_project.relativePath(place.file);
+    return place;
 }
 
 QVector<Finding> ProjectCheck::sorted() const

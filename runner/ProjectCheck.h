@@ -30,6 +30,8 @@ public:
     QVector<Finding> checkAll(const Manifest &manifest);
 
 private:
+    using Kind = Finding::Kind;
+
     enum class ScriptKind { Dependency, UserInterface };
 
     /// A script that trees name.
@@ -64,7 +66,9 @@ private:
     QString keyOf(ScriptKind kind) const;
     QString folderOf(ScriptKind kind) const;
     QString scriptPath(ScriptKind kind, const QString &fileName) const;
-    void add(Finding::Severity severity, const char *name, const Diagnostic &place);
+    void add(Kind kind, const Diagnostic &place);
+    void add(Kind kind, Finding::Severity severity, const Diagnostic &place);
+    Diagnostic inProject(Diagnostic place) const;
     QVector<Finding> sorted() const;
 
     const Project &m_project;

@@ -49,17 +49,15 @@ class OrderCheck::Groups
 {
 public:
     /// @param scripts the first is the place of the finding
-    void add(Finding::Severity severity, const char *name, const QStringList &scripts,
+    void add(Finding::Severity severity, Finding::Kind kind, const QStringList &scripts,
              const QString &message)
     {
-        const QString key = QString::number(int(severity)) + QLatin1String(name) + QLatin1Char('\n')
-            + scripts.join(QLatin1Char('\n'));
+        const QString key = QString::number(int(severity)) + Finding{severity, {}, kind}.name()
+            + QLatin1Char('\n') + scripts.join(QLatin1Char('\n'));
         // What is found may be counted up.
         const auto known = m_groups.find(key); // clazy:exclude=detaching-member
         if (known == m_groups.end()) {
-            m_groups.insert(
-                key,
-                {{severity, {scripts.constFirst(), 0, 0, message}, QString::fromLatin1(name)}, 0});
+            m_groups.insert(key, {{severity, {scripts.constFirst(), 0, 0, message}, kind}, 0});
         } else {
             ++known->more;
         }
@@ -186,10 +184,10 @@ void OrderCheck::addFailures(const RunReport &report)
         } else {
             place.message = run.function + QStringLiteral(" returned false");
         }
-        addFailure(Finding::Severity::Error, QStringLiteral("script-failed"), place, run.instance);
+        addFailure(Finding::Kind::ScriptFailed, place, run.instance);
     }
     for (const OmittedRun &omitted : report.notRun) {
-        addFailure(Finding::Severity::Error, QStringLiteral("script-failed"),
+        addFailure(Finding::Kind::ScriptFailed,
                    {QStringLiteral("configuration/%1.json").arg(omitted.instance), 0, 0,
                     QStringLiteral("did not run: ") + omitted.reason},
                    omitted.instance);
@@ -198,17 +196,18 @@ void OrderCheck::addFailures(const RunReport &report)
         if (!tree.error.isEmpty()) {
             QString reason = tree.error;
             reason.remove(tree.identity.filePath + QStringLiteral(": "));
-            addFailure(Finding::Severity::Error, QStringLiteral("not-saved"),
+            addFailure(Finding::Kind::NotSaved,
                        {m_project.relativePath(tree.identity.filePath), 0, 0, reason}, QString());
         }
     }
 }
 
-void OrderCheck::addFailure(Finding::Severity severity, const QString &name,
-                            const Diagnostic &place, const QString &instance)
+void OrderCheck::addFailure(Finding::Kind kind, const Diagnostic &place, const QString &instance)
 {
-    Failure &failure = m_failures[name + place.toString()]; // clazy:exclude=detaching-member
-    failure.finding = {severity, place, name};
+    const Finding finding = Finding::of(kind, place);
+    Failure &failure =
+        m_failures[finding.name() + place.toString()]; // clazy:exclude=detaching-member
+    failure.finding = finding;
     if (!instance.isEmpty()) {
         failure.instances.insert(instance);
     }
@@ -247,16 +246,16 @@ QVector<Finding> OrderCheck::findings() const
     }
     QVector<Finding> findings = groups.findings();
     if (m_instances.size() > 1 && m_trials.size() > 1 && distinctOrders() == 1) {
-        findings.append({Finding::Severity::Warning,
-                         {QStringLiteral("configuration/manifest.json"), 0, 0,
-                          QStringLiteral("all %1 orders were the same, so nothing is known of "
-                                         "others: %2")
-                              .arg(QString::number(m_trials.size()),
-                                   qEnvironmentVariableIsSet("QT_HASH_SEED")
-                                       ? QStringLiteral("the environment variable QT_HASH_SEED "
-                                                        "fixes it; unset it")
-                                       : QStringLiteral("try again, or more --orders"))},
-                         QStringLiteral("same-order")});
+        findings.append(
+            Finding::of(Finding::Kind::SameOrder,
+                        {QStringLiteral("configuration/manifest.json"), 0, 0,
+                         QStringLiteral("all %1 orders were the same, so nothing is known of "
+                                        "others: %2")
+                             .arg(QString::number(m_trials.size()),
+                                  qEnvironmentVariableIsSet("QT_HASH_SEED")
+                                      ? QStringLiteral("the environment variable QT_HASH_SEED "
+                                                       "fixes it; unset it")
+                                      : QStringLiteral("try again, or more --orders"))}));
     }
     for (const Failure &failure : m_failures) {
         Finding finding = failure.finding;
@@ -272,8 +271,8 @@ QVector<Finding> OrderCheck::findings() const
         findings.append(finding);
     }
     std::stable_sort(findings.begin(), findings.end(), [](const Finding &a, const Finding &b) {
-        return std::tie(a.place.file, a.place.line, a.name, a.severity)
-            < std::tie(b.place.file, b.place.line, b.name, b.severity);
+        return std::make_tuple(a.place.file, a.place.line, a.name(), a.severity)
+            < std::make_tuple(b.place.file, b.place.line, b.name(), b.severity);
     });
     return findings;
 }
@@ -318,7 +317,7 @@ void OrderCheck::findOrderDependence(int property, Groups &groups) const
                             valueText(valueOf(property, m_trials.constFirst(), Moment::LastRound)));
     }
     groups.add(moment == Moment::LastRound ? Finding::Severity::Error : Finding::Severity::Warning,
-               "order-dependent", scripts, message);
+               Finding::Kind::OrderDependent, scripts, message);
 }
 
 void OrderCheck::findUnsettled(int property, Groups &groups) const
@@ -354,7 +353,8 @@ void OrderCheck::findUnsettled(int property, Groups &groups) const
         ? QStringLiteral("still changes after %1 runs,").arg(rounds)
         : QStringLiteral("settles after %1 runs, after more than one").arg(rounds);
     groups.add(
-        isEndless ? Finding::Severity::Error : Finding::Severity::Warning, "not-settling", scripts,
+        isEndless ? Finding::Severity::Error : Finding::Severity::Warning,
+        Finding::Kind::NotSettling, scripts,
         urlOf(property) + QLatin1Char(' ') + what + ordersText(count)
             + QStringLiteral(": %1; %2 %3 it")
                   .arg(values.join(QStringLiteral(", ")), namesOf(writers),
@@ -374,7 +374,7 @@ void OrderCheck::findTwoWriters(int property, Groups &groups) const
     }
     scripts.sort();
     scripts.removeDuplicates();
-    groups.add(Finding::Severity::Warning, "two-writers", scripts,
+    groups.add(Finding::Severity::Warning, Finding::Kind::TwoWriters, scripts,
                QStringLiteral("%1 is written by %2, with %3")
                    .arg(urlOf(property), namesOf(writers),
                         known.areAtOdds ? QStringLiteral("different values")

@@ -77,7 +77,7 @@ private:
     /// A script that failed, or an instance that could not run, or a file not saved.
     struct Failure
     {
-        Finding finding;
+        Finding finding = Finding::of(Finding::Kind::ScriptFailed, {});
         QSet<QString> instances;
         QSet<int> orders;
     };
@@ -102,8 +102,7 @@ private:
     void addAccesses(const ScriptRun &run, bool isFirst, QHash<int, QMap<int, QVariant>> &written,
                      Trial &trial);
     void addFailures(const RunReport &report);
-    void addFailure(Finding::Severity severity, const QString &name, const Diagnostic &place,
-                    const QString &instance);
+    void addFailure(Finding::Kind kind, const Diagnostic &place, const QString &instance);
 
     QVector<int> sortedProperties() const;
     QVector<int> sortedInstances(const QSet<int> &instances) const;

@@ -34,7 +34,7 @@ QVector<ChangedTree> ProjectRounds::next(const QVector<FileChange> &changes)
         if (error.file != m_project.path()) {
             error = m_project.relative(error);
         }
-        m_projectFindings.append({Finding::Severity::Error, error, QStringLiteral("project")});
+        m_projectFindings.append(Finding::of(Finding::Kind::Project, error));
     }
     return makeRound(&changes);
 }
@@ -61,7 +61,7 @@ QVector<Finding> ProjectRounds::check(const Manifest &manifest, const QVector<Fi
     std::copy_if(found.begin(), found.end(), std::back_inserter(findings),
                  [&](const Finding &finding) {
                      // A broken manifest lists nothing; a broken text file is known already.
-                     return !(manifest.hasFailed() && finding.name == QLatin1String("not-listed"))
+                     return !(manifest.hasFailed() && finding.kind == Finding::Kind::NotListed)
                          && std::none_of(m_projectFindings.cbegin(), m_projectFindings.cend(),
                                          [&finding](const Finding &known) {
                                              return known.place.file == finding.place.file;
@@ -86,8 +86,7 @@ void ProjectRounds::checkOtherProjects(const QVector<FileChange> &changes,
         FileTree::read({filePath, QString(), FileTree::Kind::Configuration}, error);
         if (!error.message.isEmpty()) {
             m_brokenTrees.insert(filePath);
-            findings.append({Finding::Severity::Error, m_project.relative(error),
-                             QStringLiteral("malformed-tree")});
+            findings.append(Finding::of(Finding::Kind::MalformedTree, m_project.relative(error)));
         }
     }
 }

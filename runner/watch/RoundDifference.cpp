@@ -15,7 +15,7 @@ bool areEqual(const QVariant &left, const QVariant &right)
 
 bool areEqual(const Finding &left, const Finding &right)
 {
-    return left.severity == right.severity && left.name == right.name
+    return left.severity == right.severity && left.kind == right.kind
         && left.place.file == right.place.file && left.place.message == right.place.message;
 }
 

@@ -56,7 +56,7 @@ bool SeparateRuns::isSound(const QString &script, const QString &instance)
         ProjectCheck(m_project, m_guard).checkInstances(m_manifest, {instance});
     // Entries of the manifest that name no instance keep no other one from running.
     const bool isSound = std::all_of(findings.begin(), findings.end(), [](const Finding &finding) {
-        return finding.name == QLatin1String("manifest-entry");
+        return finding.kind == Finding::Kind::ManifestEntry;
     });
     m_isSound.insert(script, isSound);
     return isSound;

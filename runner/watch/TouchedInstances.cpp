@@ -57,12 +57,12 @@ bool TouchedInstances::touchesAll(const FileChange &change) const
     if (!isTree(change.filePath)) {
         return !isScript; // what all share
     }
-    // Nobody could read it, and so nobody is known to.
+    // While it was malformed, no script could read it: any of them may now.
     const QString file = m_project.relativePath(change.filePath);
     const QVector<Finding> &findings = m_before.findings;
     return !isBroken(change.filePath)
         && std::any_of(findings.begin(), findings.end(), [&file](const Finding &finding) {
-               return finding.name == QLatin1String("malformed-tree") && finding.place.file == file;
+               return finding.kind == Finding::Kind::MalformedTree && finding.place.file == file;
            });
 }
 

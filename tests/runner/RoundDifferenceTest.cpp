@@ -7,7 +7,7 @@ namespace {
 
 Finding finding(Finding::Severity severity, int line, const QString &message)
 {
-    return {severity, {QStringLiteral("a.json"), line, 1, message}, QStringLiteral("kind")};
+    return {severity, {QStringLiteral("a.json"), line, 1, message}, Finding::Kind::ScriptError};
 }
 
 RunReport reportOf(const QString &instance, bool succeeded)

@@ -106,7 +106,7 @@ void TouchedInstancesTest::aTreeThatWasBrokenTouchesAll()
     setting.folder.write(QStringLiteral("plant/") + file, "{");
     QCOMPARE(setting.touched(file, Kind::Changed), QStringLiteral("c"));
     setting.round.findings = {
-        {Finding::Severity::Error, {file, 1, 2, QString()}, QStringLiteral("malformed-tree")}};
+        {Finding::Severity::Error, {file, 1, 2, QString()}, Finding::Kind::MalformedTree}};
     QCOMPARE(setting.touched(file, Kind::Changed), QStringLiteral("c"));
     setting.folder.write(QStringLiteral("plant/") + file, "{}");
     QCOMPARE(setting.touched(file, Kind::Changed), QStringLiteral("a ab c"));
