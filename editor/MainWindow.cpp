@@ -5,7 +5,7 @@
 #include "editor/NodePanel.h"
 #include "editor/NodeView.h"
 #include "editor/ValueText.h"
-#include "runner/test/ScriptTest.h"
+#include "runner/scripttest/ScriptTest.h"
 
 #include <QApplication>
 #include <QCloseEvent>

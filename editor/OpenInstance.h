@@ -2,7 +2,7 @@
 
 #include "editor/Reports.h"
 #include "editor/SessionRecording.h"
-#include "runner/DialogScript.h"
+#include "runner/run/DialogScript.h"
 #include "runner/run/DialogSession.h"
 
 #include <QByteArray>

@@ -6,7 +6,7 @@
 #include "editor/TestWriter.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
 #include "runner/run/InplaceRun.h"
 
 ScriptWorker::ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper)
@@ -106,7 +106,7 @@ void ScriptWorker::previewDependencies(const QString &instance)
         report.selected = run.instances();
         const InplaceRun::Result result = run.run(tree);
         report.findings = result.findings;
-        report.report = result.report;
+        report.report = result.record;
     }
     Q_EMIT dependenciesRun(report);
 }
@@ -124,7 +124,7 @@ void ScriptWorker::proposeDependencies(const QString &instance)
         if (!report.selected.isEmpty()) {
             const DependencyRun::Result result = run.run(HostSession::Writing::Nothing);
             report.findings = result.findings;
-            report.report = result.report;
+            report.report = result.record;
             report.report.sort();
         }
     }

@@ -2,11 +2,11 @@
 
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
-#include "runner/ScratchCopy.h"
-#include "runner/test/ScriptTest.h"
-#include "runner/test/ScriptTestRecorder.h"
-#include "runner/test/ScriptTestRun.h"
-#include "runner/test/StepOutcome.h"
+#include "runner/run/ScratchCopy.h"
+#include "runner/scripttest/ScriptTest.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
+#include "runner/scripttest/ScriptTestRun.h"
+#include "runner/scripttest/StepOutcome.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "editor/MainWindow.h"
 #include "editor/Palettes.h"
 #include "editor/Screenshot.h"
-#include "runner/ProjectOpening.h"
+#include "runner/run/ProjectOpening.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

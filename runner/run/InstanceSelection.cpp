@@ -2,7 +2,7 @@
 
 #include "JavaScript/JavaScriptDependencyManager.h"
 #include "filehost/Project.h"
-#include "runner/SilentLog.h"
+#include "runner/record/SilentLog.h"
 
 QStringList selectedInstances(const Project &project, const QString &name, UnknownName unknown)
 {

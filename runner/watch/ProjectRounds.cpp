@@ -2,7 +2,7 @@
 
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
-#include "runner/ProjectCheck.h"
+#include "runner/check/ProjectCheck.h"
 #include "runner/watch/SeparateRuns.h"
 #include "runner/watch/TouchedInstances.h"
 
@@ -97,10 +97,10 @@ QVector<ChangedTree> ProjectRounds::run(const Manifest &manifest, HostSession &s
     const TouchedInstances touched(m_project, manifest, m_last);
     const QStringList listed = touched.all();
     const QSet<QString> known(listed.begin(), listed.end());
-    const QStringList instances = round.reports.keys();
+    const QStringList instances = round.records.keys();
     for (const QString &instance : instances) {
         if (!known.contains(instance)) {
-            round.reports.remove(instance);
+            round.records.remove(instance);
         }
     }
     round.waiting.intersect(known);
@@ -109,20 +109,20 @@ QVector<ChangedTree> ProjectRounds::run(const Manifest &manifest, HostSession &s
     QVector<ChangedTree> stored;
     const QStringList selected = changes ? touched.of(*changes) : listed;
     for (const QString &instance : selected) {
-        auto report = runs.run(instance);
-        if (!report) {
+        auto record = runs.run(instance);
+        if (!record) {
             round.waiting.insert(instance);
             continue;
         }
         round.waiting.remove(instance);
         if (m_writing == HostSession::Writing::Files) {
             QVector<ChangedTree> notStored;
-            std::partition_copy(report->trees.cbegin(), report->trees.cend(),
+            std::partition_copy(record->trees.cbegin(), record->trees.cend(),
                                 std::back_inserter(stored), std::back_inserter(notStored),
                                 [](const ChangedTree &tree) { return tree.error.isEmpty(); });
-            report->trees = notStored;
+            record->trees = notStored;
         }
-        round.reports.insert(instance, *report);
+        round.records.insert(instance, *record);
     }
     return stored;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runner/Finding.h"
-#include "runner/RunReport.h"
+#include "runner/check/Finding.h"
+#include "runner/record/RunRecord.h"
 
 #include <QMap>
 #include <QSet>
@@ -13,7 +13,7 @@
 struct Round
 {
     QVector<Finding> findings;
-    QMap<QString, RunReport> reports; ///< by instance; what its script did when it ran last, alone
+    QMap<QString, RunRecord> records; ///< by instance; what its script did when it ran last, alone
     QSet<QString> waiting; ///< instances that cannot run before a mistake is mended
 };
 
@@ -26,7 +26,7 @@ struct RoundDifference
 
     /// Runs: those that have something new to say, and only that; what is said of a failure is
     /// whole. Trees: the values that would change now, or change to something else.
-    RunReport report;
+    RunRecord record;
 
     QStringList mended; ///< instances whose scripts failed, and do not any more
     QVector<ScriptRun> withdrawn; ///< with the errors that are not reported any more; no more

@@ -1,4 +1,4 @@
-#include "runner/Finding.h"
+#include "runner/check/Finding.h"
 #include "support/StrictTest.h"
 
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "runner/test/ScriptTest.h"
+#include "runner/scripttest/ScriptTest.h"
 #include "configscript/ScratchFolder.h"
 #include "filehost/JsonValue.h"
 #include "support/StrictTest.h"
