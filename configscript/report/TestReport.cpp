@@ -4,7 +4,7 @@
 #include "configscript/report/Output.h"
 #include "filehost/Project.h"
 #include "runner/record/LineDiff.h"
-#include "runner/scripttest/StepOutcome.h"
+#include "runner/scripttest/OutcomeText.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -37,8 +37,8 @@ QByteArray limited(const QList<QByteArray> &lines)
 /// What was expected and what was found, line by line.
 QStringList differenceOf(const ScriptTestRun::Step &step)
 {
-    QList<QByteArray> oldLines = StepOutcome::toLines(step.expected);
-    QList<QByteArray> newLines = StepOutcome::toLines(step.found);
+    QList<QByteArray> oldLines = OutcomeText::toLines(step.expected);
+    QList<QByteArray> newLines = OutcomeText::toLines(step.found);
     if (std::max(oldLines.size(), newLines.size()) > s_linesOfADifference) {
         const auto ends =
             std::mismatch(oldLines.cbegin(), oldLines.cend(), newLines.cbegin(), newLines.cend());

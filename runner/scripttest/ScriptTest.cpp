@@ -5,8 +5,8 @@
 #include "filehost/Project.h"
 #include "filehost/Walls.h"
 #include "runner/check/ScriptProbe.h"
-#include "runner/scripttest/JsonLines.h"
-#include "runner/scripttest/StepOutcome.h"
+#include "runner/scripttest/OutcomeMember.h"
+#include "runner/scripttest/OutcomeText.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -36,15 +36,10 @@ QByteArray indentationAt(const QByteArray &text, int offset)
     return text.mid(begin, end - begin);
 }
 
-QByteArray settingsText(const QVector<ScriptTest::Setting> &settings, const QByteArray &indentation)
+/// The element of the key of a member, which stands in front of its value.
+int keyOf(int valueElement)
 {
-    QVariantMap nodes;
-    for (const ScriptTest::Setting &setting : settings) {
-        QVariantMap values = nodes.value(setting.url).toMap();
-        values.insert(setting.key, setting.value);
-        nodes.insert(setting.url, values);
-    }
-    return JsonLines::toText(nodes, indentation, 0);
+    return valueElement - 1;
 }
 
 } // namespace
@@ -95,6 +90,11 @@ Diagnostic ScriptTest::placeOf(int element, const QString &message) const
     return place;
 }
 
+Diagnostic ScriptTest::placeOfKey(int valueElement, const QString &message) const
+{
+    return placeOf(keyOf(valueElement), message);
+}
+
 Diagnostic ScriptTest::placeOfInstance(const QString &message) const
 {
     return placeOf(m_instanceElement, message);
@@ -102,36 +102,19 @@ Diagnostic ScriptTest::placeOfInstance(const QString &message) const
 
 void ScriptTest::read()
 {
-    const QStringList known{QStringLiteral("description"), QStringLiteral("instance"),
-                            QStringLiteral("reach"), QStringLiteral("set"),
-                            QStringLiteral("steps")};
-    int steps = -1;
-    const auto members = m_file.members();
-    for (const auto &member : members) {
-        switch (known.indexOf(member.first)) {
-        case 0:
-            m_description = m_file.string(member.second);
-            break;
-        case 1:
-            m_instance = m_file.string(member.second);
-            m_instanceElement = member.second;
-            break;
-        case 2:
-            m_reach = readReach(member.second);
-            break;
-        case 3:
-            m_settings = readSettings(member.second);
-            break;
-        case 4:
-            steps = member.second;
-            break;
-        default:
-            refuseMember(member.second, known);
-        }
-    }
+    const Members members =
+        readMembers(0,
+                    {QStringLiteral("description"), QStringLiteral("instance"),
+                     QStringLiteral("reach"), QStringLiteral("set"), QStringLiteral("steps")});
+    m_description = textOf(members, QStringLiteral("description"));
+    m_instance = textOf(members, QStringLiteral("instance"));
+    m_instanceElement = members.value(QStringLiteral("instance"), 0);
+    m_reach = readReach(members);
+    m_settings = settingsOf(members);
     if (m_file.hasFailed()) {
         return;
     }
+    const int steps = members.value(QStringLiteral("steps"), -1);
     if (steps < 0) {
         m_file.fail(0, QStringLiteral("expected a member \"steps\""));
         return;
@@ -143,64 +126,62 @@ void ScriptTest::read()
     if (all.isEmpty()) {
         m_file.fail(steps, QStringLiteral("expected at least one step"));
     }
-    const auto isRelative = [](const Setting &setting) {
-        return !setting.url.contains(QLatin1String("://"));
-    };
-    const auto relative = std::find_if(m_settings.cbegin(), m_settings.cend(), isRelative);
+    checkInstance();
+}
+
+/// What needs an instance has one.
+void ScriptTest::checkInstance()
+{
+    if (!m_instance.isEmpty()) {
+        return;
+    }
+    const auto relative =
+        std::find_if(m_settings.cbegin(), m_settings.cend(), [](const Setting &setting) {
+            return !setting.url.contains(QLatin1String("://"));
+        });
     const auto event = std::find_if(m_steps.cbegin(), m_steps.cend(),
                                     [](const Step &step) { return step.isEvent(); });
-    if (m_instance.isEmpty() && relative != m_settings.cend()) {
+    if (relative != m_settings.cend()) {
         m_file.fail(relative->element,
                     QStringLiteral("expected an \"instance\" for the relative URL \"%1\"")
                         .arg(relative->url));
-    } else if (m_instance.isEmpty() && event != m_steps.cend()) {
+    } else if (event != m_steps.cend()) {
         m_file.fail(event->element, QStringLiteral("expected an \"instance\" for the event"));
     }
 }
 
 void ScriptTest::readStep(int element)
 {
-    const QStringList known{QStringLiteral("set"), QStringLiteral("event"),
-                            QStringLiteral("argument"), QStringLiteral("resolve"),
-                            QStringLiteral("expect")};
+    const Members members =
+        readMembers(element,
+                    {QStringLiteral("set"), QStringLiteral("event"), QStringLiteral("argument"),
+                     QStringLiteral("resolve"), QStringLiteral("expect")});
     Step step;
     step.element = element;
-    int set = -1;
-    int event = -1;
-    int argument = -1;
-    int resolve = -1;
-    const auto members = m_file.members(element);
-    for (const auto &member : members) {
-        switch (known.indexOf(member.first)) {
-        case 0:
-            set = member.second;
-            step.settings = readSettings(set);
-            break;
-        case 1:
-            event = member.second;
-            step.event = m_file.string(event);
-            break;
-        case 2:
-            argument = member.second;
-            step.argument = m_file.string(argument);
-            break;
-        case 3:
-            resolve = member.second;
-            step.resolved = m_file.string(resolve);
-            break;
-        case 4:
-            step.expectedElement = member.second;
-            break;
-        default:
-            refuseMember(member.second, known);
-        }
-    }
+    step.settings = settingsOf(members);
+    step.event = textOf(members, QStringLiteral("event"));
+    step.argument = textOf(members, QStringLiteral("argument"));
+    step.resolved = textOf(members, QStringLiteral("resolve"));
+    step.expectedElement = members.value(QStringLiteral("expect"), -1);
     if (m_file.hasFailed()) {
         return;
     }
+    checkStep(step, members);
+    if (step.expectedElement >= 0) {
+        readExpected(step.expectedElement, step);
+    }
+    m_steps.append(step);
+}
+
+void ScriptTest::checkStep(const Step &step, const Members &members)
+{
+    const int event = members.value(QStringLiteral("event"), -1);
+    const int resolve = members.value(QStringLiteral("resolve"), -1);
+    const int set = members.value(QStringLiteral("set"), -1);
+    const int argument = members.value(QStringLiteral("argument"), -1);
     const QStringList events = ScriptProbe::eventFunctions();
     if ((event < 0) == (resolve < 0)) {
-        m_file.fail(element, QStringLiteral("expected either \"event\" or \"resolve\""));
+        m_file.fail(step.element, QStringLiteral("expected either \"event\" or \"resolve\""));
     } else if (event >= 0 && !events.contains(step.event)) {
         m_file.fail(event,
                     QStringLiteral("expected an event, %1, found \"%2\"")
@@ -209,7 +190,7 @@ void ScriptTest::readStep(int element)
         m_file.fail(set >= 0 ? set : argument,
                     QStringLiteral("expected nothing but \"expect\" beside \"resolve\""));
     }
-    for (const Setting &setting : qAsConst(step.settings)) {
+    for (const Setting &setting : step.settings) {
         if (setting.url.contains(QLatin1String("://"))) {
             m_file.fail(setting.element,
                         QStringLiteral("expected a relative URL, since the user edits the "
@@ -217,34 +198,57 @@ void ScriptTest::readStep(int element)
                             .arg(setting.url));
         }
     }
-    if (step.expectedElement >= 0) {
-        readExpected(step.expectedElement, step);
+}
+
+/// The elements of an object's values by name; refuses other members than the @p known ones.
+ScriptTest::Members ScriptTest::readMembers(int object, const QStringList &known)
+{
+    Members members;
+    const auto all = m_file.members(object);
+    for (const auto &member : all) {
+        if (known.contains(member.first)) {
+            members.insert(member.first, member.second);
+        } else {
+            refuseMember(member.second, known);
+        }
     }
-    m_steps.append(step);
+    return members;
+}
+
+/// Empty when there is no such member.
+QString ScriptTest::textOf(const Members &members, const QString &name)
+{
+    return members.contains(name) ? m_file.string(members.value(name)) : QString();
+}
+
+QVector<ScriptTest::Setting> ScriptTest::settingsOf(const Members &members)
+{
+    const auto set = members.constFind(QStringLiteral("set"));
+    return set == members.constEnd() ? QVector<Setting>() : readSettings(*set);
 }
 
 void ScriptTest::readExpected(int element, Step &step)
 {
-    QStringList known = StepOutcome::members();
-    const QStringList foreign = step.isEvent()
-        ? QStringList{StepOutcome::announced(), StepOutcome::unsaved()}
-        : QStringList{StepOutcome::reads()};
-    for (const QString &name : foreign) {
-        known.removeOne(name);
+    QStringList known;
+    for (const OutcomeMember &member : OutcomeMember::all()) {
+        if (step.isEvent() ? member.isOfEvents : member.isOfResolves) {
+            known.append(member.name);
+        }
     }
     const auto members = m_file.members(element);
     for (const auto &member : members) {
+        const OutcomeMember *kind = OutcomeMember::find(member.first);
         if (!known.contains(member.first)) {
             refuseMember(member.second, known);
-        } else if (member.first == StepOutcome::result()) {
+        } else if (kind->id == OutcomeMember::Id::Result) {
             const auto type = m_file.json().element(member.second).type;
             if (type != JsonText::Type::True && type != JsonText::Type::False) {
                 expect(member.second, JsonText::Type::True, QStringLiteral("true or false"));
             }
-        } else if (StepOutcome::defaultOf(member.first).userType() == QMetaType::QVariantMap) {
-            readSettings(member.second);
-        } else if (member.first == StepOutcome::errors()) {
+        } else if (kind->id == OutcomeMember::Id::Errors) {
             expectErrors(member.second, step.isEvent());
+        } else if (kind->defaultValue.userType() == QMetaType::QVariantMap) {
+            readSettings(member.second);
         } else {
             m_file.strings(member.second);
         }
@@ -273,13 +277,17 @@ void ScriptTest::expectErrors(int element, bool isEvent)
     }
 }
 
-DialogReach ScriptTest::readReach(int element)
+DialogReach ScriptTest::readReach(const Members &members)
 {
-    const QString name = m_file.string(element);
+    const auto element = members.constFind(QStringLiteral("reach"));
+    if (element == members.constEnd()) {
+        return DialogReach::Instance;
+    }
+    const QString name = m_file.string(*element);
     const auto reach = dialogReachOf(name);
     if (!reach && !m_file.hasFailed()) {
         m_file.fail(
-            element,
+            *element,
             QStringLiteral("expected %1, found \"%2\"").arg(quotedList(dialogReachNames()), name));
     }
     return reach.value_or(DialogReach::Instance);
@@ -323,7 +331,7 @@ bool ScriptTest::expect(int element, JsonText::Type type, const QString &expecte
 
 void ScriptTest::refuseMember(int valueElement, const QStringList &known)
 {
-    const int key = valueElement - 1;
+    const int key = keyOf(valueElement);
     m_file.fail(key,
                 QStringLiteral("expected %1, found \"%2\"")
                     .arg(quotedList(known), m_file.json().string(key)));
@@ -351,7 +359,7 @@ QByteArray ScriptTest::updated(const QVector<QVariantMap> &expected) const
             const QByteArray lead = text.mid(stepBegin + 1, firstKey - stepBegin - 1);
             text.insert(endOfLastMember(step.element),
                         ',' + lead + "\"expect\": "
-                            + StepOutcome::toText(value, indentationAt(text, firstKey)));
+                            + OutcomeText::toText(value, indentationAt(text, firstKey)));
             continue;
         }
         const int begin = json.element(element).begin;
@@ -361,7 +369,7 @@ QByteArray ScriptTest::updated(const QVector<QVariantMap> &expected) const
             edit.setValue(element, value);
             changed = edit.result(element);
         } else {
-            changed = StepOutcome::toText(value, indentationAt(text, begin));
+            changed = OutcomeText::toText(value, indentationAt(text, begin));
         }
         text.replace(begin, json.end(element) - begin, changed);
     }
@@ -377,29 +385,4 @@ int ScriptTest::endOfLastMember(int object) const
         end = json.end(i + 1);
     }
     return end;
-}
-
-QByteArray ScriptTest::toText(const QString &instance, DialogReach reach,
-                              const QVector<Step> &steps)
-{
-    const QByteArray inner("      ");
-    QByteArray text = "{\n  \"instance\": " + JsonValue::toText(instance);
-    if (reach != DialogReach::Instance) {
-        text += ",\n  \"reach\": " + JsonValue::toText(nameOf(reach));
-    }
-    text += ",\n  \"steps\": [";
-    for (int i = 0; i < steps.size(); ++i) {
-        const Step &step = steps.at(i);
-        text += i > 0 ? ",\n    {\n" : "\n    {\n";
-        if (!step.settings.isEmpty()) {
-            text += inner + "\"set\": " + settingsText(step.settings, inner) + ",\n";
-        }
-        text += step.isEvent() ? inner + "\"event\": " + JsonValue::toText(step.event) + ",\n"
-                               : inner + "\"resolve\": " + JsonValue::toText(step.resolved) + ",\n";
-        if (!step.argument.isEmpty()) {
-            text += inner + "\"argument\": " + JsonValue::toText(step.argument) + ",\n";
-        }
-        text += inner + "\"expect\": " + StepOutcome::toText(step.expected, inner) + "\n    }";
-    }
-    return text + "\n  ]\n}\n";
 }

@@ -5,6 +5,7 @@
 #include "runner/run/DialogReach.h"
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -64,6 +65,7 @@ public:
 
     /// Where an element stands, for messages.
     Diagnostic placeOf(int element, const QString &message) const;
+    Diagnostic placeOfKey(int valueElement, const QString &message) const; ///< of a member
     Diagnostic placeOfInstance(const QString &message) const;
 
     /// The file's text with other expectations of the steps; what they do not touch stays to the
@@ -71,16 +73,19 @@ public:
     /// @param expected for each step; as it was for those that stay
     QByteArray updated(const QVector<QVariantMap> &expected) const;
 
-    /// The text of a new file.
-    static QByteArray toText(const QString &instance, DialogReach reach,
-                             const QVector<Step> &steps);
-
 private:
+    using Members = QMap<QString, int>; ///< the elements of an object's values, by name
+
     void read();
+    void checkInstance();
     void readStep(int element);
+    void checkStep(const Step &step, const Members &members);
+    Members readMembers(int object, const QStringList &known);
+    QString textOf(const Members &members, const QString &name);
+    QVector<Setting> settingsOf(const Members &members);
     void readExpected(int element, Step &step);
     void expectErrors(int element, bool isEvent);
-    DialogReach readReach(int element);
+    DialogReach readReach(const Members &members);
     QVector<Setting> readSettings(int element);
     QVector<int> elements(int array, const QString &expected);
     bool expect(int element, JsonText::Type type, const QString &expected);

@@ -2,6 +2,7 @@
 
 #include "filehost/Diagnostic.h"
 #include "runner/run/EventRun.h"
+#include "runner/scripttest/ScriptTest.h"
 
 #include <QByteArray>
 #include <QString>
@@ -19,6 +20,10 @@ namespace ScriptTestRecorder {
  */
 QByteArray record(const Project &project, const QString &instance, DialogReach reach,
                   const QVector<EventRun::Event> &events, const RunRecord &record);
+
+/// The text of a test with these steps.
+QByteArray toText(const QString &instance, DialogReach reach,
+                  const QVector<ScriptTest::Step> &steps);
 
 /// Why no new test can be written to @p filePath; without a message when one can.
 Diagnostic fileError(const QString &filePath);

@@ -92,7 +92,7 @@ bool ScriptTestRun::apply(const ScriptTest &test, Diagnostic &error)
     QMap<QString, SetTree> trees; // by file
     for (const ScriptTest::Setting &setting : test.settings()) {
         const auto fail = [&](const QString &message) {
-            error = test.placeOf(setting.element - 1, message);
+            error = test.placeOfKey(setting.element, message);
             return false;
         };
         const bool isRelative = !setting.url.contains(QLatin1String("://"));
@@ -163,8 +163,8 @@ bool ScriptTestRun::checkEdits(const ScriptTest &test, Diagnostic &error) const
         for (const ScriptTest::Setting &setting : step.settings) {
             const auto node = root->getNode(setting.url).dynamicCast<FileTreeNode>();
             if (node.isNull() || node->isReadOnly(setting.key)) {
-                error = test.placeOf(
-                    setting.element - 1,
+                error = test.placeOfKey(
+                    setting.element,
                     node.isNull()
                         ? QStringLiteral("no node \"%1\" in %2").arg(setting.url, test.instance())
                         : QStringLiteral("the user cannot edit \"%1\": it is read-only")

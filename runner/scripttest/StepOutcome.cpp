@@ -5,7 +5,7 @@
 #include "host/SelectorUrlHandler.h"
 #include "runner/record/TreeUrls.h"
 #include "runner/run/DialogSession.h"
-#include "runner/scripttest/JsonLines.h"
+#include "runner/scripttest/OutcomeMember.h"
 
 #include <QSet>
 
@@ -15,6 +15,13 @@
 namespace StepOutcome {
 
 namespace {
+
+using Id = OutcomeMember::Id;
+
+QString nameOf(Id id)
+{
+    return OutcomeMember::of(id).name;
+}
 
 /// @p text without the absolute paths of the project, and of those that its scripts reach.
 QString portable(const Project &project, QString text)
@@ -200,9 +207,9 @@ void addTexts(const Project &project, const ScriptRun &run, const QString &prefi
 
 void insertTexts(const Texts &texts, QVariantMap &outcome)
 {
-    outcome.insert(exceptions(), texts.exceptions);
-    outcome.insert(warnings(), texts.warnings);
-    outcome.insert(console(), texts.console);
+    outcome.insert(nameOf(Id::Exceptions), texts.exceptions);
+    outcome.insert(nameOf(Id::Warnings), texts.warnings);
+    outcome.insert(nameOf(Id::Console), texts.console);
 }
 
 QVariantList portableList(const Project &project, const QStringList &texts)
@@ -226,25 +233,6 @@ QStringList failuresOf(const Project &project, const RunRecord &record)
     return texts;
 }
 
-/// A line for each error, its members in the order of the arguments of setError().
-QByteArray errorsText(const QVariantList &errors, const QByteArray &indentation)
-{
-    QByteArray text;
-    for (const QVariant &error : errors) {
-        const QVariantMap object = error.toMap();
-        QByteArray members;
-        for (const char *key : {"instance", "url", "textId", "value"}) {
-            const auto member = object.find(QLatin1String(key));
-            if (member != object.end()) {
-                members += (members.isEmpty() ? "\"" : ", \"") + QByteArray(key)
-                    + "\": " + JsonValue::toText(*member, JsonValue::Layout::Spaced);
-            }
-        }
-        text += (text.isEmpty() ? "\n" : ",\n") + indentation + "  { " + members + " }";
-    }
-    return text.isEmpty() ? QByteArrayLiteral("[]") : '[' + text + '\n' + indentation + ']';
-}
-
 /// @p values by URL with the URLs as @p expected spells them.
 QVariantMap respelt(const Urls &urls, const QVariantMap &expected, QVariantMap values)
 {
@@ -259,77 +247,6 @@ QVariantMap respelt(const Urls &urls, const QVariantMap &expected, QVariantMap v
 
 } // namespace
 
-QString result()
-{
-    return QStringLiteral("result");
-}
-
-QString writes()
-{
-    return QStringLiteral("writes");
-}
-
-QString unsaved()
-{
-    return QStringLiteral("unsaved");
-}
-
-QString errors()
-{
-    return QStringLiteral("errors");
-}
-
-QString announced()
-{
-    return QStringLiteral("announced");
-}
-
-QString exceptions()
-{
-    return QStringLiteral("exceptions");
-}
-
-QString warnings()
-{
-    return QStringLiteral("warnings");
-}
-
-QString problems()
-{
-    return QStringLiteral("problems");
-}
-
-QString console()
-{
-    return QStringLiteral("console");
-}
-
-QString reads()
-{
-    return QStringLiteral("reads");
-}
-
-const QStringList &members()
-{
-    static const QStringList names{result(),     writes(),   unsaved(),  errors(),  announced(),
-                                   exceptions(), warnings(), problems(), console(), reads()};
-    return names;
-}
-
-bool isOptional(const QString &member)
-{
-    return member == console() || member == reads();
-}
-
-QVariant defaultOf(const QString &member)
-{
-    if (member == result()) {
-        return true;
-    }
-    return member == writes() || member == unsaved() || member == reads() ? QVariant(QVariantMap())
-                                                                          : QVariantList();
-}
-
 QVector<QVariantMap> ofDialog(const Project &project, const QString &instance,
                               const RunRecord &record)
 {
@@ -338,10 +255,10 @@ QVector<QVariantMap> ofDialog(const Project &project, const QString &instance,
     for (const ScriptRun &run : record.runs) {
         const bool isLast = &run == &record.runs.constLast();
         QVariantMap outcome = completed({});
-        outcome.insert(result(), run.succeeded);
-        outcome.insert(writes(), writesOf(urls, run));
-        outcome.insert(reads(), readsOf(urls, run));
-        outcome.insert(errors(), errorsOf(run, QString()));
+        outcome.insert(nameOf(Id::Result), run.succeeded);
+        outcome.insert(nameOf(Id::Writes), writesOf(urls, run));
+        outcome.insert(nameOf(Id::Reads), readsOf(urls, run));
+        outcome.insert(nameOf(Id::Errors), errorsOf(run, QString()));
         Texts texts;
         addTexts(project, run, QString(), texts);
         if (isLast) { // what became known when the dialog was saved
@@ -349,7 +266,7 @@ QVector<QVariantMap> ofDialog(const Project &project, const QString &instance,
             if (!record.refusal.isEmpty() && DialogSession::isToBeSaved(record.runs)) {
                 reasons.prepend(record.refusal);
             }
-            outcome.insert(problems(), portableList(project, reasons));
+            outcome.insert(nameOf(Id::Problems), portableList(project, reasons));
         }
         insertTexts(texts, outcome);
         outcomes.append(outcome);
@@ -364,7 +281,7 @@ QVariantMap ofResolve(const Project &project, const QString &instance, const QSt
     record.sort();
     const Urls urls(project, instance);
     QVariantMap outcome = completed({});
-    outcome.insert(StepOutcome::result(), result.findings.isEmpty() && record.succeeded());
+    outcome.insert(nameOf(Id::Result), result.findings.isEmpty() && record.succeeded());
 
     QVariantMap written;
     for (const ChangedTree &tree : qAsConst(record.trees)) {
@@ -375,7 +292,7 @@ QVariantMap ofResolve(const Project &project, const QString &instance, const QSt
             }
         }
     }
-    outcome.insert(writes(), written);
+    outcome.insert(nameOf(Id::Writes), written);
 
     QVariantMap lost;
     QVariantList list;
@@ -389,9 +306,9 @@ QVariantMap ofResolve(const Project &project, const QString &instance, const QSt
         list += errorsOf(run, isOther ? run.instance : QString());
         addTexts(project, run, isOther ? run.instance + QStringLiteral(": ") : QString(), texts);
     }
-    outcome.insert(unsaved(), lost);
-    outcome.insert(errors(), list);
-    outcome.insert(announced(), portableList(project, record.announced));
+    outcome.insert(nameOf(Id::Unsaved), lost);
+    outcome.insert(nameOf(Id::Errors), list);
+    outcome.insert(nameOf(Id::Announced), portableList(project, record.announced));
     insertTexts(texts, outcome);
 
     QStringList reasons;
@@ -401,7 +318,8 @@ QVariantMap ofResolve(const Project &project, const QString &instance, const QSt
     for (const OmittedRun &omitted : qAsConst(record.notRun)) {
         reasons.append(omitted.instance + QStringLiteral(": ") + omitted.reason);
     }
-    outcome.insert(problems(), portableList(project, reasons + failuresOf(project, record)));
+    outcome.insert(nameOf(Id::Problems),
+                   portableList(project, reasons + failuresOf(project, record)));
     return outcome;
 }
 
@@ -410,14 +328,15 @@ QVariantMap inTermsOf(const Project &project, const QString &instance, const QVa
 {
     const Urls urls(project, instance);
     QVariantMap found;
-    for (const QString &member : members()) {
-        const bool isExpected = expected.contains(member);
-        QVariant value = outcome.value(member);
+    for (const OutcomeMember &member : OutcomeMember::all()) {
+        const bool isExpected = expected.contains(member.name);
+        QVariant value = outcome.value(member.name);
         if (isExpected && value.userType() == QMetaType::QVariantMap) {
-            value = respelt(urls, expected.value(member).toMap(), value.toMap());
+            value = respelt(urls, expected.value(member.name).toMap(), value.toMap());
         }
-        if (isExpected || (!isOptional(member) && !JsonValue::areEqual(value, defaultOf(member)))) {
-            found.insert(member, value);
+        if (isExpected
+            || (!member.isOptional && !JsonValue::areEqual(value, member.defaultValue))) {
+            found.insert(member.name, value);
         }
     }
     return found;
@@ -425,9 +344,9 @@ QVariantMap inTermsOf(const Project &project, const QString &instance, const QVa
 
 QVariantMap completed(QVariantMap outcome)
 {
-    for (const QString &member : members()) {
-        if (!outcome.contains(member)) {
-            outcome.insert(member, defaultOf(member));
+    for (const OutcomeMember &member : OutcomeMember::all()) {
+        if (!outcome.contains(member.name)) {
+            outcome.insert(member.name, member.defaultValue);
         }
     }
     return outcome;
@@ -436,46 +355,13 @@ QVariantMap completed(QVariantMap outcome)
 QVariantMap recorded(const QVariantMap &outcome)
 {
     QVariantMap result;
-    for (auto member = outcome.cbegin(); member != outcome.cend(); ++member) {
-        if (member.key() != console() && !JsonValue::areEqual(*member, defaultOf(member.key()))) {
-            result.insert(member.key(), *member);
+    for (const OutcomeMember &member : OutcomeMember::all()) {
+        const QVariant value = outcome.value(member.name, member.defaultValue);
+        if (member.id != Id::Console && !JsonValue::areEqual(value, member.defaultValue)) {
+            result.insert(member.name, value);
         }
     }
     return result;
-}
-
-QByteArray toText(const QVariantMap &outcome, const QByteArray &indentation)
-{
-    const QByteArray inner = indentation + "  ";
-    QByteArray text;
-    for (const QString &member : members()) {
-        const auto value = outcome.find(member);
-        if (value != outcome.end()) {
-            text += (text.isEmpty() ? "\n" : ",\n") + inner + JsonValue::toText(member) + ": "
-                + (member == errors()
-                       ? errorsText(value->toList(), inner)
-                       : JsonLines::toText(*value, inner, member == announced() ? 0 : 1));
-        }
-    }
-    return text.isEmpty() ? QByteArrayLiteral("{}") : '{' + text + '\n' + indentation + '}';
-}
-
-QList<QByteArray> toLines(const QVariantMap &outcome)
-{
-    QVariantMap shown;
-    for (auto member = outcome.cbegin(); member != outcome.cend(); ++member) {
-        if (!JsonValue::areEqual(*member, defaultOf(member.key()))) {
-            shown.insert(member.key(), *member);
-        }
-    }
-    shown.insert(result(), outcome.value(result(), true));
-    QList<QByteArray> lines = toText(shown, QByteArray()).split('\n');
-    for (QByteArray &line : lines) {
-        if (line.endsWith(',')) {
-            line.chop(1);
-        }
-    }
-    return lines;
 }
 
 } // namespace StepOutcome

@@ -20,26 +20,6 @@ class Project;
  */
 namespace StepOutcome {
 
-QString result();
-QString writes();
-QString unsaved();
-QString errors();
-QString announced();
-QString exceptions();
-QString warnings();
-QString problems();
-QString console();
-QString reads();
-
-/// All members, in the order in which they are shown.
-const QStringList &members();
-
-/// Whether a member is compared only where something is expected of it.
-bool isOptional(const QString &member);
-
-/// What a step expects that says nothing of the member.
-QVariant defaultOf(const QString &member);
-
 /// Of each event of a dialog's life.
 /// @param instance the dialog's
 /// @param record recorded with RunRecorder::Recording::Accesses
@@ -64,12 +44,5 @@ QVariantMap completed(QVariantMap outcome);
 
 /// What is worth being written down of an outcome that nobody has expected yet.
 QVariantMap recorded(const QVariantMap &outcome);
-
-/// The outcome as lines of JSON, the first without @p indentation; one line for each property.
-QByteArray toText(const QVariantMap &outcome, const QByteArray &indentation);
-
-/// The outcome's lines for people: without what goes without saying, and without commas, which
-/// would differ where nothing else does.
-QList<QByteArray> toLines(const QVariantMap &outcome);
 
 } // namespace StepOutcome
