@@ -83,7 +83,7 @@ void OrderRecord::addAccesses(const ScriptRun &run, bool isFirst,
     for (const TreeAccess &access : run.accesses) {
         const int property = indexOf(access.tree, access.path, access.key);
         if (access.kind != TreeAccess::Kind::Read) {
-            // What nobody saves nobody else sees.
+            // A write into the own copy is not saved: no other script sees it.
             if (!access.isOfOwnCopy) {
                 written[property][instance] = access.value;
             }

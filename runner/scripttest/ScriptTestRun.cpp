@@ -229,7 +229,7 @@ bool ScriptTestRun::resolve(const ScriptTest &test, int index, Result &result)
     return true;
 }
 
-/// What nobody will see need not be written.
+/// Files are written only for the steps behind.
 HostSession::Writing ScriptTestRun::writingBefore(const ScriptTest &test, int index)
 {
     return index < test.steps().size() ? HostSession::Writing::Files
