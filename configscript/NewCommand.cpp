@@ -1,12 +1,14 @@
 #include "NewCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/report/Output.h"
 #include "filehost/hosttypes/PercentEncoding.h"
 #include "filehost/store/TextFile.h"
 #include "filehost/store/Walls.h"
 #include "host/PropertyManagerConst.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QDir>
 #include <QDirIterator>

@@ -1,8 +1,8 @@
 #include "ProjectArgument.h"
 
-#include "configscript/Output.h"
+#include "configscript/report/Output.h"
 #include "filehost/ProjectLayout.h"
-#include "runner/ProjectOpening.h"
+#include "runner/run/ProjectOpening.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,17 +1,19 @@
 #include "ResolveCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Findings.h"
 #include "configscript/InplaceResolve.h"
-#include "configscript/JsonReport.h"
-#include "configscript/Output.h"
-#include "configscript/ProgressLine.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ScriptWatchdog.h"
-#include "configscript/TextReport.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/ScriptWatchdog.h"
+#include "configscript/report/Findings.h"
+#include "configscript/report/JsonReport.h"
+#include "configscript/report/Output.h"
+#include "configscript/report/ProgressLine.h"
+#include "configscript/report/TextReport.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
+
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 
@@ -76,8 +78,9 @@ int ResolveCommand::run()
     }
     Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
     if (isInplace) {
+        ScriptWatchdog watchdog(m_limits.timeout());
         return InplaceResolve(*project, QString::fromStdString(m_treePath),
-                              QString::fromStdString(m_inplaceInstance), m_limits.timeout())
+                              QString::fromStdString(m_inplaceInstance), watchdog)
             .run(m_isWriting ? InplaceResolve::Writing::File : InplaceResolve::Writing::Nothing,
                  m_isJson ? InplaceResolve::Format::Json : InplaceResolve::Format::Text, output);
     }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/ScriptLimits.h"
-#include "runner/EventRun.h"
+#include "configscript/process/ScriptLimits.h"
+#include "runner/run/EventRun.h"
 
 #include <QVector>
 
@@ -22,9 +22,10 @@ public:
 private:
     std::optional<QVector<EventRun::Event>> parseEvents() const;
     std::optional<QVector<EventRun::Edit>> parseEdits() const;
+    bool isKnownInstance(const Project &project) const;
     bool canRecord() const;
     bool record(const QByteArray &text) const;
-    void print(const Project &project, const RunReport &report,
+    void print(const Project &project, const RunRecord &report,
                const QVector<EventRun::Edit> &edits) const;
 
     std::string m_projectPath;
@@ -33,6 +34,7 @@ private:
     std::string m_argument;
     std::vector<std::string> m_events;
     std::vector<std::string> m_edits;
+    std::string m_reach;
     std::string m_recordPath;
     bool m_isWriting = false;
     bool m_isJson = false;

@@ -5,7 +5,7 @@
 #include "editor/NodePanel.h"
 #include "editor/NodeView.h"
 #include "editor/ValueText.h"
-#include "runner/test/ScriptTest.h"
+#include "runner/scripttest/ScriptTest.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -35,8 +35,8 @@ const QString s_everythingKey = QStringLiteral("showsEverything");
 
 } // namespace
 
-MainWindow::MainWindow(const Project &project, Settings settings)
-    : m_workspace(project)
+MainWindow::MainWindow(const Project &project, DialogReach reach, Settings settings)
+    : m_workspace(project, reach)
     , m_settings(settings)
     , m_instances(new InstancePanel(m_workspace.instances(), this))
     , m_nodes(new NodePanel(this))

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "editor/InstanceSnapshot.h"
-#include "runner/Finding.h"
-#include "runner/PropertyChange.h"
-#include "runner/RunReport.h"
+#include "runner/check/Finding.h"
+#include "runner/record/PropertyChange.h"
+#include "runner/record/RunRecord.h"
 
 #include <QDateTime>
 #include <QMetaType>
@@ -71,7 +71,7 @@ struct DependencyReport
     QStringList selected; ///< the listed instances whose scripts ran
     QString error; ///< why nothing ran, or nothing was written
     QVector<Finding> findings; ///< what is wrong with the scripts, which then did not run
-    RunReport report;
+    RunRecord report;
 };
 
 /// A test that was to be recorded.

@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 
-ScriptThread::ScriptThread(const Project &project)
-    : m_worker(new ScriptWorker(project, m_stopper))
+ScriptThread::ScriptThread(const Project &project, DialogReach reach)
+    : m_worker(new ScriptWorker(project, reach, m_stopper))
 {
     qRegisterMetaType<ProjectReport>();
     qRegisterMetaType<EventReport>();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "editor/ScriptStopper.h"
+#include "runner/run/DialogReach.h"
 
 #include <QObject>
 #include <QThread>
@@ -23,7 +24,7 @@ public:
     /// Scripts that run longer can be stopped, in milliseconds.
     static constexpr int patience = 300;
 
-    explicit ScriptThread(const Project &project);
+    ScriptThread(const Project &project, DialogReach reach);
     /// Stops what runs, and waits for it. A script that goes on all the same, because what it waits
     /// for is built into the engine, ends the program.
     ~ScriptThread() override;

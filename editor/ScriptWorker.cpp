@@ -1,17 +1,17 @@
 #include "ScriptWorker.h"
 
-#include "editor/DependencyPreview.h"
 #include "editor/DependencyWriter.h"
 #include "editor/OpenInstance.h"
 #include "editor/ScriptStopper.h"
 #include "editor/TestWriter.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
+#include "runner/run/InplaceRun.h"
 
-ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
+ScriptWorker::ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper)
     : m_project(project)
-    , m_texts(m_project.texts())
+    , m_reach(reach)
     , m_stopper(stopper)
 {
 }
@@ -38,7 +38,7 @@ OpenInstance *ScriptWorker::instance(const QString &name)
 {
     auto &instance = m_instances[name];
     if (!instance) {
-        instance = std::make_unique<OpenInstance>(m_project, m_texts, m_stopper, name);
+        instance = std::make_unique<OpenInstance>(m_project, m_reach, m_stopper, name);
     }
     return instance.get();
 }
@@ -92,10 +92,23 @@ void ScriptWorker::save(const QString &instance)
 void ScriptWorker::previewDependencies(const QString &instance)
 {
     const auto tree = this->instance(instance)->copyOfTree();
-    if (!tree.isNull()) {
-        Q_EMIT dependenciesRun(
-            DependencyPreview(m_project, m_texts, m_stopper).run(instance, tree));
+    if (tree.isNull()) {
+        return;
     }
+    DependencyReport report;
+    report.kind = DependencyReport::Kind::Preview;
+    report.instance = instance;
+    const Manifest manifest(m_project);
+    if (manifest.hasFailed()) {
+        report.error = m_project.relative(manifest.error()).toString();
+    } else {
+        const InplaceRun run(m_project, instance, m_stopper);
+        report.selected = run.instances();
+        const InplaceRun::Result result = run.run(tree);
+        report.findings = result.findings;
+        report.report = result.record;
+    }
+    Q_EMIT dependenciesRun(report);
 }
 
 void ScriptWorker::proposeDependencies(const QString &instance)
@@ -111,7 +124,7 @@ void ScriptWorker::proposeDependencies(const QString &instance)
         if (!report.selected.isEmpty()) {
             const DependencyRun::Result result = run.run(HostSession::Writing::Nothing);
             report.findings = result.findings;
-            report.report = result.report;
+            report.report = result.record;
             report.report.sort();
         }
     }

@@ -2,7 +2,7 @@
 
 #include "editor/Reports.h"
 #include "filehost/Project.h"
-#include "host/TextManager.h"
+#include "runner/run/DialogReach.h"
 
 #include <QObject>
 #include <QVector>
@@ -24,7 +24,7 @@ class ScriptWorker : public QObject
 
 public:
     /// @param stopper outlives the worker
-    ScriptWorker(const Project &project, ScriptStopper &stopper);
+    ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper);
     ~ScriptWorker() override;
 
     void readProject();
@@ -65,7 +65,7 @@ private:
     OpenInstance *instance(const QString &name);
 
     const Project m_project;
-    const TextManager m_texts;
+    const DialogReach m_reach;
     ScriptStopper &m_stopper;
     std::map<QString, std::unique_ptr<OpenInstance>> m_instances;
 };

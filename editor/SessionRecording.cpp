@@ -1,7 +1,7 @@
 #include "SessionRecording.h"
 
 #include "filehost/json/JsonValue.h"
-#include "runner/test/ScriptTestRecorder.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
 
 #include <algorithm>
 
@@ -61,7 +61,8 @@ QString SessionRecording::error() const
     return m_events.isEmpty() ? QStringLiteral("there was no event yet") : m_error;
 }
 
-QByteArray SessionRecording::toTest(const Project &project, const QString &instance) const
+QByteArray SessionRecording::toTest(const Project &project, const QString &instance,
+                                    DialogReach reach) const
 {
-    return ScriptTestRecorder::record(project, instance, m_events, m_report);
+    return ScriptTestRecorder::record(project, instance, reach, m_events, m_report);
 }

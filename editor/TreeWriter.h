@@ -1,9 +1,8 @@
 #pragma once
 
 #include "filehost/HostSession.h"
-#include "filehost/store/FileBatch.h"
 #include "filehost/store/ProjectLock.h"
-#include "runner/SilentLog.h"
+#include "runner/record/SilentLog.h"
 
 #include <QSharedPointer>
 #include <QString>

@@ -11,9 +11,9 @@ constexpr int s_settlingTime = 200; // milliseconds
 
 } // namespace
 
-Workspace::Workspace(const Project &project)
+Workspace::Workspace(const Project &project, DialogReach reach)
     : m_project(project)
-    , m_scripts(project)
+    , m_scripts(project, reach)
 {
     m_settling.setSingleShot(true);
     m_settling.setInterval(s_settlingTime);

@@ -29,7 +29,8 @@ class Workspace : public QObject
     Q_OBJECT
 
 public:
-    explicit Workspace(const Project &project);
+    /// @param reach of the scripts of dialogs
+    Workspace(const Project &project, DialogReach reach);
     ~Workspace() override;
 
     const Project &project() const { return m_project; }

@@ -1,7 +1,7 @@
 #include "editor/MainWindow.h"
 #include "editor/Palettes.h"
 #include "editor/Screenshot.h"
-#include "runner/ProjectOpening.h"
+#include "runner/run/ProjectOpening.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -47,7 +47,14 @@ int main(int argc, char **argv)
         QStringLiteral("screenshot"),
         QStringLiteral("Make a picture of the window, in its first size, and end"),
         QStringLiteral("FILE"));
-    parser.addOptions({palette, screenshot});
+    const QStringList reaches = dialogReachNames();
+    const QCommandLineOption reachOption(
+        QStringLiteral("reach"),
+        QStringLiteral("What the scripts of dialogs reach: their instance alone, as in a product's "
+                       "dialogs, or by absolute URL the whole project: %1")
+            .arg(reaches.join(QStringLiteral(", "))),
+        QStringLiteral("NAME"), reaches.constFirst());
+    parser.addOptions({palette, reachOption, screenshot});
     if (!parser.parse(QCoreApplication::arguments())) {
         return refuse(parser.errorText());
     }
@@ -66,6 +73,11 @@ int main(int argc, char **argv)
             QStringLiteral("--palette: expected one of %1, found \"%2\"")
                 .arg(Palettes::names().join(QStringLiteral(", ")), parser.value(palette)));
     }
+    const auto reach = dialogReachOf(parser.value(reachOption));
+    if (!reach) {
+        return refuse(QStringLiteral("--reach: expected one of %1, found \"%2\"")
+                          .arg(reaches.join(QStringLiteral(", ")), parser.value(reachOption)));
+    }
     QStringList recoveries;
     Diagnostic error;
     const auto project = openRecoveredProject(arguments.constFirst(), nullptr, recoveries, error);
@@ -74,7 +86,7 @@ int main(int argc, char **argv)
     }
     const QString instance = arguments.value(1);
     const bool isPictured = parser.isSet(screenshot);
-    MainWindow window(*project,
+    MainWindow window(*project, *reach,
                       isPictured ? MainWindow::Settings::Ignored : MainWindow::Settings::Kept);
     for (const QString &recovery : qAsConst(recoveries)) {
         window.workspace().messages().add(QString(), recovery, QtWarningMsg);

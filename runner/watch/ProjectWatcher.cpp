@@ -2,7 +2,8 @@
 
 #include "filehost/Project.h"
 #include "filehost/ProjectLayout.h"
-#include "runner/SilentLog.h"
+#include "host/PropertyManagerConst.h"
+#include "runner/record/SilentLog.h"
 
 #include <QDateTime>
 #include <QDirIterator>

@@ -1,3 +1,4 @@
+#include "configscript/ProgramRun.h"
 #include "editor/DependencyDialog.h"
 #include "editor/EditorTest.h"
 #include "editor/JsonDialog.h"
@@ -5,10 +6,10 @@
 #include "editor/NodePanel.h"
 #include "editor/NodeView.h"
 #include "editor/ScriptStopper.h"
-#include "runner/EventRun.h"
-#include "runner/ScratchCopy.h"
-#include "runner/test/ScriptTestRecorder.h"
-#include "runner/test/ScriptTestRun.h"
+#include "runner/run/EventRun.h"
+#include "runner/run/ScratchCopy.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
+#include "runner/scripttest/ScriptTestRun.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>
@@ -22,6 +23,8 @@
 #include <QStatusBar>
 #include <QTest>
 #include <QTimer>
+
+Q_DECLARE_METATYPE(DialogReach)
 
 namespace {
 
@@ -90,11 +93,13 @@ QByteArray recordedByCommand(const EditorSession &session, const QVector<EventRu
     const auto project =
         Project::open(session.folder().path(QStringLiteral("pump-station")), diagnostic);
     ScriptStopper guard;
-    EventRun run(*project, s_pump, guard);
+    EventRun run(*project, s_pump, DialogReach::Instance, guard);
     run.setRecording(RunRecorder::Recording::Accesses);
     QString error;
     const auto report = run.run(events, HostSession::Writing::Nothing, error);
-    return report ? ScriptTestRecorder::record(*project, s_pump, events, *report) : error.toUtf8();
+    return report
+        ? ScriptTestRecorder::record(*project, s_pump, DialogReach::Instance, events, *report)
+        : error.toUtf8();
 }
 
 /// Whether the command finds that the recorded test passes.
@@ -141,6 +146,7 @@ private Q_SLOTS:
     void showsWhyAnInstanceCannotBeUsed();
     void editsAndSavesAnInstanceWithoutAScript();
     void previewsDependenciesInsideTheUnsavedTree();
+    void previewsWhatTheCommandDoesInPlace();
     void writesNothingWhenAFileChangedAfterTheProposal();
     void showsLabelsInTheChosenLanguage();
     void asksBeforeItClosesWithUnsavedWork_data();
@@ -154,7 +160,9 @@ private Q_SLOTS:
     void recordsAnewAfterASave();
     void recordsNothingThatATestCannotDo();
     void tellsWhereARecordedTestFails();
-    void tellsThatAScriptReachesMoreInATest();
+    void recordsATestThatReachesWhatTheDialogReached_data();
+    void recordsATestThatReachesWhatTheDialogReached();
+    void savesWhatAScriptWroteIntoOtherInstances();
     void showsAnExceptionOnceWithFileAndLine();
     void recordsExceptions();
 };
@@ -573,6 +581,55 @@ void EditingTest::previewsDependenciesInsideTheUnsavedTree()
              QStringLiteral("{ \"max\": 1524, \"min\": 586 }"));
 }
 
+void EditingTest::previewsWhatTheCommandDoesInPlace()
+{
+    EditorSession session;
+    session.folder().write(QStringLiteral("pump-station/configuration/manifest.json"),
+                           "[ { \"dependencyFileExtern\": [ { \"instanceName\": \"mixer/a\" },"
+                           " { \"instanceName\": \"mixer/b\" },"
+                           " { \"instanceName\": \"mixer/c\" } ] } ]\n");
+    session.folder().write(
+        QStringLiteral("pump-station/configuration/mixer.json"),
+        "{ \"children\": {\n"
+        "  \"a\": { \"properties\": { \"dependencyFileExtern\": \"good.js\", \"speed\": 1 } },\n"
+        "  \"b\": { \"properties\": { \"dependencyFileExtern\": \"hidden.js\" } } } }\n");
+    session.folder().write(
+        QStringLiteral("pump-station/dependency/good.js"),
+        "function onSave(api, url) { api.setPropertyExtern(url, 'speed', 2); }\n");
+    session.folder().write(QStringLiteral("pump-station/dependency/hidden.js"),
+                           "const onSave = () => {};\n");
+    QVERIFY(session.open(QStringLiteral("mixer")));
+    // The order of the instances is that of a hash.
+    qSetGlobalQHashSeed(0);
+    QVERIFY(session.press(QStringLiteral("Preview Dependencies")));
+    qSetGlobalQHashSeed(-1);
+    const DependencyDialog *dialog = session.window().dependencyDialog();
+    QVERIFY(dialog);
+    QStringList texts;
+    const auto *list = dialog->findChild<QListWidget *>();
+    for (int i = 0; i < list->count(); ++i) {
+        texts.append(list->item(i)->text());
+    }
+
+    Program program(session.folder().path());
+    program.setVariable(QStringLiteral("QT_HASH_SEED"), QStringLiteral("0"));
+    const ProgramRun run = program.run({QStringLiteral("resolve"), QStringLiteral("--in-place"),
+                                        QStringLiteral("pump-station/configuration/mixer.json"),
+                                        QStringLiteral("--instance"), QStringLiteral("mixer")});
+    const QString ranInstead = QStringLiteral(
+        "onSave of dependency/good.js ran instead: dependency/hidden.js defines none");
+    const QString notRun = QStringLiteral("see the messages; the tree is that of \"mixer\"");
+    QVERIFY2(run.output.contains(QStringLiteral("FAILED   mixer/b  dependency/hidden.js  # ms\n")),
+             qPrintable(run.output));
+    QVERIFY2(run.output.contains(ranInstead), qPrintable(run.output));
+    QVERIFY2(run.output.contains(QStringLiteral("NOT RUN  mixer/c  ") + notRun),
+             qPrintable(run.output));
+    QCOMPARE(texts,
+             (QStringList{QStringLiteral("mixer/b, dependency/hidden.js: ") + ranInstead,
+                          QStringLiteral("mixer/c did not run: ") + notRun}));
+    dialog->findChild<QDialogButtonBox *>()->rejected();
+}
+
 void EditingTest::showsLabelsInTheChosenLanguage()
 {
     EditorSession session;
@@ -844,20 +901,62 @@ void EditingTest::tellsWhereARecordedTestFails()
     QVERIFY(!passes(session));
 }
 
-void EditingTest::tellsThatAScriptReachesMoreInATest()
+void EditingTest::recordsATestThatReachesWhatTheDialogReached_data()
 {
-    EditorSession session;
+    QTest::addColumn<DialogReach>("reach");
+    QTest::addColumn<bool>("isRead");
+
+    QTest::newRow("instance") << DialogReach::Instance << false;
+    QTest::newRow("project") << DialogReach::Project << true;
+}
+
+void EditingTest::recordsATestThatReachesWhatTheDialogReached()
+{
+    QFETCH(const DialogReach, reach);
+    QFETCH(const bool, isRead);
+
+    EditorSession session(QStringLiteral("pump-station"), reach);
     session.folder().write(QStringLiteral("pump-station/scripts/pump.js"),
                            "function onOpen(api) {\n"
-                           "  api.getPropertyExtern('config://pumps/station/site', 'note');\n"
-                           "}\n");
+                           "  const name = api.getPropertyExtern('config://pumps/station/line1',\n"
+                           "                                     'dependencyFileExtern');\n"
+                           "  api.setProperty('', 'lineIsKnown', name === 'line.js');\n"
+                           "}\n"
+                           "function onOk(api) { return !api.getProperty('', 'lineIsKnown'); }\n");
     QVERIFY(session.open(s_pump));
     QVERIFY(record(session));
-    const QString notice = session.document().notice();
-    QVERIFY2(notice.startsWith(
-                 QStringLiteral("Recorded tests/line1-pump1.test.json, but it fails when replayed: "
-                                "step 1, onOpen\n")),
-             qPrintable(notice));
+    QCOMPARE(session.window().statusBar()->currentMessage(),
+             QStringLiteral("Recorded tests/line1-pump1.test.json: it passes when replayed."));
+    QVERIFY(passes(session));
+    const QByteArray text = session.folder().files().value(s_test);
+    QCOMPARE(text.contains("\"lineIsKnown\": true"), isRead);
+    QCOMPARE(text.contains("\"reach\": \"project\""), isRead);
+}
+
+void EditingTest::savesWhatAScriptWroteIntoOtherInstances()
+{
+    EditorSession session(QStringLiteral("pump-station"), DialogReach::Project);
+    session.folder().write(
+        QStringLiteral("pump-station/scripts/pump.js"),
+        "const line = 'config://pumps/station/line1';\n"
+        "function onOpen() {}\n"
+        "function onOk(api) {\n"
+        "  api.setPropertyExtern(line, 'saves', (api.getPropertyExtern(line, 'saves') || 0) + 1);\n"
+        "}\n");
+    QVERIFY(session.open(s_pump));
+    QCOMPARE(session.stored(QStringLiteral("line1"), QString(), QStringLiteral("saves")),
+             QVariant());
+    for (const double saves : {1., 2.}) {
+        QVERIFY(change(session, int(15 + saves)));
+        QVERIFY(session.press(QStringLiteral("Save")));
+        if (DependencyDialog *dialog = session.window().dependencyDialog()) {
+            dialog->reject();
+            QVERIFY(session.settle());
+        }
+        QCOMPARE(session.stored(QStringLiteral("line1"), QString(), QStringLiteral("saves")),
+                 QVariant(saves));
+        QVERIFY(!session.document().isUnsaved());
+    }
 }
 
 void EditingTest::showsAnExceptionOnceWithFileAndLine()

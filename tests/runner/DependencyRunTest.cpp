@@ -1,24 +1,13 @@
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
 #include "configscript/ScratchFolder.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "filehost/json/JsonValue.h"
-#include "runner/ScriptGuard.h"
+#include "runner/NoGuard.h"
 #include "support/StrictTest.h"
 
 #include <QTest>
 
 namespace {
-
-/// Lets every script run.
-class NoGuard : public ScriptGuard
-{
-public:
-    void begin(const Subject & /*subject*/, const Interrupt & /*interrupt*/) override { }
-    void apiCalled(const QByteArray & /*operation*/, const QStringList & /*texts*/) override { }
-    bool hasInterrupted() override { return false; }
-    QString end() override { return QString(); }
-};
 
 QString valueText(const QVariant &value)
 {
@@ -71,13 +60,13 @@ QStringList DependencyRunTest::accesses(const ScratchFolder &folder,
     NoGuard guard;
     DependencyRun run(*project, manifest, QString(), guard);
     run.setRecording(recording);
-    auto [findings, report] = run.run(HostSession::Writing::Files);
-    report.sort();
+    auto [findings, record] = run.run(HostSession::Writing::Files);
+    record.sort();
     QStringList texts;
     for (const Finding &finding : qAsConst(findings)) {
         texts.append(finding.toString());
     }
-    for (const ScriptRun &scriptRun : qAsConst(report.runs)) {
+    for (const ScriptRun &scriptRun : qAsConst(record.runs)) {
         if (!scriptRun.succeeded) {
             texts.append(QStringLiteral("failed"));
         }
