@@ -1,6 +1,6 @@
-#include "editor/MainWindow.h"
-#include "editor/Palettes.h"
-#include "editor/Screenshot.h"
+#include "editor/window/MainWindow.h"
+#include "editor/window/Palettes.h"
+#include "editor/window/Screenshot.h"
 #include "runner/ProjectOpening.h"
 
 #include <QApplication>

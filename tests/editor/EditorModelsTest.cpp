@@ -1,7 +1,7 @@
 #include "editor/EditorTest.h"
-#include "editor/InstanceModel.h"
-#include "editor/NodeModel.h"
-#include "editor/NodePanel.h"
+#include "editor/model/InstanceModel.h"
+#include "editor/model/NodeModel.h"
+#include "editor/window/NodePanel.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>

@@ -1,11 +1,11 @@
 // Makes the pictures of docs/editor.md: EditorPictures FOLDER
 
-#include "editor/DependencyDialog.h"
 #include "editor/EditorTest.h"
-#include "editor/NodeModel.h"
-#include "editor/NodePanel.h"
-#include "editor/NodeView.h"
-#include "editor/Palettes.h"
+#include "editor/model/NodeModel.h"
+#include "editor/window/DependencyDialog.h"
+#include "editor/window/NodePanel.h"
+#include "editor/window/NodeView.h"
+#include "editor/window/Palettes.h"
 
 #include <QApplication>
 #include <QDir>

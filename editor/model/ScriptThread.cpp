@@ -1,0 +1,65 @@
+#include "ScriptThread.h"
+
+#include "editor/worker/ScriptWorker.h"
+
+#include <cstdlib>
+
+ScriptThread::ScriptThread(const Project &project)
+    : m_worker(new ScriptWorker(project, m_stopper))
+{
+    qRegisterMetaType<ProjectReport>();
+    qRegisterMetaType<EventReport>();
+    qRegisterMetaType<InstanceReport>();
+    qRegisterMetaType<SaveReport>();
+    qRegisterMetaType<DependencyReport>();
+    qRegisterMetaType<RecordingReport>();
+    m_patience.setSingleShot(true);
+    m_patience.setInterval(patience);
+    connect(&m_patience, &QTimer::timeout, this, &ScriptThread::becameSlow);
+
+    m_worker->moveToThread(&m_thread);
+    connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
+    m_thread.setObjectName(QStringLiteral("scripts"));
+    m_thread.start();
+}
+
+ScriptThread::~ScriptThread()
+{
+    constexpr int mercy = 50; // tenths of a second
+    m_thread.quit();
+    for (int waited = 0; waited <= mercy; ++waited) {
+        m_stopper.stop();
+        if (m_thread.wait(100)) {
+            return;
+        }
+    }
+    std::_Exit(1);
+}
+
+void ScriptThread::run(const std::function<void(ScriptWorker &worker)> &task)
+{
+    QMetaObject::invokeMethod(
+        m_worker,
+        [this, task] {
+            m_stopper.beginTask();
+            task(*m_worker);
+            m_stopper.endTask();
+            QMetaObject::invokeMethod(
+                this, [this] { taskEnded(); }, Qt::QueuedConnection);
+        },
+        Qt::QueuedConnection);
+    if (++m_tasks == 1) {
+        m_patience.start();
+        Q_EMIT busyChanged(true);
+    }
+}
+
+void ScriptThread::taskEnded()
+{
+    if (--m_tasks == 0) {
+        m_patience.stop();
+        Q_EMIT busyChanged(false);
+    } else {
+        m_patience.start(); // the next one has its own time
+    }
+}
