@@ -8,28 +8,30 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace {
 
-constexpr int s_unusable = 2; // exit code for wrong arguments and unreadable projects
+/// What the program is started with.
+struct Options
+{
+    QString project; ///< its folder
+    QString instance; ///< to open first; empty for none
+    QString palette;
+    std::optional<QString> picture; ///< the file for a picture of the window; it then ends
+};
 
 int refuse(const QString &message)
 {
+    constexpr int unusable = 2; // exit code for wrong arguments and unreadable projects
     std::fprintf(stderr, "configscript-editor: %s\n", qPrintable(message));
-    return s_unusable;
+    return unusable;
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+/// Ends the program when help or version are asked for.
+/// @return nothing, with @p error set, when the arguments are wrong
+std::optional<Options> readArguments(QString &error)
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    const QApplication application(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("ConfigScript"));
-    QCoreApplication::setApplicationName(QStringLiteral("configscript-editor"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGSCRIPT_EDITOR_VERSION));
-
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Edits the instances of a project, and shows what its scripts do."));
@@ -49,7 +51,8 @@ int main(int argc, char **argv)
         QStringLiteral("FILE"));
     parser.addOptions({palette, screenshot});
     if (!parser.parse(QCoreApplication::arguments())) {
-        return refuse(parser.errorText());
+        error = parser.errorText();
+        return std::nullopt;
     }
     if (parser.isSet(version)) {
         parser.showVersion();
@@ -59,32 +62,51 @@ int main(int argc, char **argv)
     }
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty() || arguments.size() > 2) {
-        return refuse(QStringLiteral("expected PROJECT and at most one INSTANCE; see --help"));
+        error = QStringLiteral("expected PROJECT and at most one INSTANCE; see --help");
+        return std::nullopt;
     }
-    if (!Palettes::use(parser.value(palette))) {
-        return refuse(
-            QStringLiteral("--palette: expected one of %1, found \"%2\"")
-                .arg(Palettes::names().join(QStringLiteral(", ")), parser.value(palette)));
+    return Options{arguments.constFirst(), arguments.value(1), parser.value(palette),
+                   parser.isSet(screenshot) ? std::make_optional(parser.value(screenshot))
+                                            : std::nullopt};
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    const QApplication application(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("ConfigScript"));
+    QCoreApplication::setApplicationName(QStringLiteral("configscript-editor"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGSCRIPT_EDITOR_VERSION));
+
+    QString wrong;
+    const auto options = readArguments(wrong);
+    if (!options) {
+        return refuse(wrong);
+    }
+    if (!Palettes::use(options->palette)) {
+        return refuse(QStringLiteral("--palette: expected one of %1, found \"%2\"")
+                          .arg(Palettes::names().join(QStringLiteral(", ")), options->palette));
     }
     QStringList recoveries;
     Diagnostic error;
-    const auto project = openRecoveredProject(arguments.constFirst(), nullptr, recoveries, error);
+    const auto project = openRecoveredProject(options->project, nullptr, recoveries, error);
     if (!project) {
         return refuse(error.toString());
     }
-    const QString instance = arguments.value(1);
-    const bool isPictured = parser.isSet(screenshot);
-    MainWindow window(*project,
-                      isPictured ? MainWindow::Settings::Ignored : MainWindow::Settings::Kept);
+    MainWindow window(
+        *project, options->picture ? MainWindow::Settings::Ignored : MainWindow::Settings::Kept);
     for (const QString &recovery : qAsConst(recoveries)) {
         window.workspace().messages().add(QString(), recovery, QtWarningMsg);
     }
     std::unique_ptr<Screenshot> picture;
-    if (isPictured) {
-        picture = std::make_unique<Screenshot>(window, instance, parser.value(screenshot));
+    if (options->picture) {
+        picture = std::make_unique<Screenshot>(window, options->instance, *options->picture);
     }
-    if (!instance.isEmpty()) {
-        window.openInstance(instance);
+    if (!options->instance.isEmpty()) {
+        window.openInstance(options->instance);
     }
     window.show();
     return QApplication::exec();

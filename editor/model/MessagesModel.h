@@ -1,6 +1,7 @@
 #pragma once
 
-#include "editor/data/Reports.h"
+#include "editor/data/DependencyReport.h"
+#include "editor/data/EventReport.h"
 
 #include <QStandardItemModel>
 

@@ -14,17 +14,11 @@
 
 namespace {
 
-const QString s_value = QStringLiteral("value");
-const QString s_label = QStringLiteral("labelTextId");
-const QString s_unit = QStringLiteral("unit");
-const QString s_choices = QStringLiteral("choices");
-const QString s_limits = QStringLiteral("limits");
-
-bool containsNumber(const QVariant &value)
+QFont fontOf(const Field &field)
 {
-    const QVariantMap map = value.toMap();
-    return ValueText::isNumber(value)
-        || std::any_of(map.cbegin(), map.cend(), &ValueText::isNumber);
+    QFont font;
+    font.setBold(field.mark() != Field::Mark::None);
+    return font;
 }
 
 } // namespace
@@ -78,10 +72,10 @@ void NodeModel::setShowsEverything(bool showsEverything)
 bool NodeModel::isDescribing(const QString &key)
 {
     static const QSet<QString> keys{
-        s_label,
-        s_unit,
-        s_choices,
-        s_limits,
+        QStringLiteral("labelTextId"),
+        QStringLiteral("unit"),
+        QStringLiteral("choices"),
+        QStringLiteral("limits"),
         Project::keyOfUserInterfaceScript(),
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern()};
     return keys.contains(key);
@@ -89,7 +83,7 @@ bool NodeModel::isDescribing(const QString &key)
 
 bool NodeModel::hasRow(const QString &key) const
 {
-    return key != s_value && (m_showsEverything || !isDescribing(key));
+    return key != Field::valueKey() && (m_showsEverything || !isDescribing(key));
 }
 
 void NodeModel::build()
@@ -175,75 +169,59 @@ int NodeModel::columnCount(const QModelIndex & /*parent*/) const
     return ColumnCount;
 }
 
-const InstanceSnapshot::Property *NodeModel::property(const Item &item) const
-{
-    return m_document->snapshot().node(item.node).property(item.key.isEmpty() ? s_value : item.key);
-}
-
 QVariant NodeModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid()) {
         return QVariant();
     }
-    const Item &item = this->item(index);
+    const Field field = this->field(item(index));
     const EditorColors colors(QGuiApplication::palette());
     switch (role) {
     case PathRole:
-        return m_document->snapshot().node(item.node).path;
+        return field.node().path;
     case KeyRole:
-        return property(item) ? property(item)->key : QString();
+        return field.property() ? field.property()->key : QString();
     case ChoicesRole:
-        return m_document->snapshot().node(item.node).value(s_choices);
+        return field.choices();
     case MarkRole:
-        return QVariant::fromValue(markOf(item));
+        return QVariant::fromValue(field.mark());
     case ErrorRole:
-        return errorsAt(item);
+        return field.errorsText();
     case Qt::BackgroundRole:
         if (m_flashing.contains(int(index.internalId()))) {
             return colors.flash;
         }
-        if (!errorsAt(item).isEmpty()) {
+        if (!field.errorsText().isEmpty()) {
             return colors.errorBase;
         }
-        return markOf(item) == Mark::ByScript ? colors.scriptBase : QVariant();
+        return field.mark() == Field::Mark::ByScript ? colors.scriptBase : QVariant();
     default:
         break;
     }
     switch (index.column()) {
     case FieldColumn:
-        return fieldData(item, role);
+        return labelData(field, role);
     case ValueColumn:
-        return valueData(item, role);
+        return valueData(field, role);
     case UnitColumn:
-        return role == Qt::DisplayRole ? unitText(item) : QVariant();
+        return role == Qt::DisplayRole ? field.unitText() : QVariant();
     default:
-        if (role == Qt::DisplayRole || role == Qt::ToolTipRole) {
-            return remarkText(item);
-        }
-        if (role == Qt::DecorationRole) {
-            return errorsAt(item).isEmpty() ? QVariant() : BadgeIcon::error();
-        }
-        if (role == Qt::ForegroundRole) {
-            return errorsAt(item).isEmpty() ? colors.subdued : colors.error;
-        }
-        return QVariant();
+        return remarkData(field, role);
     }
 }
 
-QVariant NodeModel::fieldData(const Item &item, int role) const
+QVariant NodeModel::labelData(const Field &field, int role)
 {
-    const QString path = m_document->snapshot().node(item.node).path;
     switch (role) {
     case Qt::DisplayRole:
-        return item.key.isEmpty() ? labelOf(path) : item.key;
+        return field.label();
     case Qt::ToolTipRole:
-        return property(item) ? path + QLatin1Char(':') + property(item)->key : path;
+        return field.place();
     case Qt::AccessibleTextRole:
-        return accessibleText(item);
+        return field.accessibleText();
     case Qt::FontRole: {
-        QFont font;
-        font.setBold(markOf(item) != Mark::None);
-        font.setItalic(!item.key.isEmpty());
+        QFont font = fontOf(field);
+        font.setItalic(!field.isNode());
         return font;
     }
     default:
@@ -251,159 +229,55 @@ QVariant NodeModel::fieldData(const Item &item, int role) const
     }
 }
 
-QVariant NodeModel::valueData(const Item &item, int role) const
+QVariant NodeModel::valueData(const Field &field, int role)
 {
-    const InstanceSnapshot::Property *property = this->property(item);
+    const InstanceSnapshot::Property *property = field.property();
     if (!property) {
         return QVariant();
     }
-    const bool isBool = property->value.userType() == QMetaType::Bool;
+    const QVariant &value = property->value;
     switch (role) {
     case Qt::DisplayRole:
-        if (isBool) {
-            return property->value.toBool() ? tr("yes") : tr("no");
-        }
-        if (!property->key.compare(s_value)) {
-            const QVector<Choice> choices =
-                choicesOf(m_document->snapshot().node(item.node).value(s_choices));
-            for (const Choice &choice : choices) {
-                if (choice.value == property->value) {
-                    return choice.text;
-                }
-            }
-        }
-        return ValueText::toText(property->value);
+        return field.valueText();
     case Qt::EditRole:
-        return property->value;
+        return value;
     case Qt::CheckStateRole:
-        return isBool ? QVariant(property->value.toBool() ? Qt::Checked : Qt::Unchecked)
-                      : QVariant();
+        return value.userType() == QMetaType::Bool
+            ? QVariant(value.toBool() ? Qt::Checked : Qt::Unchecked)
+            : QVariant();
     case Qt::DecorationRole: {
-        const QString text = property->value.toString();
+        const QString text = value.toString();
         return text.startsWith(QLatin1Char('#')) && QColor::isValidColor(text) ? QColor(text)
                                                                                : QVariant();
     }
     case Qt::ToolTipRole:
-        return ValueText::isContainer(property->value) ? ValueText::toText(property->value)
-                                                       : QVariant();
+        return ValueText::isContainer(value) ? ValueText::toText(value) : QVariant();
     case Qt::ForegroundRole:
         return property->isReadOnly ? EditorColors(QGuiApplication::palette()).subdued : QVariant();
-    case Qt::FontRole: {
-        QFont font;
-        font.setBold(markOf(item) != Mark::None);
-        return font;
-    }
+    case Qt::FontRole:
+        return fontOf(field);
     case Qt::AccessibleTextRole:
-        return accessibleText(item);
+        return field.accessibleText();
     default:
         return QVariant();
     }
 }
 
-QString NodeModel::unitText(const Item &item) const
+QVariant NodeModel::remarkData(const Field &field, int role)
 {
-    const InstanceSnapshot::Property *property = this->property(item);
-    const QString unit = m_document->snapshot().node(item.node).value(s_unit).toString();
-    return property && containsNumber(property->value) && !unit.isEmpty() ? m_labels.unit(unit)
-                                                                          : QString();
-}
-
-QString NodeModel::remarkText(const Item &item) const
-{
-    QString errors = errorsAt(item);
-    const InstanceSnapshot::Property *property = this->property(item);
-    if (!errors.isEmpty() || !property) {
-        return errors;
+    const bool isError = !field.errorsText().isEmpty();
+    const EditorColors colors(QGuiApplication::palette());
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::ToolTipRole:
+        return field.remarkText();
+    case Qt::DecorationRole:
+        return isError ? BadgeIcon::error() : QVariant();
+    case Qt::ForegroundRole:
+        return isError ? colors.error : colors.subdued;
+    default:
+        return QVariant();
     }
-    if (property->isChanged()) {
-        const QString old = property->valueInFile.isValid()
-            ? tr("was %1").arg(ValueText::toText(property->valueInFile))
-            : tr("new");
-        return property->isFromScript ? tr("%1; by the script").arg(old) : old;
-    }
-    if (property->isReadOnly) {
-        return tr("read-only");
-    }
-    const QVariantMap limits = m_document->snapshot().node(item.node).value(s_limits).toMap();
-    if (property->key != s_value || limits.isEmpty()) {
-        return QString();
-    }
-    const auto limit = [&limits](const char *name) {
-        const QVariant value = limits.value(QLatin1String(name));
-        return value.isValid() ? ValueText::toText(value) : QString();
-    };
-    return QStringLiteral("%1 \u2026 %2").arg(limit("min"), limit("max")).trimmed();
-}
-
-QString NodeModel::errorText(const Document::Error &error) const
-{
-    const QString text = m_labels.text(error.textId);
-    return error.value.isValid()
-        ? QStringLiteral("%1 (%2)").arg(text, ValueText::toText(error.value))
-        : text;
-}
-
-QString NodeModel::errorsAt(const Item &item) const
-{
-    if (!item.key.isEmpty()) {
-        return QString();
-    }
-    const QString path = m_document->snapshot().node(item.node).path;
-    QStringList texts;
-    for (const Document::Error &error : m_document->errors()) {
-        if (error.path == path) {
-            texts.append(errorText(error));
-        }
-    }
-    return texts.join(QLatin1Char(' '));
-}
-
-/// All that a row shows, for those who hear it.
-QString NodeModel::accessibleText(const Item &item) const
-{
-    QStringList parts{fieldData(item, Qt::DisplayRole).toString()};
-    const QString value = valueData(item, Qt::DisplayRole).toString();
-    parts.append((value + QLatin1Char(' ') + unitText(item)).trimmed());
-    parts.append(remarkText(item));
-    parts.removeAll(QString());
-    return parts.join(QStringLiteral(", "));
-}
-
-QString NodeModel::labelOf(const QString &path) const
-{
-    const int node = m_document ? m_document->snapshot().find(path) : -1;
-    if (node < 0) {
-        return path.isEmpty() && m_document ? m_document->instance() : path;
-    }
-    const InstanceSnapshot::Node &content = m_document->snapshot().node(node);
-    const QString textId = content.value(s_label).toString();
-    const QString name = path.isEmpty() ? m_document->instance() : content.name;
-    return textId.isEmpty() ? name : m_labels.text(textId);
-}
-
-NodeModel::Mark NodeModel::markOf(const Item &item) const
-{
-    const InstanceSnapshot::Property *property = this->property(item);
-    if (!property || !property->isChanged()) {
-        return Mark::None;
-    }
-    return property->isFromScript ? Mark::ByScript : Mark::ByUser;
-}
-
-QVector<NodeModel::Choice> NodeModel::choicesOf(const QVariant &choices)
-{
-    QVector<Choice> result;
-    const QVariantList list = choices.toList();
-    for (const QVariant &choice : list) {
-        if (choice.userType() == QMetaType::QVariantMap) { // as scripts get listings
-            const QVariantMap map = choice.toMap();
-            const QVariant url = map.value(QStringLiteral("url"));
-            result.append({url, map.value(QStringLiteral("text"), url).toString()});
-        } else {
-            result.append({choice, ValueText::toText(choice)});
-        }
-    }
-    return result;
 }
 
 bool NodeModel::setData(const QModelIndex &index, const QVariant &value, int role)
@@ -411,14 +285,13 @@ bool NodeModel::setData(const QModelIndex &index, const QVariant &value, int rol
     if (!(flags(index) & (Qt::ItemIsEditable | Qt::ItemIsUserCheckable)) || !value.isValid()) {
         return false;
     }
-    const Item item = this->item(index);
-    if (role == Qt::CheckStateRole) {
-        m_document->edit(item.node, property(item)->key, value.toInt() == Qt::Checked);
-    } else if (role == Qt::EditRole) {
-        m_document->edit(item.node, property(item)->key, value);
-    } else {
+    if (role != Qt::CheckStateRole && role != Qt::EditRole) {
         return false;
     }
+    const int node = item(index).node;
+    const QString key = field(item(index)).property()->key; // the edit makes new properties
+    m_document->edit(node, key,
+                     role == Qt::EditRole ? value : QVariant(value.toInt() == Qt::Checked));
     return true;
 }
 
@@ -427,18 +300,8 @@ QVariant NodeModel::headerData(int section, Qt::Orientation orientation, int rol
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) {
         return QVariant();
     }
-    switch (section) {
-    case FieldColumn:
-        return tr("Field");
-    case ValueColumn:
-        return tr("Value");
-    case UnitColumn:
-        return tr("Unit");
-    case RemarkColumn:
-        return tr("Remark");
-    default:
-        return QVariant();
-    }
+    const QStringList titles{tr("Field"), tr("Value"), tr("Unit"), tr("Remark")};
+    return titles.value(section);
 }
 
 Qt::ItemFlags NodeModel::flags(const QModelIndex &index) const
@@ -447,7 +310,7 @@ Qt::ItemFlags NodeModel::flags(const QModelIndex &index) const
         return Qt::NoItemFlags;
     }
     const Qt::ItemFlags always = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
-    const InstanceSnapshot::Property *property = this->property(item(index));
+    const InstanceSnapshot::Property *property = field(item(index)).property();
     if (index.column() != ValueColumn || !property || property->isReadOnly) {
         return always;
     }

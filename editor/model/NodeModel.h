@@ -2,12 +2,15 @@
 
 #include "editor/data/Labels.h"
 #include "editor/model/Document.h"
+#include "editor/model/Field.h"
 
 #include <QAbstractItemModel>
 #include <QPersistentModelIndex>
 #include <QSet>
 #include <QTimer>
 #include <QVector>
+
+#include <chrono>
 
 /**
  * The nodes and properties of an instance. A node's row shows its property "value", if it has one;
@@ -25,23 +28,13 @@ public:
     enum Role {
         PathRole = Qt::UserRole, ///< the node's relative URL
         KeyRole, ///< the property's; empty in the row of a node without a value
-        ChoicesRole, ///< a QVariantList with an entry for each choice; see choicesOf()
-        MarkRole, ///< a Mark
+        ChoicesRole, ///< a QVariantList with an entry for each choice; see Choice::listOf()
+        MarkRole, ///< a Field::Mark
         ErrorRole, ///< the texts of the errors at the node, in its row
     };
 
-    /// How a property differs from its file.
-    enum class Mark { None, ByUser, ByScript };
-
-    /// A value to choose, and the text that stands for it.
-    struct Choice
-    {
-        QVariant value;
-        QString text;
-    };
-
-    /// How long a property flashes that a script has written, in milliseconds.
-    static constexpr int flashTime = 1200;
+    /// How long a property flashes that a script has written.
+    static constexpr std::chrono::milliseconds flashTime{1200};
 
     explicit NodeModel(QObject *parent = nullptr);
 
@@ -49,20 +42,12 @@ public:
     void setDocument(Document *document);
     Document *document() const { return m_document; }
 
+    const Labels &labels() const { return m_labels; }
     void setLabels(const Labels &labels);
     void setShowsEverything(bool showsEverything);
 
     /// The row of a property; of its node when the property has none.
-    QModelIndex indexOf(const QString &path, const QString &key = QStringLiteral("value")) const;
-
-    /// The text of an error as its field shows it.
-    QString errorText(const Document::Error &error) const;
-
-    /// The label of the node with that relative URL, or else the URL.
-    QString labelOf(const QString &path) const;
-
-    /// What can be chosen, from a value of ChoicesRole.
-    static QVector<Choice> choicesOf(const QVariant &choices);
+    QModelIndex indexOf(const QString &path, const QString &key = Field::valueKey()) const;
 
     QModelIndex index(int row, int column,
                       const QModelIndex &parent = QModelIndex()) const override;
@@ -94,14 +79,10 @@ private:
     QModelIndex indexOfItem(int item, int column) const;
     const Item &item(const QModelIndex &index) const { return m_items.at(int(index.internalId())); }
 
-    const InstanceSnapshot::Property *property(const Item &item) const;
-    QVariant fieldData(const Item &item, int role) const;
-    QVariant valueData(const Item &item, int role) const;
-    QString unitText(const Item &item) const;
-    QString remarkText(const Item &item) const;
-    QString errorsAt(const Item &item) const;
-    QString accessibleText(const Item &item) const;
-    Mark markOf(const Item &item) const;
+    Field field(const Item &item) const { return {*m_document, m_labels, item.node, item.key}; }
+    static QVariant labelData(const Field &field, int role);
+    static QVariant valueData(const Field &field, int role);
+    static QVariant remarkData(const Field &field, int role);
 
     void changeProperty(int node, const QString &key);
     void addProperty(int node, const QString &key);
@@ -118,5 +99,3 @@ private:
     QSet<int> m_flashing; ///< items
     QTimer m_flashTimer;
 };
-
-Q_DECLARE_METATYPE(NodeModel::Mark)

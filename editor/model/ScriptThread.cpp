@@ -1,18 +1,26 @@
 #include "ScriptThread.h"
 
-#include "editor/worker/ScriptWorker.h"
+#include <QDeadlineTimer>
 
+#include <cstdio>
 #include <cstdlib>
+
+namespace {
+
+[[noreturn]] void endProgram(const QString &function)
+{
+    std::fprintf(stderr,
+                 "configscript-editor: %s does not stop, and so the program ends with it; no file "
+                 "has changed since it began\n",
+                 function.isEmpty() ? "a script" : qPrintable(function));
+    std::_Exit(1); // destructors would wait for the thread, or pull away what it works on
+}
+
+} // namespace
 
 ScriptThread::ScriptThread(const Project &project)
     : m_worker(new ScriptWorker(project, m_stopper))
 {
-    qRegisterMetaType<ProjectReport>();
-    qRegisterMetaType<EventReport>();
-    qRegisterMetaType<InstanceReport>();
-    qRegisterMetaType<SaveReport>();
-    qRegisterMetaType<DependencyReport>();
-    qRegisterMetaType<RecordingReport>();
     m_patience.setSingleShot(true);
     m_patience.setInterval(patience);
     connect(&m_patience, &QTimer::timeout, this, &ScriptThread::becameSlow);
@@ -25,27 +33,37 @@ ScriptThread::ScriptThread(const Project &project)
 
 ScriptThread::~ScriptThread()
 {
-    constexpr int mercy = 50; // tenths of a second
-    m_thread.quit();
-    for (int waited = 0; waited <= mercy; ++waited) {
+    constexpr std::chrono::milliseconds step{100};
+    // Behind all other tasks.
+    QMetaObject::invokeMethod(
+        m_worker, [this] { m_thread.quit(); }, Qt::QueuedConnection);
+    QDeadlineTimer deadline(mercy);
+    do {
         m_stopper.stop();
-        if (m_thread.wait(100)) {
-            return;
+        const auto function = m_stopper.running();
+        if (!function) {
+            deadline.setRemainingTime(mercy); // files are written to their end
+        } else if (deadline.hasExpired()) {
+            endProgram(*function);
         }
-    }
-    std::_Exit(1);
+    } while (!m_thread.wait(QDeadlineTimer(step)));
 }
 
-void ScriptThread::run(const std::function<void(ScriptWorker &worker)> &task)
+void ScriptThread::post(const std::function<Answer(ScriptWorker &worker)> &task)
 {
     QMetaObject::invokeMethod(
         m_worker,
         [this, task] {
             m_stopper.beginTask();
-            task(*m_worker);
+            const Answer answer = task(*m_worker);
             m_stopper.endTask();
             QMetaObject::invokeMethod(
-                this, [this] { taskEnded(); }, Qt::QueuedConnection);
+                this,
+                [this, answer] {
+                    answer();
+                    taskEnded();
+                },
+                Qt::QueuedConnection);
         },
         Qt::QueuedConnection);
     if (++m_tasks == 1) {

@@ -1,38 +1,75 @@
 #pragma once
 
 #include "editor/worker/ScriptStopper.h"
+#include "editor/worker/ScriptWorker.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QThread>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
+#include <utility>
 
 class Project;
-class ScriptWorker;
 
 /**
- * The window's side of the worker: hands it tasks, knows whether it is busy, and stops its scripts.
- * Tasks are done one after the other.
+ * The window's side of the scripts' thread: hands tasks to the worker and their results back, knows
+ * whether the worker is busy, and stops its scripts. Tasks are done one after the other.
  */
 class ScriptThread : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Scripts that run longer can be stopped, in milliseconds.
-    static constexpr int patience = 300;
+    /// Scripts that run longer can be stopped.
+    static constexpr std::chrono::milliseconds patience{300};
+
+    /// How long a script may go on after it was told to stop, when this object is destroyed.
+    static constexpr std::chrono::seconds mercy{5};
 
     explicit ScriptThread(const Project &project);
-    /// Stops what runs, and waits for it. A script that goes on all the same, because what it waits
-    /// for is built into the engine, ends the program.
+
+    /**
+     * Stops the scripts, and waits until every task is done: what was to be written is written.
+     *
+     * A script that is inside a long operation of the engine itself cannot be stopped. When one
+     * goes on for longer than the mercy, there is no way left to end its thread alone: the program
+     * says so and exits with code 1. No file is being written then, because a thread that runs a
+     * script does nothing else; tasks behind it are not done.
+     */
     ~ScriptThread() override;
 
-    /// For its signals only: it lives on its thread.
-    const ScriptWorker &worker() const { return *m_worker; }
+    /**
+     * Runs @p task on the scripts' thread, with a ScriptWorker &, and then @p then on this thread,
+     * with what the task returned.
+     * @param task copies what it needs: it must not refer to anything of this thread
+     * @param receiver lives on this thread; @p then is not called when it is gone by then
+     */
+    template <typename Task, typename Then>
+    void run(Task task, QObject *receiver, Then then)
+    {
+        post([task = std::move(task), receiver = QPointer<QObject>(receiver),
+              then = std::move(then)](ScriptWorker &worker) -> Answer {
+            return [receiver, then, result = task(worker)] {
+                if (receiver) {
+                    then(result);
+                }
+            };
+        });
+    }
 
-    /// The task runs on the worker's thread, and must not refer to what is here.
-    void run(const std::function<void(ScriptWorker &worker)> &task);
+    /// The same for a task without a result.
+    template <typename Task>
+    void run(Task task)
+    {
+        post([task = std::move(task)](ScriptWorker &worker) -> Answer {
+            task(worker);
+            return [] {
+            };
+        });
+    }
 
     bool isBusy() const { return m_tasks > 0; }
 
@@ -46,6 +83,9 @@ Q_SIGNALS:
     void becameSlow();
 
 private:
+    using Answer = std::function<void()>; ///< to a task, on this thread
+
+    void post(const std::function<Answer(ScriptWorker &worker)> &task);
     void taskEnded();
 
     ScriptStopper m_stopper;

@@ -1,13 +1,13 @@
 #include "Workspace.h"
 
-#include "editor/worker/ScriptWorker.h"
-
 #include <QDir>
 #include <QFileInfo>
 
+#include <chrono>
+
 namespace {
 
-constexpr int s_settlingTime = 200; // milliseconds
+constexpr std::chrono::milliseconds s_settlingTime{200};
 
 } // namespace
 
@@ -21,18 +21,6 @@ Workspace::Workspace(const Project &project)
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, &m_settling,
             qOverload<>(&QTimer::start));
     connect(&m_settling, &QTimer::timeout, this, &Workspace::refreshAll);
-    const ScriptWorker &worker = m_scripts.worker();
-    connect(&worker, &ScriptWorker::projectRead, this, &Workspace::takeProject);
-    connect(&worker, &ScriptWorker::opened, this, &Workspace::takeOpened);
-    connect(&worker, &ScriptWorker::edited, this, &Workspace::takeEvent);
-    connect(&worker, &ScriptWorker::saved, this, &Workspace::takeSaved);
-    connect(&worker, &ScriptWorker::dependenciesRun, this, &Workspace::takeDependencies);
-    connect(&worker, &ScriptWorker::testRecorded, this, &Workspace::takeTest);
-    connect(&worker, &ScriptWorker::treeIsStale, this, [this](const QString &instance) {
-        if (Document *stale = document(instance)) {
-            stale->setNotice(tr("The file has changed on the disk."), true);
-        }
-    });
     connect(&m_scripts, &ScriptThread::busyChanged, this, &Workspace::busyChanged);
     connect(&m_scripts, &ScriptThread::becameSlow, this, &Workspace::becameSlow);
 }
@@ -58,7 +46,8 @@ QStringList Workspace::unsavedInstances() const
 
 void Workspace::readProject()
 {
-    m_scripts.run([](ScriptWorker &worker) { worker.readProject(); });
+    m_scripts.run([](ScriptWorker &worker) { return worker.readProject(); }, this,
+                  [this](const ProjectReport &report) { takeProject(report); });
 }
 
 void Workspace::takeProject(const ProjectReport &report)
@@ -86,35 +75,42 @@ void Workspace::open(const QString &instance)
         m_instances.setBadges(name, {});
         m_scripts.run([name](ScriptWorker &worker) { worker.close(name); });
     }
-    if (!document(instance)) {
-        add(instance);
-    }
     m_current = document(instance);
+    if (!m_current) {
+        m_current = &add(instance);
+    }
     m_undoGroup.setActiveStack(&m_current->undoStack());
     Q_EMIT currentChanged(m_current);
 }
 
-void Workspace::add(const QString &instance)
+Document &Workspace::add(const QString &instance)
 {
-    auto document = std::make_unique<Document>(instance);
-    Document *added = document.get();
-    m_undoGroup.addStack(&added->undoStack());
-    connect(added, &Document::editRequested, this,
+    auto &document = m_documents[instance];
+    document = std::make_unique<Document>(instance);
+    Document &added = *document;
+    m_undoGroup.addStack(&added.undoStack());
+    connect(&added, &Document::editRequested, this,
             [this, instance](const QString &path, const QString &key, const QVariant &value) {
                 m_scripts.run(
-                    [=](ScriptWorker &worker) { worker.edit(instance, path, key, value); });
+                    [=](ScriptWorker &worker) {
+                        return worker.instance(instance).edit(path, key, value);
+                    },
+                    this, [this](const EventReport &report) { takeEvent(report); });
             });
-    connect(added, &Document::changesRequested, this,
+    connect(&added, &Document::changesRequested, this,
             [this, instance](const QVector<PropertyChange> &changes) {
-                m_scripts.run([=](ScriptWorker &worker) { worker.apply(instance, changes); });
+                m_scripts.run(
+                    [=](ScriptWorker &worker) { worker.instance(instance).apply(changes); });
             });
-    const auto badges = [this, added] {
-        showBadges(*added);
+    const auto badges = [this, &added] {
+        showBadges(added);
     };
-    connect(added, &Document::stateChanged, this, badges);
-    connect(added, &Document::errorsChanged, this, badges);
-    m_documents[instance] = std::move(document);
-    m_scripts.run([instance](ScriptWorker &worker) { worker.open(instance); });
+    connect(&added, &Document::stateChanged, this, badges);
+    connect(&added, &Document::errorsChanged, this, badges);
+    m_scripts.run([instance](ScriptWorker &worker) { return worker.instance(instance).open(); },
+                  &added,
+                  [this, &added](const InstanceReport &report) { takeOpened(added, report); });
+    return added;
 }
 
 void Workspace::showBadges(const Document &document)
@@ -124,21 +120,31 @@ void Workspace::showBadges(const Document &document)
                            document.problem().isEmpty() ? document.errors().size() : 1});
 }
 
-void Workspace::takeOpened(const InstanceReport &report)
+void Workspace::takeOpened(Document &document, const InstanceReport &report)
 {
-    Document *opened = document(report.instance);
-    if (!opened) {
-        return; // left meanwhile
-    }
-    if (!report.error.isEmpty() && report.error != opened->problem()) {
+    if (!report.error.isEmpty() && report.error != document.problem()) {
         m_messages.add(report.instance, report.error, QtCriticalMsg);
     }
     m_messages.add(report.onOpen);
     m_events.add(report.onOpen);
-    opened->takeReport(report);
-    watch(*opened);
+    document.takeReport(report);
+    watch(document);
     if (report.error.isEmpty()) {
         Q_EMIT eventFired(report.onOpen);
+    }
+}
+
+void Workspace::takeRefreshed(Document &document, const RefreshReport &report)
+{
+    switch (report.outcome) {
+    case RefreshReport::Outcome::Unchanged:
+        break;
+    case RefreshReport::Outcome::Stale:
+        document.setNotice(tr("The file has changed on the disk."), true);
+        break;
+    case RefreshReport::Outcome::ReadAgain:
+        takeOpened(document, report.instance);
+        break;
     }
 }
 
@@ -154,7 +160,8 @@ void Workspace::takeEvent(const EventReport &report)
 
 void Workspace::save(const QString &instance)
 {
-    m_scripts.run([instance](ScriptWorker &worker) { worker.save(instance); });
+    m_scripts.run([instance](ScriptWorker &worker) { return worker.instance(instance).save(); },
+                  this, [this](const SaveReport &report) { takeSaved(report); });
 }
 
 void Workspace::takeSaved(const SaveReport &report)
@@ -170,32 +177,41 @@ void Workspace::takeSaved(const SaveReport &report)
     }
     Q_EMIT eventFired(report.onOk);
     if (report.isSaved) {
-        const QString instance = report.instance;
-        m_scripts.run([instance](ScriptWorker &worker) { worker.proposeDependencies(instance); });
+        proposeDependencies(report.instance);
     }
     Q_EMIT saveEnded(report.instance, report.isSaved);
 }
 
 void Workspace::reload(const QString &instance, bool keepsChanges)
 {
-    m_scripts.run([=](ScriptWorker &worker) { worker.reload(instance, keepsChanges); });
+    Document *reloaded = document(instance);
+    m_scripts.run(
+        [=](ScriptWorker &worker) {
+            OpenInstance &known = worker.instance(instance);
+            if (!keepsChanges) {
+                known.discardChanges();
+            }
+            return known.open();
+        },
+        reloaded, [=](const InstanceReport &report) { takeOpened(*reloaded, report); });
 }
 
-void Workspace::previewDependencies()
+void Workspace::previewDependencies(const QString &instance)
 {
-    const QString instance = m_current->instance();
-    m_scripts.run([instance](ScriptWorker &worker) { worker.previewDependencies(instance); });
+    m_scripts.run([instance](ScriptWorker &worker) { return worker.previewDependencies(instance); },
+                  this, [this](const DependencyReport &report) { takeDependencies(report); });
 }
 
-void Workspace::proposeDependencies()
+void Workspace::proposeDependencies(const QString &instance)
 {
-    const QString instance = m_current->instance();
-    m_scripts.run([instance](ScriptWorker &worker) { worker.proposeDependencies(instance); });
+    m_scripts.run([instance](ScriptWorker &worker) { return worker.proposeDependencies(instance); },
+                  this, [this](const DependencyReport &report) { takeDependencies(report); });
 }
 
 void Workspace::writeDependencies(const DependencyReport &proposal)
 {
-    m_scripts.run([proposal](ScriptWorker &worker) { worker.writeDependencies(proposal); });
+    m_scripts.run([proposal](ScriptWorker &worker) { return worker.writeDependencies(proposal); },
+                  this, [this](const DependencyReport &report) { takeDependencies(report); });
 }
 
 void Workspace::takeDependencies(const DependencyReport &report)
@@ -215,10 +231,10 @@ void Workspace::takeDependencies(const DependencyReport &report)
     Q_EMIT dependenciesRun(report);
 }
 
-void Workspace::recordTest(const QString &filePath)
+void Workspace::recordTest(const QString &instance, const QString &filePath)
 {
-    const QString instance = m_current->instance();
-    m_scripts.run([=](ScriptWorker &worker) { worker.recordTest(instance, filePath); });
+    m_scripts.run([=](ScriptWorker &worker) { return worker.recordTest(instance, filePath); }, this,
+                  [this](const RecordingReport &report) { takeTest(report); });
 }
 
 void Workspace::takeTest(const RecordingReport &report)
@@ -256,8 +272,10 @@ void Workspace::watch(const Document &document)
 void Workspace::refreshAll()
 {
     for (const auto &entry : m_documents) {
-        watch(*entry.second);
-        const QString instance = entry.first;
-        m_scripts.run([instance](ScriptWorker &worker) { worker.refresh(instance); });
+        Document *open = entry.second.get();
+        watch(*open);
+        m_scripts.run(
+            [instance = entry.first](ScriptWorker &worker) { return worker.refresh(instance); },
+            open, [this, open](const RefreshReport &report) { takeRefreshed(*open, report); });
     }
 }

@@ -37,6 +37,7 @@ public:
     EventsModel &events() { return m_events; }
     MessagesModel &messages() { return m_messages; }
     QUndoGroup &undoGroup() { return m_undoGroup; }
+    const QUndoGroup &undoGroup() const { return m_undoGroup; }
 
     bool isBusy() const { return m_scripts.isBusy(); }
     void stopScript() { m_scripts.stop(); }
@@ -51,14 +52,16 @@ public:
     /// Fires onOk, saves when the script agrees, and then proposes what the dependency scripts
     /// change.
     void save(const QString &instance);
+
+    /// Reads an open instance and its script again.
     void reload(const QString &instance, bool keepsChanges);
 
-    void previewDependencies();
-    void proposeDependencies();
+    void previewDependencies(const QString &instance);
+    void proposeDependencies(const QString &instance);
     void writeDependencies(const DependencyReport &proposal);
 
-    /// Writes what happened to the current instance as a test, and replays it.
-    void recordTest(const QString &filePath);
+    /// Writes what happened to an open instance as a test, and replays it.
+    void recordTest(const QString &instance, const QString &filePath);
 
 Q_SIGNALS:
     void projectRead(const ProjectReport &report);
@@ -72,10 +75,11 @@ Q_SIGNALS:
     void becameSlow();
 
 private:
-    void add(const QString &instance);
+    Document &add(const QString &instance);
     void showBadges(const Document &document);
     void takeProject(const ProjectReport &report);
-    void takeOpened(const InstanceReport &report);
+    void takeOpened(Document &document, const InstanceReport &report);
+    void takeRefreshed(Document &document, const RefreshReport &report);
     void takeEvent(const EventReport &report);
     void takeSaved(const SaveReport &report);
     void takeDependencies(const DependencyReport &report);

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "editor/data/DependencyReport.h"
 #include "editor/data/Labels.h"
-#include "editor/data/Reports.h"
 
 #include <QDialog>
 #include <QStandardItemModel>

@@ -1,6 +1,6 @@
 #include "InstancePanel.h"
 
-#include "editor/data/Reports.h"
+#include "editor/data/ProjectReport.h"
 #include "editor/model/InstanceModel.h"
 
 #include <QHeaderView>

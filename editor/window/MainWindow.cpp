@@ -1,37 +1,33 @@
 #include "MainWindow.h"
 
+#include "editor/data/EditorSettings.h"
 #include "editor/data/ValueText.h"
-#include "editor/window/DependencyDialog.h"
 #include "editor/window/InstancePanel.h"
+#include "editor/window/LogDock.h"
 #include "editor/window/NodePanel.h"
 #include "editor/window/NodeView.h"
+#include "editor/window/StateBar.h"
+#include "editor/window/WindowActions.h"
 #include "runner/test/ScriptTest.h"
 
-#include <QApplication>
+#include <QAction>
 #include <QCloseEvent>
 #include <QDir>
-#include <QDockWidget>
 #include <QFileDialog>
 #include <QHeaderView>
-#include <QLabel>
-#include <QMenuBar>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QSettings>
-#include <QStatusBar>
-#include <QToolBar>
 #include <QTreeView>
-
-#include <algorithm>
 
 namespace {
 
-constexpr int s_messageTime = 10'000; // milliseconds
-
-const QString s_geometryKey = QStringLiteral("window/geometry");
-const QString s_stateKey = QStringLiteral("window/state");
-const QString s_languageKey = QStringLiteral("language");
-const QString s_everythingKey = QStringLiteral("showsEverything");
+QStringList languagesOf(const Project &project)
+{
+    QStringList languages = project.languages();
+    if (!languages.contains(project.language())) {
+        languages.prepend(project.language());
+    }
+    return languages;
+}
 
 } // namespace
 
@@ -40,40 +36,20 @@ MainWindow::MainWindow(const Project &project, Settings settings)
     , m_settings(settings)
     , m_instances(new InstancePanel(m_workspace.instances(), this))
     , m_nodes(new NodePanel(this))
+    , m_state(new StateBar(this))
 {
-    auto *instanceDock = new QDockWidget(tr("Instances"), this);
-    instanceDock->setObjectName(QStringLiteral("instances"));
-    instanceDock->setWidget(m_instances);
-    addDockWidget(Qt::LeftDockWidgetArea, instanceDock);
+    createDocks();
     setCentralWidget(m_nodes);
-    QTreeView *events = createLog(m_workspace.events(), QStringLiteral("events"), tr("Events"));
-    QTreeView *messages =
-        createLog(m_workspace.messages(), QStringLiteral("messages"), tr("Messages"));
-    const int character = fontMetrics().averageCharWidth();
-    connect(&m_workspace.events(), &QAbstractItemModel::rowsInserted, events,
-            [events](const QModelIndex &parent) { events->expand(parent); });
-    events->header()->setStretchLastSection(false);
-    events->header()->setSectionResizeMode(EventsModel::EventColumn, QHeaderView::Stretch);
-    events->setColumnWidth(EventsModel::ResultColumn, 15 * character);
-    messages->setColumnWidth(MessagesModel::PlaceColumn, 18 * character);
-    messages->setRootIsDecorated(false);
-    resize(180 * character, 48 * fontMetrics().height());
-    resizeDocks({instanceDock}, {32 * character}, Qt::Horizontal);
-    resizeDocks({qobject_cast<QDockWidget *>(events->parentWidget())}, {46 * character},
-                Qt::Horizontal);
-
-    createFileMenu();
-    createEditMenu();
-    createScriptMenu();
-    createViewMenu();
-    createToolBar();
-    createStatusBar();
+    m_actions = new WindowActions(*this, languagesOf(project));
+    setStatusBar(m_state);
+    connectActions();
     connectWorkspace();
+    setLanguage(project.language());
     if (settings == Settings::Kept) {
         restoreSettings();
     }
     showCurrent(nullptr);
-    m_state->setText(tr("Reading the project \u2026"));
+    m_state->setState(tr("Reading the project \u2026"));
     m_workspace.readProject();
 }
 
@@ -84,143 +60,62 @@ MainWindow::~MainWindow()
     m_nodes->setDocument(nullptr); // it goes before the window's children
 }
 
-QTreeView *MainWindow::createLog(QAbstractItemModel &model, const QString &name,
-                                 const QString &title)
+void MainWindow::createDocks()
 {
-    auto *dock = new QDockWidget(title, this);
-    dock->setObjectName(name);
-    auto *view = new QTreeView(dock);
-    view->setModel(&model);
-    view->setUniformRowHeights(true);
-    view->setAccessibleName(title);
-    dock->setWidget(view);
-    addDockWidget(Qt::RightDockWidgetArea, dock);
-    connect(&model, &QAbstractItemModel::rowsInserted, view, [view](const QModelIndex &parent) {
-        if (!parent.isValid()) {
-            view->scrollToBottom();
-        }
+    const int character = fontMetrics().averageCharWidth();
+    auto *instances = new QDockWidget(tr("Instances"), this);
+    instances->setObjectName(QStringLiteral("instances"));
+    instances->setWidget(m_instances);
+    addDockWidget(Qt::LeftDockWidgetArea, instances);
+
+    auto *events = new LogDock(tr("Events"), QStringLiteral("events"), m_workspace.events(), this);
+    addDockWidget(Qt::RightDockWidgetArea, events);
+    QTreeView &eventView = events->view();
+    connect(&m_workspace.events(), &QAbstractItemModel::rowsInserted, &eventView,
+            [&eventView](const QModelIndex &parent) { eventView.expand(parent); });
+    eventView.header()->setStretchLastSection(false);
+    eventView.header()->setSectionResizeMode(EventsModel::EventColumn, QHeaderView::Stretch);
+    eventView.setColumnWidth(EventsModel::ResultColumn, 15 * character);
+
+    auto *messages =
+        new LogDock(tr("Messages"), QStringLiteral("messages"), m_workspace.messages(), this);
+    addDockWidget(Qt::RightDockWidgetArea, messages);
+    messages->view().setColumnWidth(MessagesModel::PlaceColumn, 18 * character);
+    messages->view().setRootIsDecorated(false);
+
+    resize(180 * character, 48 * fontMetrics().height());
+    resizeDocks({instances}, {32 * character}, Qt::Horizontal);
+    resizeDocks({events}, {46 * character}, Qt::Horizontal);
+}
+
+void MainWindow::connectActions()
+{
+    const auto when = [this](QAction *action, auto slot) {
+        connect(action, &QAction::triggered, this, slot);
+    };
+    when(m_actions->save, [this] { save(); });
+    when(m_actions->reload, [this] { reload(true); });
+    when(m_actions->discard, [this] { discard(); });
+    when(m_actions->readProject, [this] { m_workspace.readProject(); });
+    when(m_actions->undo, [this] { m_workspace.undoGroup().undo(); });
+    when(m_actions->redo, [this] { m_workspace.undoGroup().redo(); });
+    when(m_actions->preview, [this] {
+        m_nodes->commit();
+        m_workspace.previewDependencies(m_workspace.current()->instance());
     });
-    return view;
-}
-
-void MainWindow::createFileMenu()
-{
-    QMenu *menu = menuBar()->addMenu(tr("&File"));
-    m_save = menu->addAction(tr("&Save"), this, &MainWindow::save, QKeySequence::Save);
-    m_save->setStatusTip(tr("Fire onOk, write the instance, then propose what its dependency "
-                            "script changes"));
-    m_reload = menu->addAction(
-        tr("&Reload, Keeping Changes"), this, [this] { reload(true); }, QKeySequence::Refresh);
-    m_reload->setStatusTip(tr("Read the instance and its script again"));
-    m_discard = menu->addAction(tr("&Discard Changes"), this, &MainWindow::discard);
-    menu->addAction(
-            tr("Read &Project Again"), this, [this] { m_workspace.readProject(); },
-            QKeySequence(tr("Shift+F5")))
-        ->setStatusTip(tr("Look for instances and read the manifest again"));
-    menu->addSeparator();
-    menu->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
-}
-
-void MainWindow::createEditMenu()
-{
-    QMenu *menu = menuBar()->addMenu(tr("&Edit"));
-    m_undo = menu->addAction(
-        tr("&Undo"), this, [this] { m_workspace.undoGroup().undo(); }, QKeySequence::Undo);
-    m_redo = menu->addAction(
-        tr("&Redo"), this, [this] { m_workspace.undoGroup().redo(); }, QKeySequence::Redo);
-}
-
-void MainWindow::createScriptMenu()
-{
-    QMenu *menu = menuBar()->addMenu(tr("&Scripts"));
-    m_preview = menu->addAction(
-        tr("&Preview Dependencies"), this,
-        [this] {
-            m_nodes->commit();
-            m_workspace.previewDependencies();
-        },
-        QKeySequence(tr("Ctrl+D")));
-    m_preview->setStatusTip(tr("Run the dependency scripts inside the unsaved tree"));
-    m_resolve = menu->addAction(
-        tr("&Resolve Dependencies"), this, [this] { m_workspace.proposeDependencies(); },
-        QKeySequence(tr("Ctrl+R")));
-    m_resolve->setStatusTip(tr("Run the dependency scripts of the saved instance, and propose "
-                               "what they change"));
-    menu->addSeparator();
-    m_record = menu->addAction(tr("R&ecord Test..."), this, &MainWindow::recordTest);
-    m_record->setStatusTip(tr("Write what happened since the instance was read or saved as a test "
-                              "of its script"));
-    menu->addSeparator();
-    m_stop = menu->addAction(
-        tr("S&top Script"), this,
-        [this] {
-            m_workspace.stopScript();
-            m_state->setText(tr("Stopping \u2026 what is built into the engine runs to its end."));
-        },
-        QKeySequence(tr("Ctrl+.")));
-}
-
-void MainWindow::createViewMenu()
-{
-    QMenu *menu = menuBar()->addMenu(tr("&View"));
-    menu->addAction(
-        tr("Go to &Instances"), this, [this] { m_instances->focusFilter(); },
-        QKeySequence(tr("Ctrl+1")));
-    menu->addAction(
-        tr("Go to &Fields"), this, [this] { m_nodes->view().setFocus(Qt::ShortcutFocusReason); },
-        QKeySequence(tr("Ctrl+2")));
-    menu->addAction(
-        tr("Go to &Errors"), this, [this] { m_nodes->focusErrors(); }, QKeySequence(tr("Ctrl+3")));
-    menu->addSeparator();
-    m_showsEverything = menu->addAction(tr("Show &All Properties"));
-    m_showsEverything->setCheckable(true);
-    m_showsEverything->setStatusTip(tr("Also those that describe others: labels, units, limits, "
-                                       "choices, scripts"));
-    connect(m_showsEverything, &QAction::toggled, m_nodes, &NodePanel::setShowsEverything);
-
-    QMenu *languages = menu->addMenu(tr("&Language"));
-    QStringList names = m_workspace.project().languages();
-    if (!names.contains(m_workspace.project().language())) {
-        names.prepend(m_workspace.project().language());
-    }
-    for (const QString &name : qAsConst(names)) {
-        QAction *language = languages->addAction(name);
-        language->setCheckable(true);
-        language->setData(name);
-        connect(language, &QAction::triggered, this, [this, name] { setLanguage(name); });
-    }
-    languages->setObjectName(QStringLiteral("languages"));
-    menu->addSeparator();
-    const auto docks = findChildren<QDockWidget *>();
-    for (QDockWidget *dock : docks) {
-        menu->addAction(dock->toggleViewAction());
-    }
-    setLanguage(m_workspace.project().language());
-}
-
-void MainWindow::createToolBar()
-{
-    QToolBar *bar = addToolBar(tr("Main Tool Bar"));
-    bar->setObjectName(QStringLiteral("main"));
-    bar->setMovable(false);
-    bar->addActions({m_save, m_undo, m_redo});
-    bar->addSeparator();
-    bar->addActions({m_preview, m_resolve});
-}
-
-void MainWindow::createStatusBar()
-{
-    m_state = new QLabel(this);
-    m_state->setAccessibleName(tr("State"));
-    m_lastEvent = new QLabel(this);
-    m_lastEvent->setAccessibleName(tr("Last event"));
-    m_stopButton = new QPushButton(tr("S&top Script"), this);
-    m_stopButton->setObjectName(QStringLiteral("stop"));
-    m_stopButton->hide();
-    connect(m_stopButton, &QPushButton::clicked, m_stop, &QAction::trigger);
-    statusBar()->addWidget(m_state);
-    statusBar()->addWidget(m_stopButton);
-    statusBar()->addPermanentWidget(m_lastEvent);
+    when(m_actions->resolve,
+         [this] { m_workspace.proposeDependencies(m_workspace.current()->instance()); });
+    when(m_actions->record, [this] { recordTest(); });
+    when(m_actions->stop, [this] {
+        m_workspace.stopScript();
+        m_state->setState(tr("Stopping \u2026 what is built into the engine runs to its end."));
+    });
+    when(m_actions->goToInstances, [this] { m_instances->focusFilter(); });
+    when(m_actions->goToFields, [this] { m_nodes->view().setFocus(Qt::ShortcutFocusReason); });
+    when(m_actions->goToErrors, [this] { m_nodes->focusErrors(); });
+    connect(m_actions->showEverything, &QAction::toggled, m_nodes, &NodePanel::setShowsEverything);
+    connect(m_state, &StateBar::stopRequested, m_actions->stop, &QAction::trigger);
+    connect(m_actions, &WindowActions::languageChosen, this, &MainWindow::setLanguage);
 }
 
 void MainWindow::connectWorkspace()
@@ -232,7 +127,7 @@ void MainWindow::connectWorkspace()
     connect(&m_workspace, &Workspace::busyChanged, this, &MainWindow::showBusy);
     // Not inside the signal: closing destroys what sends it.
     connect(this, &MainWindow::settled, this, &MainWindow::continueClosing, Qt::QueuedConnection);
-    connect(&m_workspace, &Workspace::becameSlow, m_stopButton, &QWidget::show);
+    connect(&m_workspace, &Workspace::becameSlow, this, [this] { m_state->setOffersStop(true); });
     connect(&m_workspace, &Workspace::dependenciesRun, this, &MainWindow::showDependencies);
     connect(&m_workspace, &Workspace::testRecorded, this, &MainWindow::showTest);
     connect(&m_workspace, &Workspace::saveEnded, this,
@@ -278,10 +173,7 @@ void MainWindow::setLanguage(const QString &language)
                                    QtCriticalMsg);
     }
     m_labels = {language, texts, m_workspace.project().units()};
-    const auto actions = findChild<QMenu *>(QStringLiteral("languages"))->actions();
-    for (QAction *action : actions) {
-        action->setChecked(action->data().toString() == language);
-    }
+    m_actions->checkLanguage(language);
     m_nodes->setLabels(m_labels);
 }
 
@@ -311,38 +203,19 @@ void MainWindow::showTitle()
 
 void MainWindow::updateActions()
 {
-    const Document *document = m_workspace.current();
-    const bool isIdle = !m_workspace.isBusy();
-    const bool isUsable = document && document->problem().isEmpty();
-    const QUndoGroup &undoGroup = m_workspace.undoGroup();
-    m_save->setEnabled(isIdle && isUsable);
-    m_reload->setEnabled(isIdle && document);
-    m_discard->setEnabled(isIdle && document && document->isUnsaved());
-    m_undo->setEnabled(isIdle && undoGroup.canUndo());
-    m_redo->setEnabled(isIdle && undoGroup.canRedo());
-    const auto describe = [](QAction *action, const QString &what) {
-        action->setToolTip(QStringLiteral("%1 %2 (%3)")
-                               .arg(action->text().remove(QLatin1Char('&')), what,
-                                    action->shortcut().toString(QKeySequence::NativeText)));
-    };
-    describe(m_undo, undoGroup.undoText());
-    describe(m_redo, undoGroup.redoText());
-    m_preview->setEnabled(isIdle && isUsable);
-    m_resolve->setEnabled(isIdle && isUsable);
-    m_record->setEnabled(isIdle && isUsable && document->hasEvents());
-    m_stop->setEnabled(!isIdle);
+    m_actions->update(m_workspace);
 }
 
 void MainWindow::showBusy(bool isBusy)
 {
     updateActions();
     if (isBusy) {
-        m_state->setText(tr("Running \u2026"));
+        m_state->setState(tr("Running \u2026"));
         return;
     }
-    m_stopButton->hide();
+    m_state->setOffersStop(false);
     const int unsaved = m_workspace.unsavedInstances().size();
-    m_state->setText(
+    m_state->setState(
         unsaved == 0
             ? tr("Ready")
             : tr("%1 unsaved").arg(ValueText::counted(unsaved, tr("instance"), tr("instances"))));
@@ -351,13 +224,9 @@ void MainWindow::showBusy(bool isBusy)
 
 void MainWindow::showFiredEvent(const EventReport &report)
 {
-    if (report.run.script.isEmpty()) {
-        return; // nothing ran
+    if (!report.run.script.isEmpty()) { // else nothing ran
+        m_state->setLastEvent(report);
     }
-    const QString event = report.run.function + QLatin1Char(' ') + report.run.argument;
-    m_lastEvent->setText(tr("Last event: %1 %2, %3 ms")
-                             .arg(report.time.time().toString(Qt::ISODate), event.trimmed())
-                             .arg(double(report.run.duration.count()) / 1e6, 0, 'f', 1));
 }
 
 void MainWindow::save()
@@ -387,11 +256,10 @@ void MainWindow::showDependencies(const DependencyReport &report)
 {
     if (report.kind == DependencyReport::Kind::Written) {
         if (report.error.isEmpty()) {
-            statusBar()->showMessage(
+            m_state->tell(
                 tr("The dependencies of %1 are written: %2.")
                     .arg(report.instance,
-                         ValueText::counted(report.report.trees.size(), tr("file"), tr("files"))),
-                s_messageTime);
+                         ValueText::counted(report.report.trees.size(), tr("file"), tr("files"))));
         } else {
             m_isClosing = false;
             QMessageBox::warning(this, tr("Dependencies"),
@@ -399,16 +267,11 @@ void MainWindow::showDependencies(const DependencyReport &report)
         }
         return;
     }
-    const bool isQuiet = report.error.isEmpty() && report.findings.isEmpty()
-        && report.report.trees.isEmpty() && report.report.succeeded()
-        && std::all_of(report.report.runs.cbegin(), report.report.runs.cend(),
-                       [](const ScriptRun &run) { return run.errors.isEmpty(); });
-    if (isQuiet) {
-        statusBar()->showMessage((report.selected.isEmpty()
-                                      ? tr("No dependency script belongs to %1.")
-                                      : tr("The dependency scripts of %1 change nothing."))
-                                     .arg(report.instance),
-                                 s_messageTime);
+    if (report.isQuiet()) {
+        m_state->tell((report.selected.isEmpty()
+                           ? tr("No dependency script belongs to %1.")
+                           : tr("The dependency scripts of %1 change nothing."))
+                          .arg(report.instance));
         return;
     }
     m_dialog = new DependencyDialog(m_workspace.project(), m_labels, report, this);
@@ -438,15 +301,15 @@ void MainWindow::recordTest()
     dialog.selectFile(m_workspace.current()->instance().replace(QLatin1Char('/'), QLatin1Char('-'))
                       + suffix);
     if (dialog.exec() == QDialog::Accepted) {
-        m_workspace.recordTest(dialog.selectedFiles().constFirst());
+        m_workspace.recordTest(m_workspace.current()->instance(),
+                               dialog.selectedFiles().constFirst());
     }
 }
 
 void MainWindow::showTest(const RecordingReport &report)
 {
     if (report.error.isEmpty() && report.difference.isEmpty()) {
-        statusBar()->showMessage(tr("Recorded %1: it passes when replayed.").arg(report.file),
-                                 s_messageTime);
+        m_state->tell(tr("Recorded %1: it passes when replayed.").arg(report.file));
     }
 }
 
@@ -499,21 +362,18 @@ void MainWindow::continueClosing()
 
 void MainWindow::restoreSettings()
 {
-    const QSettings settings;
-    restoreGeometry(settings.value(s_geometryKey).toByteArray());
-    restoreState(settings.value(s_stateKey).toByteArray());
-    m_showsEverything->setChecked(settings.value(s_everythingKey).toBool());
-    const QString language = settings.value(s_languageKey).toString();
-    if (m_workspace.project().languages().contains(language)) {
-        setLanguage(language);
+    const EditorSettings settings = EditorSettings::load();
+    restoreGeometry(settings.geometry);
+    restoreState(settings.layout);
+    m_actions->showEverything->setChecked(settings.showsEverything);
+    if (m_workspace.project().languages().contains(settings.language)) {
+        setLanguage(settings.language);
     }
 }
 
 void MainWindow::keepSettings() const
 {
-    QSettings settings;
-    settings.setValue(s_geometryKey, saveGeometry());
-    settings.setValue(s_stateKey, saveState());
-    settings.setValue(s_everythingKey, m_showsEverything->isChecked());
-    settings.setValue(s_languageKey, m_labels.language);
+    const EditorSettings settings{saveGeometry(), saveState(), m_labels.language,
+                                  m_actions->showEverything->isChecked()};
+    settings.save();
 }

@@ -10,10 +10,8 @@
 
 class InstancePanel;
 class NodePanel;
-class QAction;
-class QLabel;
-class QPushButton;
-class QTreeView;
+class StateBar;
+class WindowActions;
 
 /// The editor's window: the instances of a project on the left, the current one in the middle, what
 /// scripts did and said on the right.
@@ -43,13 +41,8 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    void createFileMenu();
-    void createEditMenu();
-    void createScriptMenu();
-    void createViewMenu();
-    void createToolBar();
-    void createStatusBar();
-    QTreeView *createLog(QAbstractItemModel &model, const QString &name, const QString &title);
+    void createDocks();
+    void connectActions();
     void connectWorkspace();
 
     void setLanguage(const QString &language);
@@ -80,17 +73,6 @@ private:
 
     InstancePanel *m_instances;
     NodePanel *m_nodes;
-    QAction *m_save = nullptr;
-    QAction *m_reload = nullptr;
-    QAction *m_discard = nullptr;
-    QAction *m_undo = nullptr;
-    QAction *m_redo = nullptr;
-    QAction *m_preview = nullptr;
-    QAction *m_resolve = nullptr;
-    QAction *m_record = nullptr;
-    QAction *m_stop = nullptr;
-    QAction *m_showsEverything = nullptr;
-    QLabel *m_state = nullptr;
-    QLabel *m_lastEvent = nullptr;
-    QPushButton *m_stopButton = nullptr;
+    StateBar *m_state;
+    WindowActions *m_actions = nullptr;
 };

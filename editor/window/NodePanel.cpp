@@ -124,7 +124,7 @@ void NodePanel::showState()
         m_notice->show(QString(), false, false);
         return;
     }
-    const QString label = m_model.labelOf(QString());
+    const QString label = Field::labelOf(*document, m_model.labels(), QString());
     m_title->setText(label == document->instance()
                          ? label
                          : QStringLiteral("%1 \u2014 %2").arg(document->instance(), label));
@@ -139,10 +139,12 @@ void NodePanel::showErrors()
 {
     m_errors->clear();
     if (const Document *document = m_model.document()) {
+        const Labels &labels = m_model.labels();
         for (const Document::Error &error : document->errors()) {
             new QListWidgetItem(
                 BadgeIcon::error(),
-                QStringLiteral("%1: %2").arg(m_model.labelOf(error.path), m_model.errorText(error)),
+                QStringLiteral("%1: %2").arg(Field::labelOf(*document, labels, error.path),
+                                             Field::textOf(error, labels)),
                 m_errors);
         }
     }

@@ -4,19 +4,21 @@
 #include <QTimer>
 #include <QVariant>
 
+#include <chrono>
+
 /**
  * An editor for a JSON number of any size. A step changes its last decimal place, as it is written:
  * 0.15 goes to 0.16, 11 to 12.
  *
- * Steps that follow each other within 300 ms are one series; its end is announced once.
+ * Steps that follow each other within the series time are one series; its end is announced once.
  */
 class NumberEdit : public QAbstractSpinBox
 {
     Q_OBJECT
 
 public:
-    /// The longest pause inside a series of steps, in milliseconds.
-    static constexpr int seriesTime = 300;
+    /// The longest pause inside a series of steps.
+    static constexpr std::chrono::milliseconds seriesTime{300};
 
     explicit NumberEdit(QWidget *parent = nullptr);
 

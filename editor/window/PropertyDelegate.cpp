@@ -1,5 +1,6 @@
 #include "PropertyDelegate.h"
 
+#include "editor/data/Choice.h"
 #include "editor/data/ValueText.h"
 #include "editor/model/NodeModel.h"
 #include "editor/window/JsonLineEdit.h"
@@ -25,7 +26,7 @@ QWidget *PropertyDelegate::createEditor(QWidget *parent, const QStyleOptionViewI
 {
     const QVariant value = index.data(Qt::EditRole);
     QWidget *editor = nullptr;
-    if (index.data(NodeModel::KeyRole).toString() == QLatin1String("value")
+    if (index.data(NodeModel::KeyRole).toString() == Field::valueKey()
         && !index.data(NodeModel::ChoicesRole).toList().isEmpty()) {
         editor = createChoices(parent, index);
     } else if (ValueText::isNumber(value)) {
@@ -52,8 +53,8 @@ QWidget *PropertyDelegate::createEditor(QWidget *parent, const QStyleOptionViewI
 QWidget *PropertyDelegate::createChoices(QWidget *parent, const QModelIndex &index) const
 {
     auto *box = new QComboBox(parent);
-    const auto choices = NodeModel::choicesOf(index.data(NodeModel::ChoicesRole));
-    for (const NodeModel::Choice &choice : choices) {
+    const auto choices = Choice::listOf(index.data(NodeModel::ChoicesRole));
+    for (const Choice &choice : choices) {
         box->addItem(choice.text, choice.value);
     }
     const QVariant value = index.data(Qt::EditRole);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "editor/data/Reports.h"
+#include "editor/data/DependencyReport.h"
 
 #include <QSharedPointer>
 #include <QString>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "editor/data/Reports.h"
+#include "editor/data/InstanceReport.h"
+#include "editor/data/SaveReport.h"
 #include "editor/worker/SessionRecording.h"
 #include "runner/DialogScript.h"
 

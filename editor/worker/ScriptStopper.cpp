@@ -1,7 +1,5 @@
 #include "ScriptStopper.h"
 
-#include <QString>
-
 void ScriptStopper::stop()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -9,6 +7,12 @@ void ScriptStopper::stop()
     if (m_isStopped && m_interrupt) {
         m_interrupt(true);
     }
+}
+
+std::optional<QString> ScriptStopper::running() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_interrupt ? std::make_optional(m_function) : std::nullopt;
 }
 
 void ScriptStopper::beginTask()

@@ -2,7 +2,10 @@
 
 #include "runner/ScriptGuard.h"
 
+#include <QString>
+
 #include <mutex>
+#include <optional>
 
 /**
  * Stops scripts when the user asks for it: the one that runs, and those that the same task would
@@ -14,6 +17,10 @@ public:
     /// May be called on any thread; does nothing when no task is at work.
     void stop();
 
+    /// The function of the script that runs, empty while its text is evaluated; nothing when none
+    /// runs. May be called on any thread.
+    std::optional<QString> running() const;
+
     /// A task of the worker begins or ends. Called on the worker's thread.
     void beginTask();
     void endTask();
@@ -24,7 +31,7 @@ public:
     QString end() override;
 
 private:
-    std::mutex m_mutex; ///< of all below
+    mutable std::mutex m_mutex; ///< of all below
     Interrupt m_interrupt; ///< of the run in progress; null for none
     QString m_function; ///< of the run in progress
     bool m_isAtWork = false;

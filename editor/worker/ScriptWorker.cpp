@@ -2,7 +2,6 @@
 
 #include "editor/worker/DependencyPreview.h"
 #include "editor/worker/DependencyWriter.h"
-#include "editor/worker/OpenInstance.h"
 #include "editor/worker/ScriptStopper.h"
 #include "editor/worker/TestWriter.h"
 #include "filehost/FileTreeNode.h"
@@ -16,9 +15,7 @@ ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
 {
 }
 
-ScriptWorker::~ScriptWorker() = default;
-
-void ScriptWorker::readProject()
+ProjectReport ScriptWorker::readProject() const
 {
     ProjectReport report;
     report.instances = m_project.instances(FileTree::Kind::Configuration);
@@ -31,74 +28,41 @@ void ScriptWorker::readProject()
     if (!errors.isEmpty()) {
         report.manifestError = m_project.relative(errors.constFirst()).toString();
     }
-    Q_EMIT projectRead(report);
+    return report;
 }
 
-OpenInstance *ScriptWorker::instance(const QString &name)
+OpenInstance &ScriptWorker::instance(const QString &name)
 {
-    auto &instance = m_instances[name];
-    if (!instance) {
-        instance = std::make_unique<OpenInstance>(m_project, m_texts, m_stopper, name);
+    return m_instances.try_emplace(name, m_project, m_texts, m_stopper, name).first->second;
+}
+
+RefreshReport ScriptWorker::refresh(const QString &instance)
+{
+    OpenInstance &known = this->instance(instance);
+    const bool isStale = known.isTreeStale();
+    if (isStale && known.isUnsaved()) {
+        return {RefreshReport::Outcome::Stale, {}};
     }
-    return instance.get();
-}
-
-void ScriptWorker::open(const QString &instance)
-{
-    Q_EMIT opened(this->instance(instance)->open());
-}
-
-void ScriptWorker::reload(const QString &instance, bool keepsChanges)
-{
-    OpenInstance *known = this->instance(instance);
-    if (!keepsChanges) {
-        known->discardChanges();
+    if (isStale || known.isScriptStale()) {
+        return {RefreshReport::Outcome::ReadAgain, known.open()};
     }
-    Q_EMIT opened(known->open());
+    return {};
 }
 
-void ScriptWorker::refresh(const QString &instance)
+DependencyReport ScriptWorker::previewDependencies(const QString &instance)
 {
-    OpenInstance *known = this->instance(instance);
-    const bool isStale = known->isTreeStale();
-    if (isStale && known->isUnsaved()) {
-        Q_EMIT treeIsStale(instance);
-    } else if (isStale || known->isScriptStale()) {
-        Q_EMIT opened(known->open());
+    const auto tree = this->instance(instance).copyOfTree();
+    if (tree.isNull()) {
+        DependencyReport report;
+        report.kind = DependencyReport::Kind::Preview;
+        report.instance = instance;
+        report.error = QStringLiteral("the instance cannot be used");
+        return report;
     }
+    return DependencyPreview(m_project, m_texts, m_stopper).run(instance, tree);
 }
 
-void ScriptWorker::close(const QString &instance)
-{
-    m_instances.erase(instance);
-}
-
-void ScriptWorker::edit(const QString &instance, const QString &path, const QString &key,
-                        const QVariant &value)
-{
-    Q_EMIT edited(this->instance(instance)->edit(path, key, value));
-}
-
-void ScriptWorker::apply(const QString &instance, const QVector<PropertyChange> &changes)
-{
-    this->instance(instance)->apply(changes);
-}
-
-void ScriptWorker::save(const QString &instance)
-{
-    Q_EMIT saved(this->instance(instance)->save());
-}
-
-void ScriptWorker::previewDependencies(const QString &instance)
-{
-    const auto tree = this->instance(instance)->copyOfTree();
-    if (!tree.isNull()) {
-        Q_EMIT dependenciesRun(
-            DependencyPreview(m_project, m_texts, m_stopper).run(instance, tree));
-    }
-}
-
-void ScriptWorker::proposeDependencies(const QString &instance)
+DependencyReport ScriptWorker::proposeDependencies(const QString &instance) const
 {
     DependencyReport report;
     report.instance = instance;
@@ -115,21 +79,21 @@ void ScriptWorker::proposeDependencies(const QString &instance)
             report.report.sort();
         }
     }
-    Q_EMIT dependenciesRun(report);
+    return report;
 }
 
-void ScriptWorker::writeDependencies(const DependencyReport &proposal)
+DependencyReport ScriptWorker::writeDependencies(const DependencyReport &proposal) const
 {
-    Q_EMIT dependenciesRun(DependencyWriter(m_project).write(proposal));
+    return DependencyWriter(m_project).write(proposal);
 }
 
-void ScriptWorker::recordTest(const QString &instance, const QString &filePath)
+RecordingReport ScriptWorker::recordTest(const QString &instance, const QString &filePath)
 {
     RecordingReport report;
-    const auto text = this->instance(instance)->recordedTest(report.error);
+    const auto text = this->instance(instance).recordedTest(report.error);
     if (text) {
         report = TestWriter(m_project, m_stopper).write(filePath, *text);
     }
     report.instance = instance;
-    Q_EMIT testRecorded(report);
+    return report;
 }

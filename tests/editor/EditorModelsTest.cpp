@@ -1,4 +1,5 @@
 #include "editor/EditorTest.h"
+#include "editor/data/Choice.h"
 #include "editor/model/InstanceModel.h"
 #include "editor/model/NodeModel.h"
 #include "editor/window/NodePanel.h"
@@ -122,8 +123,7 @@ void EditorModelsTest::choicesMayBeValuesOrAListing()
 {
     const QVariantMap listed{{QStringLiteral("url"), QStringLiteral("fault")},
                              {QStringLiteral("text"), QStringLiteral("Fault")}};
-    const auto choices =
-        NodeModel::choicesOf(QVariantList{QStringLiteral("off"), 80, QVariant(listed)});
+    const auto choices = Choice::listOf(QVariantList{QStringLiteral("off"), 80, QVariant(listed)});
     QCOMPARE(choices.size(), 3);
     QCOMPARE(choices.at(0).text, QStringLiteral("off"));
     QCOMPARE(choices.at(1).value, QVariant(80));

@@ -47,7 +47,7 @@ QImage reduced(const QImage &picture)
 
 void take(QWidget &widget, const QDir &folder, const QString &name)
 {
-    QTest::qWait(NodeModel::flashTime + 100);
+    QTest::qWait(int(NodeModel::flashTime.count()) + 100);
     require(reduced(widget.grab().toImage()).save(folder.filePath(name)), qPrintable(name));
 }
 
