@@ -290,16 +290,21 @@ void MainWindow::showDependencies(const DependencyReport &report)
 void MainWindow::recordTest()
 {
     m_nodes->commit();
-    QDir folder(m_workspace.project().path());
-    folder.mkdir(QStringLiteral("tests")); // the dialog shows folders that exist
-    folder.cd(QStringLiteral("tests"));
     const QString suffix = ScriptTest::suffix();
-    QFileDialog dialog(this, tr("Record Test"), folder.path(), tr("Tests (*%1)").arg(suffix));
+    const QDir project(m_workspace.project().path());
+    const QString folder = QStringLiteral("tests");
+    const QString name =
+        m_workspace.current()->instance().replace(QLatin1Char('/'), QLatin1Char('-')) + suffix;
+    QFileDialog dialog(this, tr("Record Test"), project.path(), tr("Tests (*%1)").arg(suffix));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setOption(QFileDialog::DontConfirmOverwrite); // it is refused
     dialog.setDefaultSuffix(suffix);
-    dialog.selectFile(m_workspace.current()->instance().replace(QLatin1Char('/'), QLatin1Char('-'))
-                      + suffix);
+    if (project.exists(folder)) {
+        dialog.setDirectory(project.filePath(folder));
+        dialog.selectFile(name);
+    } else {
+        dialog.selectFile(folder + QLatin1Char('/') + name); // made with the test
+    }
     if (dialog.exec() == QDialog::Accepted) {
         m_workspace.recordTest(m_workspace.current()->instance(),
                                dialog.selectedFiles().constFirst());

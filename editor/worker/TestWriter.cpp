@@ -8,6 +8,9 @@
 #include "runner/test/ScriptTestRun.h"
 #include "runner/test/StepOutcome.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 #include <algorithm>
 
 namespace {
@@ -48,10 +51,14 @@ RecordingReport TestWriter::write(const QString &filePath, const QByteArray &tex
     RecordingReport report;
     report.file = m_project.relativePath(filePath);
     Diagnostic error = ScriptTestRecorder::fileError(filePath);
-    if (!error.message.isEmpty() || !TextFile::write(filePath, text, error)) {
-        report.error = m_project.relative(error).toString();
-    } else {
+    if (error.message.isEmpty()) {
+        QDir().mkpath(QFileInfo(filePath).path()); // without it, writing fails and says why
+        TextFile::write(filePath, text, error);
+    }
+    if (error.message.isEmpty()) {
         report.difference = replay(filePath);
+    } else {
+        report.error = m_project.relative(error).toString();
     }
     return report;
 }

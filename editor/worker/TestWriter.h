@@ -1,6 +1,6 @@
 #pragma once
 
-#include "editor/data/Reports.h"
+#include "editor/data/RecordingReport.h"
 
 #include <QByteArray>
 #include <QString>
@@ -14,8 +14,8 @@ class TestWriter
 public:
     TestWriter(const Project &project, ScriptGuard &guard);
 
-    /// Writes a new file, and replays it in a copy of the project. Makes a HostSession: there must
-    /// be none.
+    /// Writes a new file, and its folder if there is none yet, and replays it in a copy of the
+    /// project. Makes a HostSession: there must be none.
     RecordingReport write(const QString &filePath, const QByteArray &text) const;
 
 private:
