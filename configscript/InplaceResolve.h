@@ -3,16 +3,12 @@
 #include "configscript/Output.h"
 #include "runner/RunReport.h"
 
-#include <QMap>
 #include <QSharedPointer>
 #include <QString>
-#include <QStringList>
-
-#include <chrono>
 
 class FileTreeNode;
 class Project;
-class ScriptWatchdog;
+class ScriptGuard;
 struct Diagnostic;
 
 /// Resolves the dependencies of an instance inside one tree file.
@@ -25,27 +21,32 @@ public:
     /**
      * @param treePath the file. Below the project's configuration folder it is the tree of the
      *        instance it is named after; anywhere else the tree of @p instance itself.
-     * @param timeout of each script; zero for none
      */
     InplaceResolve(const Project &project, const QString &treePath, const QString &instance,
-                   std::chrono::milliseconds timeout);
+                   ScriptGuard &guard);
 
     /// Runs the scripts, prints what they changed as a diff, and writes it if all succeeded.
     /// @return the program's exit code
     int run(Writing writing, Format format, Output &output) const;
 
 private:
+    /// What came of it.
+    struct Outcome
+    {
+        RunReport report;
+        QString diff; ///< empty when nothing changed
+        QString error; ///< why the changes were not written, when they were to be
+        bool isWritten = false;
+        bool isSelectionEmpty = false;
+    };
+
+    QSharedPointer<FileTreeNode> readTree() const;
     bool write(const FileTreeNode &root, Diagnostic &error) const;
-    QStringList selectedInstances() const;
-    QMap<QString, QSharedPointer<FileTreeNode>> nodesOf(const QStringList &instances,
-                                                        const FileTreeNode &root) const;
-    RunReport resolve(const QSharedPointer<FileTreeNode> &root,
-                      const QMap<QString, QSharedPointer<FileTreeNode>> &nodes,
-                      ScriptWatchdog &watchdog) const;
+    void printJson(const Outcome &outcome, Writing writing, Output &output) const;
+    void printText(const Outcome &outcome, Output &output) const;
 
     const Project &m_project;
-    QString m_treePath;
-    QString m_instance;
-    QString m_rootInstance;
-    std::chrono::milliseconds m_timeout;
+    const QString m_treePath;
+    const QString m_instance;
+    ScriptGuard &m_guard;
 };

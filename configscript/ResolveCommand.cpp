@@ -76,8 +76,9 @@ int ResolveCommand::run()
     }
     Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
     if (isInplace) {
+        ScriptWatchdog watchdog(m_limits.timeout());
         return InplaceResolve(*project, QString::fromStdString(m_treePath),
-                              QString::fromStdString(m_inplaceInstance), m_limits.timeout())
+                              QString::fromStdString(m_inplaceInstance), watchdog)
             .run(m_isWriting ? InplaceResolve::Writing::File : InplaceResolve::Writing::Nothing,
                  m_isJson ? InplaceResolve::Format::Json : InplaceResolve::Format::Text, output);
     }

@@ -161,10 +161,7 @@ void TextReport::printDetails(const ScriptRun &run)
                       + m_output.styled(Style::Bad, Output::shortened(exception.text)));
     }
     if (!run.ranInstead.isEmpty()) {
-        m_output.line(indentation
-                      + m_output.styled(Style::Bad,
-                                        QStringLiteral("%1 of %2 ran instead: %3 defines none")
-                                            .arg(run.function, run.ranInstead, run.script)));
+        m_output.line(indentation + m_output.styled(Style::Bad, run.foreignFunctionText()));
     }
     if (!run.succeeded && run.exceptions.isEmpty() && run.warnings.isEmpty()
         && run.ranInstead.isEmpty()) {

@@ -1,32 +1,14 @@
 #include "DependencyRun.h"
 
-#include "JavaScript/JavaScriptDependencyManager.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
 #include "runner/OmittedRuns.h"
 #include "runner/ProjectCheck.h"
 #include "runner/RecordedResolver.h"
-#include "runner/SilentLog.h"
+#include "runner/run/InstanceSelection.h"
 
 namespace {
-
-QStringList selectedInstances(const Project &project, const Manifest &manifest,
-                              const QString &instance)
-{
-    QStringList instances;
-    if (instance.isEmpty()) {
-        for (const Manifest::Entry &entry : manifest.entries()) {
-            instances.append(entry.instanceName);
-        }
-    } else {
-        const SilentLog log;
-        JavaScriptDependencyManager manager(project.path(), false);
-        instances = manager.getInstancesToResolve(instance);
-    }
-    instances.removeDuplicates();
-    return instances;
-}
 
 QList<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,
                                                   const QStringList &instances)
@@ -50,7 +32,7 @@ DependencyRun::DependencyRun(const Project &project, const Manifest &manifest,
     , m_manifest(manifest)
     , m_instance(instance)
     , m_guard(guard)
-    , m_instances(selectedInstances(project, manifest, instance))
+    , m_instances(selectedInstances(project, instance))
 {
 }
 

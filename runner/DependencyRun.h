@@ -38,7 +38,7 @@ public:
     void setRecording(RunRecorder::Recording recording);
     void setProgress(const RunRecorder::Progress &progress);
 
-    /// Those selected.
+    /// The listed instances that are selected.
     QStringList instances() const { return m_instances; }
 
     /// Makes a HostSession: there must be none.

@@ -3,6 +3,13 @@
 #include <algorithm>
 #include <tuple>
 
+QString ScriptRun::foreignFunctionText() const
+{
+    return ranInstead.isEmpty() ? QString()
+                                : QStringLiteral("%1 of %2 ran instead: %3 defines none")
+                                      .arg(function, ranInstead, script);
+}
+
 int RunReport::failedRuns() const
 {
     return int(std::count_if(runs.begin(), runs.end(),

@@ -73,6 +73,9 @@ struct ScriptRun
     {
         return isOfFunction && !ranInstead.isEmpty() ? ranInstead : script;
     }
+
+    /// That the function of another script ran; empty when it did not.
+    QString foreignFunctionText() const;
 };
 
 /// A tree that scripts changed.

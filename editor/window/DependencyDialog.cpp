@@ -107,7 +107,10 @@ QStringList DependencyDialog::scriptTexts(const Labels &labels, const Dependency
                                    exception.text};
             texts.append(QStringLiteral("%1, %2").arg(run.instance, place.toString()));
         }
-        if (!run.succeeded && run.exceptions.isEmpty()) {
+        const QString foreign = run.foreignFunctionText();
+        if (!foreign.isEmpty()) {
+            texts.append(QStringLiteral("%1, %2: %3").arg(run.instance, run.script, foreign));
+        } else if (!run.succeeded && run.exceptions.isEmpty()) {
             texts.append(tr("%1, %2: failed").arg(run.instance, run.script));
         }
         for (const JavaScriptApi::ErrorMessage &error : run.errors) {

@@ -1,12 +1,12 @@
 #include "ScriptWorker.h"
 
-#include "editor/worker/DependencyPreview.h"
 #include "editor/worker/DependencyWriter.h"
 #include "editor/worker/ScriptStopper.h"
 #include "editor/worker/TestWriter.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "runner/DependencyRun.h"
+#include "runner/run/InplaceRun.h"
 
 ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
     : m_project(project)
@@ -51,25 +51,27 @@ RefreshReport ScriptWorker::refresh(const QString &instance)
 
 DependencyReport ScriptWorker::previewDependencies(const QString &instance)
 {
+    const Manifest manifest(m_project);
+    DependencyReport report = reportOf(DependencyReport::Kind::Preview, instance, manifest);
     const auto tree = this->instance(instance).copyOfTree();
     if (tree.isNull()) {
-        DependencyReport report;
-        report.kind = DependencyReport::Kind::Preview;
-        report.instance = instance;
         report.error = QStringLiteral("the instance cannot be used");
-        return report;
     }
-    return DependencyPreview(m_project, m_texts, m_stopper).run(instance, tree);
+    if (report.error.isEmpty()) {
+        const InplaceRun run(m_project, instance, m_stopper);
+        report.selected = run.instances();
+        const InplaceRun::Result result = run.run(tree);
+        report.findings = result.findings;
+        report.report = result.report;
+    }
+    return report;
 }
 
 DependencyReport ScriptWorker::proposeDependencies(const QString &instance) const
 {
-    DependencyReport report;
-    report.instance = instance;
     const Manifest manifest(m_project);
-    if (manifest.hasFailed()) {
-        report.error = m_project.relative(manifest.error()).toString();
-    } else {
+    DependencyReport report = reportOf(DependencyReport::Kind::Proposal, instance, manifest);
+    if (report.error.isEmpty()) {
         const DependencyRun run(m_project, manifest, instance, m_stopper);
         report.selected = run.instances();
         if (!report.selected.isEmpty()) {
@@ -78,6 +80,19 @@ DependencyReport ScriptWorker::proposeDependencies(const QString &instance) cons
             report.report = result.report;
             report.report.sort();
         }
+    }
+    return report;
+}
+
+/// A report of nothing yet, but for what makes the manifest useless.
+DependencyReport ScriptWorker::reportOf(DependencyReport::Kind kind, const QString &instance,
+                                        const Manifest &manifest) const
+{
+    DependencyReport report;
+    report.kind = kind;
+    report.instance = instance;
+    if (manifest.hasFailed()) {
+        report.error = m_project.relative(manifest.error()).toString();
     }
     return report;
 }

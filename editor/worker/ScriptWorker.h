@@ -13,6 +13,7 @@
 
 #include <map>
 
+class Manifest;
 class ScriptStopper;
 
 /**
@@ -50,6 +51,9 @@ public:
     RecordingReport recordTest(const QString &instance, const QString &filePath);
 
 private:
+    DependencyReport reportOf(DependencyReport::Kind kind, const QString &instance,
+                              const Manifest &manifest) const;
+
     const Project m_project;
     const TextManager m_texts;
     ScriptStopper &m_stopper;

@@ -1,3 +1,4 @@
+#include "configscript/ProgramRun.h"
 #include "editor/EditorTest.h"
 #include "editor/model/NodeModel.h"
 #include "editor/window/DependencyDialog.h"
@@ -143,6 +144,7 @@ private Q_SLOTS:
     void showsWhyAnInstanceCannotBeUsed();
     void editsAndSavesAnInstanceWithoutAScript();
     void previewsDependenciesInsideTheUnsavedTree();
+    void previewsWhatTheCommandDoesInPlace();
     void writesNothingWhenAFileChangedAfterTheProposal();
     void showsLabelsInTheChosenLanguage();
     void asksBeforeItClosesWithUnsavedWork_data();
@@ -574,6 +576,55 @@ void EditingTest::previewsDependenciesInsideTheUnsavedTree()
     QCOMPARE(session.folder().files(), before);
     QCOMPARE(session.shown(s_speedLimits, NodeModel::ValueColumn, s_thresholds),
              QStringLiteral("{ \"max\": 1524, \"min\": 586 }"));
+}
+
+void EditingTest::previewsWhatTheCommandDoesInPlace()
+{
+    EditorSession session;
+    session.folder().write(QStringLiteral("pump-station/configuration/manifest.json"),
+                           "[ { \"dependencyFileExtern\": [ { \"instanceName\": \"mixer/a\" },"
+                           " { \"instanceName\": \"mixer/b\" },"
+                           " { \"instanceName\": \"mixer/c\" } ] } ]\n");
+    session.folder().write(
+        QStringLiteral("pump-station/configuration/mixer.json"),
+        "{ \"children\": {\n"
+        "  \"a\": { \"properties\": { \"dependencyFileExtern\": \"good.js\", \"speed\": 1 } },\n"
+        "  \"b\": { \"properties\": { \"dependencyFileExtern\": \"hidden.js\" } } } }\n");
+    session.folder().write(
+        QStringLiteral("pump-station/dependency/good.js"),
+        "function onSave(api, url) { api.setPropertyExtern(url, 'speed', 2); }\n");
+    session.folder().write(QStringLiteral("pump-station/dependency/hidden.js"),
+                           "const onSave = () => {};\n");
+    QVERIFY(session.open(QStringLiteral("mixer")));
+    // The order of the instances is that of a hash.
+    qSetGlobalQHashSeed(0);
+    QVERIFY(session.press(QStringLiteral("Preview Dependencies")));
+    qSetGlobalQHashSeed(-1);
+    const DependencyDialog *dialog = session.window().dependencyDialog();
+    QVERIFY(dialog);
+    QStringList texts;
+    const auto *list = dialog->findChild<QListWidget *>();
+    for (int i = 0; i < list->count(); ++i) {
+        texts.append(list->item(i)->text());
+    }
+
+    Program program(session.folder().path());
+    program.setVariable(QStringLiteral("QT_HASH_SEED"), QStringLiteral("0"));
+    const ProgramRun run = program.run({QStringLiteral("resolve"), QStringLiteral("--in-place"),
+                                        QStringLiteral("pump-station/configuration/mixer.json"),
+                                        QStringLiteral("--instance"), QStringLiteral("mixer")});
+    const QString ranInstead = QStringLiteral(
+        "onSave of dependency/good.js ran instead: dependency/hidden.js defines none");
+    const QString notRun = QStringLiteral("see the messages; the tree is that of \"mixer\"");
+    QVERIFY2(run.output.contains(QStringLiteral("FAILED   mixer/b  dependency/hidden.js  # ms\n")),
+             qPrintable(run.output));
+    QVERIFY2(run.output.contains(ranInstead), qPrintable(run.output));
+    QVERIFY2(run.output.contains(QStringLiteral("NOT RUN  mixer/c  ") + notRun),
+             qPrintable(run.output));
+    QCOMPARE(texts,
+             (QStringList{QStringLiteral("mixer/b, dependency/hidden.js: ") + ranInstead,
+                          QStringLiteral("mixer/c did not run: ") + notRun}));
+    dialog->findChild<QDialogButtonBox *>()->rejected();
 }
 
 void EditingTest::showsLabelsInTheChosenLanguage()
