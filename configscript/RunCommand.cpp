@@ -11,6 +11,7 @@
 #include "runner/ScriptProbe.h"
 #include "runner/test/ScriptTestRecorder.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -36,6 +37,19 @@ RunCommand::RunCommand(CLI::App &program)
         ->type_name("URL:KEY=VALUE")
         ->take_all()
         ->allow_extra_args(false);
+    std::vector<std::string> reaches;
+    const QStringList names = dialogReachNames();
+    for (const QString &name : names) {
+        reaches.push_back(name.toStdString());
+    }
+    m_reach = reaches.front();
+    arguments()
+        .add_option("--reach", m_reach,
+                    "What the script reaches: its instance alone, as in a product's dialogs, or by "
+                    "absolute URL the whole project")
+        ->type_name("instance|project")
+        ->check(CLI::IsMember(reaches).description(""))
+        ->capture_default_str();
     auto *write = arguments().add_flag("--write", m_isWriting,
                                        "Save the instance, and the others that the script "
                                        "changed, if every event succeeded");
@@ -67,6 +81,9 @@ int RunCommand::run()
             QStringLiteral("run: expected an event or --set; see configscript run --help"));
         return ExitCode::unusable;
     }
+    if (!isKnownInstance(*project)) {
+        return ExitCode::unusable;
+    }
     QVector<EventRun::Event> allEvents;
     for (const EventRun::Edit &edit : *edits) {
         allEvents.append({{edit}, QStringLiteral("onValueChange"), edit.relUrl});
@@ -75,7 +92,8 @@ int RunCommand::run()
     ScriptWatchdog watchdog(m_limits.timeout());
     QString error;
     const QString instance = QString::fromStdString(m_instance);
-    EventRun run(*project, instance, watchdog);
+    const DialogReach reach = *dialogReachOf(QString::fromStdString(m_reach));
+    EventRun run(*project, instance, reach, watchdog);
     if (!m_recordPath.empty()) {
         run.setRecording(RunRecorder::Recording::Accesses);
     }
@@ -86,15 +104,26 @@ int RunCommand::run()
         Output::error(error);
         return ExitCode::unusable;
     }
-    if (!report->refusal.isEmpty() && EventRun::isToBeSaved(report->runs)) {
+    if (!report->refusal.isEmpty() && DialogSession::isToBeSaved(report->runs)) {
         Output::error(QStringLiteral("nothing is saved: ") + report->refusal);
     }
     print(*project, *report, *edits);
     if (!m_recordPath.empty()
-        && !record(ScriptTestRecorder::record(*project, instance, allEvents, *report))) {
+        && !record(ScriptTestRecorder::record(*project, instance, reach, allEvents, *report))) {
         return ExitCode::failure;
     }
     return report->succeeded() ? ExitCode::success : ExitCode::failure;
+}
+
+bool RunCommand::isKnownInstance(const Project &project) const
+{
+    const QString instance = QString::fromStdString(m_instance);
+    const QString path = project.treePath(FileTree::Kind::Configuration, instance);
+    if (!path.isEmpty() && QFileInfo::exists(path)) {
+        return true;
+    }
+    Output::error(QStringLiteral("no instance \"%1\"; configscript list shows all").arg(instance));
+    return false;
 }
 
 /// Whether the file to record to can be a test, and nothing else is there.
@@ -185,9 +214,9 @@ void RunCommand::print(const Project &project, const RunReport &report,
     TextReport text(project, output, TextReport::Detail::Everything);
     text.printEvents(report);
     text.printTrees(report, !m_isWriting);
-    if (!EventRun::isToBeSaved(report.runs)) {
+    if (!DialogSession::isToBeSaved(report.runs)) {
         output.line();
-        output.line(QStringLiteral("Nothing is saved: ") + EventRun::refusalOfEvents()
+        output.line(QStringLiteral("Nothing is saved: ") + DialogSession::refusalOfEvents()
                     + QLatin1Char('.'));
     } else if (!m_isWriting && !report.trees.isEmpty()) {
         output.line();

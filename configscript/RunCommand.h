@@ -22,6 +22,7 @@ public:
 private:
     std::optional<QVector<EventRun::Event>> parseEvents() const;
     std::optional<QVector<EventRun::Edit>> parseEdits() const;
+    bool isKnownInstance(const Project &project) const;
     bool canRecord() const;
     bool record(const QByteArray &text) const;
     void print(const Project &project, const RunReport &report,
@@ -33,6 +34,7 @@ private:
     std::string m_argument;
     std::vector<std::string> m_events;
     std::vector<std::string> m_edits;
+    std::string m_reach;
     std::string m_recordPath;
     bool m_isWriting = false;
     bool m_isJson = false;

@@ -2,6 +2,7 @@
 #include "editor/window/Palettes.h"
 #include "editor/window/Screenshot.h"
 #include "runner/ProjectOpening.h"
+#include "runner/run/DialogReach.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -17,9 +18,32 @@ struct Options
 {
     QString project; ///< its folder
     QString instance; ///< to open first; empty for none
-    QString palette;
-    std::optional<QString> picture; ///< the file for a picture of the window; it then ends
+    DialogReach reach;
+    std::optional<QString> picture; ///< file for a picture of the window; the program then ends
 };
+
+QCommandLineOption paletteOption()
+{
+    return {QStringLiteral("palette"),
+            QStringLiteral("The colours: %1").arg(Palettes::names().join(QStringLiteral(", "))),
+            QStringLiteral("NAME"), Palettes::names().constFirst()};
+}
+
+QCommandLineOption reachOption()
+{
+    return {QStringLiteral("reach"),
+            QStringLiteral("What the scripts of dialogs reach: their instance alone, as in a "
+                           "product's dialogs, or by absolute URL the whole project: %1")
+                .arg(dialogReachNames().join(QStringLiteral(", "))),
+            QStringLiteral("NAME"), dialogReachNames().constFirst()};
+}
+
+QCommandLineOption screenshotOption()
+{
+    return {QStringLiteral("screenshot"),
+            QStringLiteral("Make a picture of the window, in its first size, and end"),
+            QStringLiteral("FILE")};
+}
 
 int refuse(const QString &message)
 {
@@ -28,7 +52,13 @@ int refuse(const QString &message)
     return unusable;
 }
 
-/// Ends the program when help or version are asked for.
+QString unknownName(const QString &option, const QStringList &known, const QString &found)
+{
+    return QStringLiteral("--%1: expected one of %2, found \"%3\"")
+        .arg(option, known.join(QStringLiteral(", ")), found);
+}
+
+/// Sets the palette, and ends the program when help or version are asked for.
 /// @return nothing, with @p error set, when the arguments are wrong
 std::optional<Options> readArguments(QString &error)
 {
@@ -41,15 +71,10 @@ std::optional<Options> readArguments(QString &error)
     parser.addPositionalArgument(QStringLiteral("INSTANCE"),
                                  QStringLiteral("The instance to open, such as line1/pump1"),
                                  QStringLiteral("[INSTANCE]"));
-    const QCommandLineOption palette(
-        QStringLiteral("palette"),
-        QStringLiteral("The colours: %1").arg(Palettes::names().join(QStringLiteral(", "))),
-        QStringLiteral("NAME"), Palettes::names().constFirst());
-    const QCommandLineOption screenshot(
-        QStringLiteral("screenshot"),
-        QStringLiteral("Make a picture of the window, in its first size, and end"),
-        QStringLiteral("FILE"));
-    parser.addOptions({palette, screenshot});
+    const QCommandLineOption palette = paletteOption();
+    const QCommandLineOption reach = reachOption();
+    const QCommandLineOption screenshot = screenshotOption();
+    parser.addOptions({palette, reach, screenshot});
     if (!parser.parse(QCoreApplication::arguments())) {
         error = parser.errorText();
         return std::nullopt;
@@ -61,13 +86,19 @@ std::optional<Options> readArguments(QString &error)
         parser.showHelp();
     }
     const QStringList arguments = parser.positionalArguments();
+    const auto knownReach = dialogReachOf(parser.value(reach));
     if (arguments.isEmpty() || arguments.size() > 2) {
         error = QStringLiteral("expected PROJECT and at most one INSTANCE; see --help");
-        return std::nullopt;
+    } else if (!Palettes::use(parser.value(palette))) {
+        error = unknownName(QStringLiteral("palette"), Palettes::names(), parser.value(palette));
+    } else if (!knownReach) {
+        error = unknownName(QStringLiteral("reach"), dialogReachNames(), parser.value(reach));
+    } else {
+        return Options{arguments.constFirst(), arguments.value(1), *knownReach,
+                       parser.isSet(screenshot) ? std::make_optional(parser.value(screenshot))
+                                                : std::nullopt};
     }
-    return Options{arguments.constFirst(), arguments.value(1), parser.value(palette),
-                   parser.isSet(screenshot) ? std::make_optional(parser.value(screenshot))
-                                            : std::nullopt};
+    return std::nullopt;
 }
 
 } // namespace
@@ -86,18 +117,15 @@ int main(int argc, char **argv)
     if (!options) {
         return refuse(wrong);
     }
-    if (!Palettes::use(options->palette)) {
-        return refuse(QStringLiteral("--palette: expected one of %1, found \"%2\"")
-                          .arg(Palettes::names().join(QStringLiteral(", ")), options->palette));
-    }
     QStringList recoveries;
     Diagnostic error;
     const auto project = openRecoveredProject(options->project, nullptr, recoveries, error);
     if (!project) {
         return refuse(error.toString());
     }
-    MainWindow window(
-        *project, options->picture ? MainWindow::Settings::Ignored : MainWindow::Settings::Kept);
+    MainWindow window(*project, options->reach,
+                      options->picture ? MainWindow::Settings::Ignored
+                                       : MainWindow::Settings::Kept);
     for (const QString &recovery : qAsConst(recoveries)) {
         window.workspace().messages().add(QString(), recovery, QtWarningMsg);
     }

@@ -3,10 +3,10 @@
 #include "filehost/HostSession.h"
 #include "runner/RunRecorder.h"
 #include "runner/RunReport.h"
+#include "runner/run/DialogSession.h"
 
 #include <QSharedPointer>
 #include <QString>
-#include <QVariant>
 #include <QVector>
 
 #include <optional>
@@ -20,13 +20,7 @@ class ScriptGuard;
 class EventRun
 {
 public:
-    /// A value that the user enters.
-    struct Edit
-    {
-        QString relUrl;
-        QString key;
-        QVariant value;
-    };
+    using Edit = DialogSession::Edit;
 
     struct Event
     {
@@ -35,24 +29,19 @@ public:
         QString argument; ///< for onSave, the instance's own URL when empty
     };
 
-    EventRun(const Project &project, const QString &instance, ScriptGuard &guard);
+    EventRun(const Project &project, const QString &instance, DialogReach reach,
+             ScriptGuard &guard);
 
     void setRecording(RunRecorder::Recording recording);
 
     /**
-     * Fires the events in one dialog's life, then saves, unless isToBeSaved() says otherwise.
+     * Fires the events in one dialog's life, then saves, if they allow it.
      * Makes a HostSession: there must be none.
      * @return one run for each event; nothing, with @p error set to one line, when the instance or
      *         its script cannot be read, or an edit is not possible
      */
     std::optional<RunReport> run(const QVector<Event> &events, HostSession::Writing writing,
                                  QString &error) const;
-
-    /// Whether what was done may be saved: what a user-interface host asks before it saves.
-    static bool isToBeSaved(const QVector<ScriptRun> &runs);
-
-    /// The report's refusal when it may not.
-    static QString refusalOfEvents();
 
 private:
     QSharedPointer<FileTreeNode> readInstance(QString &error) const;
@@ -61,6 +50,7 @@ private:
 
     const Project &m_project;
     const QString m_instance;
+    const DialogReach m_reach;
     ScriptGuard &m_guard;
     RunRecorder::Recording m_recording = RunRecorder::Recording::Writes;
 };

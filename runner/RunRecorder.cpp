@@ -34,10 +34,10 @@ void RunRecorder::setProgress(const Progress &progress)
     m_progress = progress;
 }
 
-void RunRecorder::setSubject(const QString &instance, const QString &script)
+void RunRecorder::setSubject(const FileTree &tree, const QString &script)
 {
-    m_subjectInstance = instance;
-    m_instance = instance;
+    m_subject = &tree;
+    m_instance = tree.identity().instance;
     m_script = script;
 }
 
@@ -85,7 +85,7 @@ RunReport RunRecorder::takeReport()
         }
         if (tree.fate != Fate::NotSaved) {
             report.trees.append({identity, tree.error, changes});
-        } else if (m_subjectInstance.isEmpty()) { // a subject's tree is its owner's to save
+        } else if (!m_subject) { // a subject's tree is its owner's to save
             unsaved[identity.instance] += changes;
         }
     }
@@ -218,8 +218,9 @@ void RunRecorder::record(TreeAccess::Kind kind, const FileTreeNode &node,
                          const QString &propertyKey, const QVariant &value,
                          const QVariant &oldValue)
 {
-    m_run.accesses.append({kind, node.tree().identity(), node.path(), propertyKey, value, oldValue,
-                           !m_commonTrees.contains(&node.tree())});
+    m_run.accesses.append(
+        {kind, node.tree().identity(), node.path(), propertyKey, value, oldValue,
+         m_subject ? &node.tree() == m_subject : !m_commonTrees.contains(&node.tree())});
 }
 
 bool RunRecorder::isKnown(WrittenTree &tree, const FileTreeNode &node, const QString &propertyKey)

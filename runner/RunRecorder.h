@@ -36,9 +36,9 @@ public:
 
     void setProgress(const Progress &progress);
 
-    /// All runs to come are of this instance and script. Without it, runs are those of a resolver,
-    /// which tells the instance; its tree names the script.
-    void setSubject(const QString &instance, const QString &script);
+    /// All runs to come are of a dialog on this tree, with this script. Without it, runs are those
+    /// of a resolver, which tells the instance; its tree names the script.
+    void setSubject(const FileTree &tree, const QString &script);
 
     /// The dependency script of an instance whose tree is not read from a file of its own.
     void setScript(const QString &instance, const QString &fileName);
@@ -47,9 +47,6 @@ public:
 
     /// What was saved so far is not, after all.
     void savingFailed(const QString &reason);
-
-    /// Whether anything was written to a node of the tree.
-    bool hasWritten(const FileTree &tree) const { return m_trees.count(&tree) != 0; }
 
     const QVector<ScriptRun> &runs() const { return m_runs; }
 
@@ -111,7 +108,7 @@ private:
     Progress m_progress;
     QString m_configurationFolder;
     QHash<QString, QString> m_scripts; ///< instance to its dependency script
-    QString m_subjectInstance;
+    const FileTree *m_subject = nullptr; ///< a dialog's tree
     QString m_instance; ///< whose script runs
     QString m_script; ///< its file, relative to the project
 

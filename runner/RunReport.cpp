@@ -5,9 +5,9 @@
 
 QString ScriptRun::foreignFunctionText() const
 {
-    return ranInstead.isEmpty() ? QString()
-                                : QStringLiteral("%1 of %2 ran instead: %3 defines none")
-                                      .arg(function, ranInstead, script);
+    return ranInstead.isEmpty()
+        ? QString()
+        : QStringLiteral("%1 of %2 ran instead: %3 defines none").arg(function, ranInstead, script);
 }
 
 int RunReport::failedRuns() const

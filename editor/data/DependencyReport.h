@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <QVector>
 
-/// What dependency scripts change.
+/// What dependency scripts change, or would change.
 struct DependencyReport
 {
     enum class Kind {

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
-/// What the editor keeps for the next time, in the user's settings.
+/// What the editor remembers from one start to the next, in the user's settings.
 struct EditorSettings
 {
     QByteArray geometry; ///< of the window, as QWidget saves it

@@ -13,7 +13,7 @@ struct InstanceReport
     QString treePath;
     QString scriptPath; ///< empty without a script
     QString script; ///< the same as seen from the project
-    InstanceSnapshot snapshot; ///< before the event; also what is unsaved beside an error
+    InstanceSnapshot snapshot; ///< before the event; of the last usable tree when there is an error
     bool keepsHistory = false; ///< whether what was done before can still be undone
     EventReport onOpen;
 };

@@ -8,8 +8,8 @@
 class FileTreeNode;
 
 /**
- * The tree of an open instance as plain data: what the window shows of it. It may go from thread to
- * thread, and knows nothing of the tree that it was taken from.
+ * The tree of an open instance as plain data: what the window shows of it. It can be passed to
+ * any thread, and is independent of the tree that it was taken from.
  */
 class InstanceSnapshot
 {
@@ -55,7 +55,7 @@ public:
 
     int changedProperties() const;
 
-    /// Whether both have the same nodes and properties, whatever the values.
+    /// Whether both have the same nodes and properties; values may differ.
     bool isLike(const InstanceSnapshot &other) const;
 
     /// Takes over from an older snapshot of the instance which of the changed values are a

@@ -8,5 +8,5 @@ struct RecordingReport
     QString instance;
     QString file; ///< as seen from the project
     QString error; ///< why it was not written; empty when it was
-    QString difference; ///< why it does not pass when it is replayed, in lines; empty when it does
+    QString difference; ///< lines that tell why it fails when replayed; empty when it passes
 };

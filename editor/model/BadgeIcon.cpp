@@ -11,7 +11,7 @@ namespace {
 
 enum class Shape { Dot, Disc, Triangle, Rings, Dots };
 
-/// Paints a mark at whatever size and resolution is asked for.
+/// Paints a mark in any size and resolution.
 class Engine : public QIconEngine
 {
 public:

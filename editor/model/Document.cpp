@@ -30,7 +30,7 @@ void Document::edit(int node, const QString &key, const QVariant &value)
     Q_EMIT editRequested(path, key, value);
 }
 
-/// The view keeps its place where only values are others.
+/// When only values have changed, the model is not reset, and so the view keeps its place.
 void Document::setSnapshot(const InstanceSnapshot &snapshot)
 {
     if (m_snapshot.isLike(snapshot)) {
@@ -105,7 +105,7 @@ void Document::takeReport(const SaveReport &report)
 {
     takeReport(report.onOk);
     if (report.isSaved) {
-        // The tree was read again: the values in the file are others now.
+        // The tree was read again, with what the file holds now.
         setSnapshot(report.snapshot);
         m_undoStack.setClean();
         m_hasEvents = false;
@@ -133,7 +133,8 @@ void Document::apply(const PropertyChange &change, bool isFromScript)
     switch (m_snapshot.set(node, change.key, change.newValue, isFromScript)) {
     case InstanceSnapshot::Effect::Nothing:
     case InstanceSnapshot::Effect::Changed:
-        Q_EMIT propertyChanged(node, change.key); // its mark may be another
+        Q_EMIT propertyChanged(
+            node, change.key); // even when the value is the same: the mark may have changed
         break;
     case InstanceSnapshot::Effect::Added:
         Q_EMIT propertyAdded(node, change.key);
@@ -165,8 +166,8 @@ void Document::setErrors(const QVector<Error> &errors)
     Q_EMIT errorsChanged();
 }
 
-/// The event of a node takes the place of what was said about the node, and of what the last event
-/// of the same node said; the other events look at all nodes.
+/// The event of a node replaces the errors at this node, and those that its own last event reported
+/// at other nodes. onOpen and onOk look at all nodes, and so they replace all errors.
 void Document::addErrors(const EventReport &report)
 {
     const QString origin = report.run.argument;

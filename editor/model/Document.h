@@ -13,7 +13,7 @@
  * An open instance as the window knows it: a snapshot of its tree, the errors that its script
  * reported, and what can be undone.
  *
- * Changes by the user are shown at once and requested; what the worker tells of them comes later.
+ * A change by the user is shown at once and requested of the worker, whose report comes later.
  */
 class Document : public QObject
 {
@@ -38,7 +38,7 @@ public:
     bool isUnsaved() const { return m_unsaved > 0; }
     int unsavedProperties() const { return m_unsaved; }
 
-    /// Whether its script got an event since the instance was read or saved last.
+    /// Whether an event was fired since the instance was last read or saved.
     bool hasEvents() const { return m_hasEvents; }
 
     /// Why the instance cannot be shown; empty when it can.
@@ -61,18 +61,18 @@ public:
 
 Q_SIGNALS:
     void editRequested(const QString &path, const QString &key, const QVariant &value);
-    /// To be made in the tree without an event: something is undone, or done again.
+    /// Something was undone or redone: the worker's tree has to follow, without an event.
     void changesRequested(const QVector<PropertyChange> &changes);
 
     void aboutToReset();
     void wasReset();
-    void valuesChanged(); ///< any of them
+    void valuesChanged(); ///< of any properties
     void propertyChanged(int node, const QString &key);
     void propertyAdded(int node, const QString &key);
     void propertyRemoved(int node, const QString &key);
     void scriptWrote(int node, const QString &key);
     void errorsChanged();
-    /// Whether something is unsaved, the notice, or the problem.
+    /// Something of this has changed: whether anything is unsaved, the notice, the problem.
     void stateChanged();
 
 private:

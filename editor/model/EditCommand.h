@@ -14,7 +14,7 @@ public:
                 const QVector<Document::Error> &errorsAfter);
 
     void undo() override;
-    void redo() override; ///< the first time it is done already
+    void redo() override; ///< does nothing when QUndoStack first calls it: the edit is done already
 
 private:
     Document &m_document;

@@ -4,7 +4,7 @@
 
 class QPalette;
 
-/// The colours with a meaning, as they are readable on a palette's base.
+/// The colours that mean something, chosen so that they are readable on a palette's base.
 class EditorColors
 {
 public:

@@ -14,7 +14,7 @@ class EventsModel : public QStandardItemModel
 public:
     enum Column { EventColumn, ResultColumn, ColumnCount };
 
-    /// Older ones are dropped.
+    /// When there are more, the oldest are dropped.
     static constexpr int maximumEvents = 500;
 
     explicit EventsModel(QObject *parent = nullptr);

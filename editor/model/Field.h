@@ -42,7 +42,7 @@ public:
     QString unitText() const;
     QString remarkText() const;
     QString errorsText() const; ///< of the errors at the node, in its row
-    QString accessibleText() const; ///< all that the row shows, for those who hear it
+    QString accessibleText() const; ///< all that the row shows, for screen readers
 
     /// The label of the node with that relative URL, or else the URL.
     static QString labelOf(const Document &document, const Labels &labels, const QString &path);

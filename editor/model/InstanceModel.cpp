@@ -18,7 +18,7 @@ void InstanceModel::setInstances(const QStringList &instances, const QSet<QStrin
     endResetModel();
 }
 
-/// The entry of a path; made, with those above it, if it is not there.
+/// The entry of a path. Makes it, and those above it, where there is none yet.
 int InstanceModel::add(const QString &path)
 {
     const auto known = m_byPath.constFind(path);

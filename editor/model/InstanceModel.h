@@ -25,8 +25,8 @@ public:
     /// What is known of an open instance.
     struct Badges
     {
-        int unsaved = 0; ///< properties
-        int errors = 0; ///< that its script reported; also 1 when it cannot be read
+        int unsaved = 0; ///< number of properties
+        int errors = 0; ///< number of errors that its script reported; 1 when it cannot be read
     };
 
     using QAbstractItemModel::QAbstractItemModel;

@@ -13,7 +13,7 @@ class MessagesModel : public QStandardItemModel
 public:
     enum Column { PlaceColumn, TextColumn, ColumnCount };
 
-    /// Older ones are dropped.
+    /// When there are more, the oldest are dropped.
     static constexpr int maximumMessages = 2000;
 
     explicit MessagesModel(QObject *parent = nullptr);

@@ -289,7 +289,8 @@ bool NodeModel::setData(const QModelIndex &index, const QVariant &value, int rol
         return false;
     }
     const int node = item(index).node;
-    const QString key = field(item(index)).property()->key; // the edit makes new properties
+    const QString key =
+        field(item(index)).property()->key; // a copy: the edit replaces the property
     m_document->edit(node, key,
                      role == Qt::EditRole ? value : QVariant(value.toInt() == Qt::Checked));
     return true;

@@ -33,12 +33,12 @@ public:
         ErrorRole, ///< the texts of the errors at the node, in its row
     };
 
-    /// How long a property flashes that a script has written.
+    /// How long a property flashes after a script has written it.
     static constexpr std::chrono::milliseconds flashTime{1200};
 
     explicit NodeModel(QObject *parent = nullptr);
 
-    /// @param document null for none; outlives the model, or another takes its place before
+    /// @param document null for none; lives until the model is destroyed or gets another one
     void setDocument(Document *document);
     Document *document() const { return m_document; }
 
@@ -94,8 +94,8 @@ private:
     Document *m_document = nullptr;
     Labels m_labels;
     bool m_showsEverything = false;
-    QVector<Item> m_items; ///< the root first; those of removed properties stay
-    QVector<int> m_itemsOfNodes; ///< by node
-    QSet<int> m_flashing; ///< items
+    QVector<Item> m_items; ///< the root first; removed properties keep theirs, unused
+    QVector<int> m_itemsOfNodes; ///< index of the item of each node
+    QSet<int> m_flashing; ///< indexes of items
     QTimer m_flashTimer;
 };

@@ -4,7 +4,8 @@
 #include <QStandardItem>
 #include <QStringList>
 
-/// A row of items that show texts, in tooltips, too, where there is little room.
+/// A row of items that show these texts. Each text is its item's tooltip, too, because a column may
+/// be too narrow for it.
 inline QList<QStandardItem *> readOnlyRow(const QStringList &texts)
 {
     QList<QStandardItem *> items;

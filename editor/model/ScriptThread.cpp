@@ -13,13 +13,13 @@ namespace {
                  "configscript-editor: %s does not stop, and so the program ends with it; no file "
                  "has changed since it began\n",
                  function.isEmpty() ? "a script" : qPrintable(function));
-    std::_Exit(1); // destructors would wait for the thread, or pull away what it works on
+    std::_Exit(1); // destructors would wait for the thread, or destroy what it uses
 }
 
 } // namespace
 
-ScriptThread::ScriptThread(const Project &project)
-    : m_worker(new ScriptWorker(project, m_stopper))
+ScriptThread::ScriptThread(const Project &project, DialogReach reach)
+    : m_worker(new ScriptWorker(project, reach, m_stopper))
 {
     m_patience.setSingleShot(true);
     m_patience.setInterval(patience);
@@ -34,7 +34,7 @@ ScriptThread::ScriptThread(const Project &project)
 ScriptThread::~ScriptThread()
 {
     constexpr std::chrono::milliseconds step{100};
-    // Behind all other tasks.
+    // This comes after all tasks that were posted before.
     QMetaObject::invokeMethod(
         m_worker, [this] { m_thread.quit(); }, Qt::QueuedConnection);
     QDeadlineTimer deadline(mercy);
@@ -42,7 +42,8 @@ ScriptThread::~ScriptThread()
         m_stopper.stop();
         const auto function = m_stopper.running();
         if (!function) {
-            deadline.setRemainingTime(mercy); // files are written to their end
+            deadline.setRemainingTime(
+                mercy); // no script: something is being read or written, and may take its time
         } else if (deadline.hasExpired()) {
             endProgram(*function);
         }

@@ -29,12 +29,12 @@ public:
     /// How long a script may go on after it was told to stop, when this object is destroyed.
     static constexpr std::chrono::seconds mercy{5};
 
-    explicit ScriptThread(const Project &project);
+    ScriptThread(const Project &project, DialogReach reach);
 
     /**
      * Stops the scripts, and waits until every task is done: what was to be written is written.
      *
-     * A script that is inside a long operation of the engine itself cannot be stopped. When one
+     * A script that is inside a long operation of the engine itself cannot be stopped. When it
      * goes on for longer than the mercy, there is no way left to end its thread alone: the program
      * says so and exits with code 1. No file is being written then, because a thread that runs a
      * script does nothing else; tasks behind it are not done.
@@ -83,7 +83,7 @@ Q_SIGNALS:
     void becameSlow();
 
 private:
-    using Answer = std::function<void()>; ///< to a task, on this thread
+    using Answer = std::function<void()>; ///< what to do on this thread when the task is done
 
     void post(const std::function<Answer(ScriptWorker &worker)> &task);
     void taskEnded();

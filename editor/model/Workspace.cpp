@@ -11,9 +11,9 @@ constexpr std::chrono::milliseconds s_settlingTime{200};
 
 } // namespace
 
-Workspace::Workspace(const Project &project)
+Workspace::Workspace(const Project &project, DialogReach reach)
     : m_project(project)
-    , m_scripts(project)
+    , m_scripts(project, reach)
 {
     m_settling.setSingleShot(true);
     m_settling.setInterval(s_settlingTime);
@@ -220,7 +220,7 @@ void Workspace::takeDependencies(const DependencyReport &report)
         for (const QString &warning : report.report.warnings) {
             m_messages.add(report.instance, warning, QtWarningMsg);
         }
-        refreshAll(); // the proposal told the rest
+        refreshAll(); // scripts and their messages were shown with the proposal
     } else {
         m_messages.add(report);
         m_events.add(report);
@@ -257,8 +257,8 @@ void Workspace::takeTest(const RecordingReport &report)
 
 void Workspace::watch(const Document &document)
 {
-    // A file that was replaced is another one: it has to be named anew. One that is missing may
-    // appear in its folder.
+    // The watcher forgets a file that was replaced, so it is told again. For a missing file it
+    // watches the folder in which the file may appear.
     for (const QString &path : {document.treePath(), document.scriptPath()}) {
         const QFileInfo file(path);
         if (file.exists()) {

@@ -19,7 +19,7 @@
 
 /**
  * A project that is being edited: its instances, those of them that are open, and what happened to
- * them. It brings the documents and the worker together, and knows no window.
+ * them. It brings the documents and the worker together, and knows no widget.
  *
  * One open instance is the current one. Another one takes its place when it is opened; the one
  * before stays open only while something in it is unsaved.
@@ -29,7 +29,8 @@ class Workspace : public QObject
     Q_OBJECT
 
 public:
-    explicit Workspace(const Project &project);
+    /// @param reach of the scripts of dialogs
+    Workspace(const Project &project, DialogReach reach);
     ~Workspace() override;
 
     const Project &project() const { return m_project; }
@@ -65,7 +66,7 @@ public:
 
 Q_SIGNALS:
     void projectRead(const ProjectReport &report);
-    /// @param document null for none; the one before is gone when the control returns
+    /// @param document null for none; the one before is destroyed after this signal
     void currentChanged(Document *document);
     void eventFired(const EventReport &report);
     void saveEnded(const QString &instance, bool isSaved);
@@ -95,6 +96,6 @@ private:
     std::map<QString, std::unique_ptr<Document>> m_documents; ///< by instance
     Document *m_current = nullptr;
     QFileSystemWatcher m_watcher;
-    QTimer m_settling; ///< files that change are looked at when they have come to rest
-    ScriptThread m_scripts; ///< last: it ends before what it reports to
+    QTimer m_settling; ///< until files that change are looked at
+    ScriptThread m_scripts; ///< the last member: it ends before what it reports to
 };

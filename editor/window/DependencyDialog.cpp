@@ -66,7 +66,7 @@ DependencyDialog::DependencyDialog(const Project &project, const Labels &labels,
     resize(110 * character, (12 + qMin(rows, mostRows)) * fontMetrics().height());
 }
 
-/// @return how many rows it takes to show them all
+/// @return the number of rows
 int DependencyDialog::fillChanges(const Project &project, const DependencyReport &report)
 {
     int rows = 0;

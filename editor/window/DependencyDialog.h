@@ -8,8 +8,8 @@
 
 class Project;
 
-/// What dependency scripts change, per file and property, and how they fared; to be accepted or
-/// refused when it is not written yet.
+/// What dependency scripts change, per file and property, and what went wrong in them. The user
+/// accepts or refuses what is not written yet.
 class DependencyDialog : public QDialog
 {
     Q_OBJECT

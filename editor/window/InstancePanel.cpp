@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int s_expandedInstances = 200; // with more, the tree begins closed
+constexpr int s_expandedInstances = 200; // with more, the tree is collapsed at first
 
 } // namespace
 

@@ -7,7 +7,8 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 
-/// Edits a JSON value on many lines; it shows what is wrong while one types, and takes only JSON.
+/// Edits a JSON value on many lines; it shows what is wrong while the user types, and
+/// accepts only JSON.
 class JsonDialog : public QDialog
 {
     Q_OBJECT

@@ -3,7 +3,8 @@
 #include <QLineEdit>
 #include <QVariant>
 
-/// An editor for any JSON value, on one line; it shows what is wrong while one types.
+/// An editor for any JSON value, on one line; it shows what is wrong while the user
+/// types.
 class JsonLineEdit : public QLineEdit
 {
     Q_OBJECT

@@ -5,13 +5,13 @@
 class QAbstractItemModel;
 class QTreeView;
 
-/// A log beside the instance; it stays at its end while it grows.
+/// A log beside the instance. While it grows, it shows its end.
 class LogDock : public QDockWidget
 {
     Q_OBJECT
 
 public:
-    /// @param name under which the window keeps its place
+    /// @param name in the window's settings
     /// @param model outlives the dock
     LogDock(const QString &title, const QString &name, QAbstractItemModel &model, QWidget *parent);
 

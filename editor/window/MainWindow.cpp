@@ -31,8 +31,8 @@ QStringList languagesOf(const Project &project)
 
 } // namespace
 
-MainWindow::MainWindow(const Project &project, Settings settings)
-    : m_workspace(project)
+MainWindow::MainWindow(const Project &project, DialogReach reach, Settings settings)
+    : m_workspace(project, reach)
     , m_settings(settings)
     , m_instances(new InstancePanel(m_workspace.instances(), this))
     , m_nodes(new NodePanel(this))

@@ -23,7 +23,8 @@ public:
     enum class Settings { Kept, Ignored };
 
     /// @param settings whether the state of the window is restored now, and kept when it closes
-    MainWindow(const Project &project, Settings settings);
+    /// @param reach of the scripts of dialogs
+    MainWindow(const Project &project, DialogReach reach, Settings settings);
     ~MainWindow() override;
 
     /// Opens an instance as soon as the project is read.

@@ -27,7 +27,7 @@ public:
     NodeModel &model() { return m_model; }
     NodeView &view() { return *m_view; }
 
-    /// Ends editing in a field; what was entered counts.
+    /// Ends editing in a field, and takes what was entered.
     void commit();
 
     void focusErrors();

@@ -85,7 +85,7 @@ void NodeView::editLines(const QModelIndex &index, const QString &text)
                                       + index.data(NodeModel::KeyRole).toString(),
                                   text, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    // The tree may be read again meanwhile.
+    // A persistent index: the tree may be read again while the dialog is open.
     connect(dialog, &QDialog::accepted, this, [this, dialog, field = QPersistentModelIndex(index)] {
         if (!model()->setData(field, dialog->json())) {
             QApplication::beep();

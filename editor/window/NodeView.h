@@ -2,7 +2,7 @@
 
 #include <QTreeView>
 
-/// The fields of an instance. Editing begins in the column of the values, whichever is current.
+/// The fields of an instance. Whichever column is current, editing begins in that of the values.
 class NodeView : public QTreeView
 {
     Q_OBJECT
@@ -10,7 +10,7 @@ class NodeView : public QTreeView
 public:
     explicit NodeView(QWidget *parent = nullptr);
 
-    /// Expands a small tree whole, of a large one the first level, and fits the columns.
+    /// Expands a small tree wholly, a large one to its first level, and fits the columns.
     void showAll();
 
     /// Makes a field current and visible, and gives it the keyboard.

@@ -11,7 +11,7 @@ QPalette paletteOf(const QColor &window, const QColor &base, const QColor &text,
                    const QColor &highlight)
 {
     const QColor disabled = EditorColors::mixed(window, text, 0.45);
-    QPalette palette(window, window); // and the shades between
+    QPalette palette(window, window); // Qt derives the shades from these two
     palette.setColor(QPalette::Base, base);
     palette.setColor(QPalette::AlternateBase, EditorColors::mixed(base, window, 0.5));
     palette.setColor(QPalette::Text, text);

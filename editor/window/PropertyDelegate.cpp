@@ -58,7 +58,7 @@ QWidget *PropertyDelegate::createChoices(QWidget *parent, const QModelIndex &ind
         box->addItem(choice.text, choice.value);
     }
     const QVariant value = index.data(Qt::EditRole);
-    if (box->findData(value) < 0) { // what stands there is none of the choices
+    if (box->findData(value) < 0) { // the value is none of the choices
         box->insertItem(0, ValueText::toText(value), value);
     }
     connect(box, qOverload<int>(&QComboBox::activated), this, [this, box] {
@@ -68,7 +68,7 @@ QWidget *PropertyDelegate::createChoices(QWidget *parent, const QModelIndex &ind
     return box;
 }
 
-/// Editors are made by constant operations, but their commits are signals.
+/// Signals are not const, but the operations that create editors are.
 void PropertyDelegate::commit(QWidget *editor) const
 {
     Q_EMIT const_cast<PropertyDelegate *>(this)->commitData(editor);
@@ -83,7 +83,7 @@ void PropertyDelegate::setEditorData(QWidget *editor, const QModelIndex &index) 
     }
     const QLineEdit *line = lineOf(editor);
     if (!line || line->isModified()) {
-        return; // what is being entered is not overwritten by what a script writes
+        return; // a script's value does not overwrite what the user is typing
     }
     if (auto *number = qobject_cast<NumberEdit *>(editor)) {
         number->setNumber(value);

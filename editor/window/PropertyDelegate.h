@@ -4,10 +4,10 @@
 
 /**
  * Editors for values, by their type: a list of choices, a number, a text, JSON for everything else.
- * Truth values are check boxes of the view.
+ * The view itself shows true and false as check boxes.
  *
  * A value is committed with Enter, Tab, or when the field is left; a choice at once; a series of
- * steps of a number when it ends. Escape gives up.
+ * steps of a number when it ends. Escape discards what was entered.
  */
 class PropertyDelegate : public QStyledItemDelegate
 {
@@ -27,7 +27,7 @@ public:
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
 Q_SIGNALS:
-    /// JSON is to be edited with more room; its editor is closed.
+    /// The user wants to edit JSON on many lines; the editor in the view is closed.
     /// @param text as it was entered so far
     void linesRequested(const QModelIndex &index, const QString &text) const;
 

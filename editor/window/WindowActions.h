@@ -16,7 +16,7 @@ class WindowActions : public QObject
     Q_OBJECT
 
 public:
-    /// Adds the menus and the tool bar to @p window, which has its docks, and owns all this.
+    /// Adds menus and a tool bar to @p window, which owns all this, and already has its docks.
     /// @param languages that labels can be shown in
     WindowActions(QMainWindow &window, const QStringList &languages);
 

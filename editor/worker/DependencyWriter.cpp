@@ -25,7 +25,7 @@ DependencyReport DependencyWriter::write(const DependencyReport &proposal) const
 {
     DependencyReport report = proposal;
     report.kind = DependencyReport::Kind::Written;
-    report.report.warnings.clear(); // the proposal's
+    report.report.warnings.clear(); // they belong to the proposal
     const auto writer = TreeWriter::open(m_project, report.report.warnings, report.error);
     if (!writer) {
         return report;

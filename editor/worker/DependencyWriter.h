@@ -5,8 +5,8 @@
 class Project;
 class TreeWriter;
 
-/// Writes what dependency scripts would change, just as the user has seen it: all files or none,
-/// and none when a value is no longer the one that was shown as the old one.
+/// Writes what dependency scripts would change, just as the user has seen it: all files or none.
+/// None when a value has changed since it was shown as the old one.
 class DependencyWriter
 {
 public:

@@ -1,18 +1,12 @@
 #include "OpenInstance.h"
 
-#include "JavaScript/JavaScriptHandlerUiWrapper.h"
 #include "editor/worker/ScriptStopper.h"
-#include "editor/worker/TreeWriter.h"
 #include "filehost/FileTreeNode.h"
-#include "filehost/HostSession.h"
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
-#include "host/TextManager.h"
-#include "host/UnitManagerWrapper.h"
-#include "runner/RunRecorder.h"
+#include "runner/ProjectOpening.h"
 #include "runner/ScriptProbe.h"
-#include "runner/TreeUrls.h"
 
 #include <algorithm>
 
@@ -45,10 +39,10 @@ QByteArray textOf(const QString &filePath)
 
 } // namespace
 
-OpenInstance::OpenInstance(const Project &project, const TextManager &texts, ScriptStopper &stopper,
+OpenInstance::OpenInstance(const Project &project, DialogReach reach, ScriptStopper &stopper,
                            const QString &instance)
     : m_project(project)
-    , m_texts(texts)
+    , m_reach(reach)
     , m_stopper(stopper)
     , m_instance(instance)
 {
@@ -63,7 +57,7 @@ InstanceReport OpenInstance::open()
     report.treePath = m_project.treePath(FileTree::Kind::Configuration, m_instance);
     const QVector<PropertyChange> unsaved = changes();
     const QByteArray knownText = m_root ? m_root->tree().json().text() : QByteArray();
-    m_handler = nullptr;
+    m_session = nullptr;
     m_recording.restart();
     const bool isUsable = readTree(report);
     if (m_root) {
@@ -76,15 +70,9 @@ InstanceReport OpenInstance::open()
     if (!isUsable || !readScript(report)) {
         return report;
     }
-    {
-        const HostSession session(m_project.units());
-        m_units = std::make_unique<UnitManagerWrapper>(false, false);
-    }
-    m_handler = std::make_unique<JavaScriptHandlerUiWrapper>(*m_units, m_texts, nullptr);
-    report.onOpen = fire([this] {
-        initializeHandler(m_script.text);
-        m_handler->callFunctionOnOpen();
-    });
+    m_session = std::make_unique<DialogSession>(m_project, m_root, m_script, m_reach,
+                                                RunRecorder::Recording::Accesses, m_stopper);
+    report.onOpen = fire(QStringLiteral("onOpen"));
     return report;
 }
 
@@ -129,13 +117,6 @@ QString OpenInstance::scriptFile() const
     return m_project.relativePath(m_script.filePath);
 }
 
-/// @param script empty to keep the one that was evaluated
-void OpenInstance::initializeHandler(const QString &script)
-{
-    m_handler->initializeHandler(m_root, script,
-                                 TreeUrls(m_project).urlOf(m_root->tree().identity(), QString()));
-}
-
 /// Makes @p root the tree that is edited, with values that the file does not hold.
 void OpenInstance::bind(const QSharedPointer<FileTreeNode> &root,
                         const QVector<PropertyChange> &changes)
@@ -147,8 +128,8 @@ void OpenInstance::bind(const QSharedPointer<FileTreeNode> &root,
             node.staticCast<FileTreeNode>()->setProperty(change.key, change.newValue);
         }
     }
-    if (m_handler) {
-        initializeHandler(QString());
+    if (m_session) {
+        m_session->bind(m_root);
     }
 }
 
@@ -170,7 +151,7 @@ bool OpenInstance::isTreeStale() const
 bool OpenInstance::isScriptStale() const
 {
     const QString path = m_script.filePath;
-    return !path.isEmpty() && (!m_handler || QString::fromUtf8(textOf(path)) != m_script.text);
+    return !path.isEmpty() && (!m_session || QString::fromUtf8(textOf(path)) != m_script.text);
 }
 
 void OpenInstance::discardChanges()
@@ -183,15 +164,16 @@ EventReport OpenInstance::edit(const QString &path, const QString &key, const QV
     EventReport report;
     report.instance = m_instance;
     report.time = QDateTime::currentDateTime();
-    const auto node = m_root && m_handler ? m_root->getNode(path).staticCast<FileTreeNode>()
+    const auto node = m_root && m_session ? m_root->getNode(path).staticCast<FileTreeNode>()
                                           : QSharedPointer<FileTreeNode>();
     if (node.isNull()) {
         report.refusal = QStringLiteral("there is no node \"%1\"").arg(path);
         return report;
     }
     const QVariant oldValue = node->value(key);
-    const int status = node->setProperty(key, value);
+    const int status = m_session->edit({path, key, value});
     if (status != 0) {
+        m_session->takeReport(); // of nothing
         report.edits = {{path, key, value, oldValue}};
         report.refusal = status == 1 ? QStringLiteral("the value is equal already")
             : status == 2            ? QStringLiteral("\"%1\" is read-only").arg(key)
@@ -199,7 +181,7 @@ EventReport OpenInstance::edit(const QString &path, const QString &key, const QV
         return report;
     }
     const PropertyChange edit{path, key, oldValue, node->value(key)};
-    report = fire([this, &path] { m_handler->callFunctionOnValueChanged(path); });
+    report = fire(QStringLiteral("onValueChange"), path);
     report.edits = {edit};
     return report;
 }
@@ -228,17 +210,22 @@ SaveReport OpenInstance::save()
 {
     SaveReport report;
     report.instance = m_instance;
-    if (!m_root || !m_handler) {
+    if (!m_root || !m_session) {
         report.error = QStringLiteral("the instance cannot be used");
         return report;
     }
-    report.onOk = fire([this] { m_handler->callFunctionOnOk(); });
-    if (!report.onOk.run.succeeded || !report.onOk.run.errors.isEmpty() || !write(report)) {
+    const QDateTime time = QDateTime::currentDateTime();
+    const QVector<PropertyChange> before = changes();
+    m_session->fire(QStringLiteral("onOk"));
+    QStringList recoveries;
+    report.isSaved = m_session->isToBeSaved() && write(recoveries, report.error);
+    report.onOk = takeEvent(time, before);
+    report.onOk.warnings += recoveries;
+    if (!report.isSaved) {
         return report;
     }
     InstanceReport saved;
     saved.treePath = m_project.treePath(FileTree::Kind::Configuration, m_instance);
-    report.isSaved = true;
     m_recording.restart();
     if (readTree(saved)) {
         bind(m_root, {});
@@ -247,17 +234,17 @@ SaveReport OpenInstance::save()
     return report;
 }
 
-bool OpenInstance::write(SaveReport &report)
+/// Writes what the session changed, if anything.
+bool OpenInstance::write(QStringList &recoveries, QString &error)
 {
-    if (changes().isEmpty()) {
+    if (!m_session->isChanged()) {
         return true;
     }
-    const auto writer = TreeWriter::open(m_project, report.onOk.warnings, report.error);
-    if (!writer) {
-        return false;
-    }
-    writer->add(m_root);
-    return writer->commit(report.error);
+    Diagnostic diagnostic;
+    const auto lock = lockRecoveredProject(m_project, recoveries, diagnostic);
+    error = lock ? m_session->save(HostSession::Writing::Files)
+                 : m_project.relative(diagnostic).toString();
+    return error.isEmpty();
 }
 
 std::optional<QByteArray> OpenInstance::recordedTest(QString &error) const
@@ -266,7 +253,7 @@ std::optional<QByteArray> OpenInstance::recordedTest(QString &error) const
     if (!error.isEmpty()) {
         return std::nullopt;
     }
-    return m_recording.toTest(m_project, m_instance);
+    return m_recording.toTest(m_project, m_instance, m_reach);
 }
 
 QSharedPointer<FileTreeNode> OpenInstance::copyOfTree() const
@@ -278,23 +265,22 @@ QSharedPointer<FileTreeNode> OpenInstance::copyOfTree() const
     return FileTree::parse(m_root->text(), m_root->tree().identity(), error);
 }
 
-EventReport OpenInstance::fire(const std::function<void()> &event)
+EventReport OpenInstance::fire(const QString &function, const QString &argument)
+{
+    const QDateTime time = QDateTime::currentDateTime();
+    const QVector<PropertyChange> before = changes();
+    m_session->fire(function, argument);
+    return takeEvent(time, before);
+}
+
+/// What came of the event that was fired last.
+/// @param before what was changed when it was fired
+EventReport OpenInstance::takeEvent(const QDateTime &time, const QVector<PropertyChange> &before)
 {
     EventReport report;
     report.instance = m_instance;
-    report.time = QDateTime::currentDateTime();
-    const QVector<PropertyChange> before = changes();
-    HostSession session(m_project.units(), HostSession::Writing::Nothing);
-    RunRecorder recorder(m_project, RunRecorder::Recording::Accesses, m_stopper,
-                         [this](bool isInterrupted) { m_handler->setInterrupted(isInterrupted); });
-    recorder.setSubject(m_instance, scriptFile());
-    session.setObserver(&recorder);
-    m_handler->setRunObserver(&recorder);
-    event();
-    m_handler->setRunObserver(nullptr);
-    session.setObserver(nullptr);
-
-    const RunReport seen = recorder.takeReport();
+    report.time = time;
+    const RunReport seen = m_session->takeReport();
     report.warnings = seen.warnings;
     if (seen.runs.isEmpty()) {
         report.run.succeeded = true; // there is no script
@@ -303,7 +289,7 @@ EventReport OpenInstance::fire(const std::function<void()> &event)
     report.run = seen.runs.constLast();
     m_recording.add(report.run, before, changes());
     for (const TreeAccess &access : qAsConst(report.run.accesses)) {
-        if (access.isWrite()) {
+        if (access.isWrite() && access.isOfOwnCopy) {
             report.answers.append(access.change());
         }
     }

@@ -4,6 +4,7 @@
 #include "editor/data/SaveReport.h"
 #include "editor/worker/SessionRecording.h"
 #include "runner/DialogScript.h"
+#include "runner/run/DialogSession.h"
 
 #include <QByteArray>
 #include <QSharedPointer>
@@ -11,27 +12,23 @@
 #include <QVariant>
 #include <QVector>
 
-#include <functional>
 #include <memory>
 #include <optional>
 
 class FileTreeNode;
-class JavaScriptHandlerUiWrapper;
 class Project;
 class ScriptStopper;
-class TextManager;
-class UnitManagerWrapper;
 
 /**
- * An instance that the user edits, on the worker's thread: its tree, its user-interface script, and
- * the handler that brings them together.
+ * An instance that the user edits, on the worker's thread: its tree, and the dialog session that
+ * brings it together with its user-interface script.
  *
- * Each operation makes a HostSession: there must be none. Project, texts and stopper outlive it.
+ * Each operation makes a HostSession: there must be none. Project and stopper outlive it.
  */
 class OpenInstance
 {
 public:
-    OpenInstance(const Project &project, const TextManager &texts, ScriptStopper &stopper,
+    OpenInstance(const Project &project, DialogReach reach, ScriptStopper &stopper,
                  const QString &instance);
     ~OpenInstance();
 
@@ -70,20 +67,19 @@ private:
     bool readTree(InstanceReport &report);
     bool readScript(InstanceReport &report);
     QString scriptFile() const;
-    void initializeHandler(const QString &script);
     void bind(const QSharedPointer<FileTreeNode> &root, const QVector<PropertyChange> &changes);
     QVector<PropertyChange> changes() const;
-    EventReport fire(const std::function<void()> &event);
-    bool write(SaveReport &report);
+    EventReport fire(const QString &function, const QString &argument = QString());
+    EventReport takeEvent(const QDateTime &time, const QVector<PropertyChange> &before);
+    bool write(QStringList &recoveries, QString &error);
 
     const Project &m_project;
-    const TextManager &m_texts;
+    const DialogReach m_reach;
     ScriptStopper &m_stopper;
     const QString m_instance;
     DialogScript m_script;
     QSharedPointer<FileTreeNode> m_root; ///< null when the tree cannot be used
-    std::unique_ptr<UnitManagerWrapper> m_units;
-    std::unique_ptr<JavaScriptHandlerUiWrapper> m_handler; ///< null when the script cannot be used
+    std::unique_ptr<DialogSession> m_session; ///< null when tree or script cannot be used
     SessionRecording m_recording;
     bool m_isTreeWrong = false; ///< the file's, which could not be read again
 };

@@ -31,9 +31,9 @@ public:
     QString end() override;
 
 private:
-    mutable std::mutex m_mutex; ///< of all below
+    mutable std::mutex m_mutex; ///< guards all members below
     Interrupt m_interrupt; ///< of the run in progress; null for none
     QString m_function; ///< of the run in progress
-    bool m_isAtWork = false;
-    bool m_isStopped = false; ///< the task
+    bool m_isAtWork = false; ///< a task
+    bool m_isStopped = false; ///< the task at work
 };

@@ -8,9 +8,9 @@
 #include "runner/DependencyRun.h"
 #include "runner/run/InplaceRun.h"
 
-ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
+ScriptWorker::ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper)
     : m_project(project)
-    , m_texts(m_project.texts())
+    , m_reach(reach)
     , m_stopper(stopper)
 {
 }
@@ -33,7 +33,7 @@ ProjectReport ScriptWorker::readProject() const
 
 OpenInstance &ScriptWorker::instance(const QString &name)
 {
-    return m_instances.try_emplace(name, m_project, m_texts, m_stopper, name).first->second;
+    return m_instances.try_emplace(name, m_project, m_reach, m_stopper, name).first->second;
 }
 
 RefreshReport ScriptWorker::refresh(const QString &instance)
@@ -84,7 +84,7 @@ DependencyReport ScriptWorker::proposeDependencies(const QString &instance) cons
     return report;
 }
 
-/// A report of nothing yet, but for what makes the manifest useless.
+/// A report without runs; with an error when the manifest cannot be used.
 DependencyReport ScriptWorker::reportOf(DependencyReport::Kind kind, const QString &instance,
                                         const Manifest &manifest) const
 {

@@ -6,7 +6,7 @@
 #include "editor/data/RefreshReport.h"
 #include "editor/worker/OpenInstance.h"
 #include "filehost/Project.h"
-#include "host/TextManager.h"
+#include "runner/run/DialogReach.h"
 
 #include <QObject>
 #include <QString>
@@ -20,17 +20,19 @@ class ScriptStopper;
  * All that touches trees, scripts and files: it lives on a thread of its own, and so do the open
  * instances, their engines and the host's session. Results are plain data, for any thread.
  *
- * It is an object only in order that tasks can be sent to its thread.
+ * It is a QObject only because tasks are sent to its thread by way of one.
  */
 class ScriptWorker : public QObject
 {
 public:
+    /// @param reach of the scripts of dialogs
     /// @param stopper outlives the worker
-    ScriptWorker(const Project &project, ScriptStopper &stopper);
+    ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper);
 
     ProjectReport readProject() const;
 
-    /// Known from its first use until close(). It reads nothing before its open().
+    /// An instance by its name. It is made when it is asked for, stays until close(), and reads
+    /// nothing before its open().
     OpenInstance &instance(const QString &name);
     void close(const QString &instance) { m_instances.erase(instance); }
 
@@ -55,7 +57,7 @@ private:
                               const Manifest &manifest) const;
 
     const Project m_project;
-    const TextManager m_texts;
+    const DialogReach m_reach;
     ScriptStopper &m_stopper;
     std::map<QString, OpenInstance> m_instances;
 };

@@ -61,7 +61,8 @@ QString SessionRecording::error() const
     return m_events.isEmpty() ? QStringLiteral("there was no event yet") : m_error;
 }
 
-QByteArray SessionRecording::toTest(const Project &project, const QString &instance) const
+QByteArray SessionRecording::toTest(const Project &project, const QString &instance,
+                                    DialogReach reach) const
 {
-    return ScriptTestRecorder::record(project, instance, m_events, m_report);
+    return ScriptTestRecorder::record(project, instance, reach, m_events, m_report);
 }

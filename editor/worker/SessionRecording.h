@@ -27,7 +27,7 @@ public:
     /// Why these events make no test; empty when they do.
     QString error() const;
 
-    QByteArray toTest(const Project &project, const QString &instance) const;
+    QByteArray toTest(const Project &project, const QString &instance, DialogReach reach) const;
 
 private:
     QVector<EventRun::Edit> editsTo(const QVector<PropertyChange> &changes);

@@ -18,7 +18,7 @@ namespace {
 constexpr int s_shownLines = 3; ///< of each side of a difference
 constexpr int s_shownText = 200; ///< characters of a line
 
-/// The first lines of a step that are others than expected.
+/// The first lines of a step that are not as expected.
 QString differenceOf(const ScriptTestRun::Step &step)
 {
     const QList<QByteArray> expected = StepOutcome::toLines(step.expected);
@@ -52,7 +52,7 @@ RecordingReport TestWriter::write(const QString &filePath, const QByteArray &tex
     report.file = m_project.relativePath(filePath);
     Diagnostic error = ScriptTestRecorder::fileError(filePath);
     if (error.message.isEmpty()) {
-        QDir().mkpath(QFileInfo(filePath).path()); // without it, writing fails and says why
+        QDir().mkpath(QFileInfo(filePath).path()); // when this fails, so does writing, and says why
         TextFile::write(filePath, text, error);
     }
     if (error.message.isEmpty()) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The folder that the tree of an instance lies in, or in a folder below.
+/// The folder that the names of instances start from.
 QString folderOf(const FileTree::Identity &tree)
 {
     return tree.filePath.left(tree.filePath.lastIndexOf(QLatin1Char('/') + tree.instance));
@@ -42,7 +42,7 @@ TreeWriter::TreeWriter(const Project &project, std::unique_ptr<ProjectLock> lock
 
 void TreeWriter::add(const QSharedPointer<FileTreeNode> &root)
 {
-    // A failure makes the batch fail, which tells the reason.
+    // After a failure, the batch's commit fails, with the reason.
     const FileTree::Identity &tree = root->tree().identity();
     ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcessDescription(
         folderOf(tree), m_project.moduleName(), m_project.objectName(), tree.instance, root,

@@ -14,12 +14,12 @@
 class FileTreeNode;
 class Project;
 
-/// Writes trees that were read: all of them or none. It holds the right to write the project, and
-/// is a HostSession: there must be no other.
+/// Writes trees that were read: all of them or none. It locks the project and makes a
+/// HostSession, both as long as it lives: there must be no other.
 class TreeWriter
 {
 public:
-    /// @param recoveries gets a message for each project that was recovered before
+    /// @param recoveries gets a message for each project that had to be recovered first
     /// @return null, with @p error set, when the project cannot be written
     static std::unique_ptr<TreeWriter> open(const Project &project, QStringList &recoveries,
                                             QString &error);
@@ -34,7 +34,7 @@ private:
 
     const Project &m_project;
     const std::unique_ptr<ProjectLock> m_lock;
-    const SilentLog m_log; ///< the batch knows the reason, too
+    const SilentLog m_log; ///< the batch gives the same reasons
     HostSession m_session;
     FileBatch m_batch;
 };

@@ -103,7 +103,8 @@ Diagnostic ScriptTest::placeOfInstance(const QString &message) const
 void ScriptTest::read()
 {
     const QStringList known{QStringLiteral("description"), QStringLiteral("instance"),
-                            QStringLiteral("set"), QStringLiteral("steps")};
+                            QStringLiteral("reach"), QStringLiteral("set"),
+                            QStringLiteral("steps")};
     int steps = -1;
     const auto members = m_file.members();
     for (const auto &member : members) {
@@ -116,9 +117,12 @@ void ScriptTest::read()
             m_instanceElement = member.second;
             break;
         case 2:
-            m_settings = readSettings(member.second);
+            m_reach = readReach(member.second);
             break;
         case 3:
+            m_settings = readSettings(member.second);
+            break;
+        case 4:
             steps = member.second;
             break;
         default:
@@ -269,6 +273,18 @@ void ScriptTest::expectErrors(int element, bool isEvent)
     }
 }
 
+DialogReach ScriptTest::readReach(int element)
+{
+    const QString name = m_file.string(element);
+    const auto reach = dialogReachOf(name);
+    if (!reach && !m_file.hasFailed()) {
+        m_file.fail(
+            element,
+            QStringLiteral("expected %1, found \"%2\"").arg(quotedList(dialogReachNames()), name));
+    }
+    return reach.value_or(DialogReach::Instance);
+}
+
 QVector<ScriptTest::Setting> ScriptTest::readSettings(int element)
 {
     QVector<Setting> settings;
@@ -363,10 +379,15 @@ int ScriptTest::endOfLastMember(int object) const
     return end;
 }
 
-QByteArray ScriptTest::toText(const QString &instance, const QVector<Step> &steps)
+QByteArray ScriptTest::toText(const QString &instance, DialogReach reach,
+                              const QVector<Step> &steps)
 {
     const QByteArray inner("      ");
-    QByteArray text = "{\n  \"instance\": " + JsonValue::toText(instance) + ",\n  \"steps\": [";
+    QByteArray text = "{\n  \"instance\": " + JsonValue::toText(instance);
+    if (reach != DialogReach::Instance) {
+        text += ",\n  \"reach\": " + JsonValue::toText(nameOf(reach));
+    }
+    text += ",\n  \"steps\": [";
     for (int i = 0; i < steps.size(); ++i) {
         const Step &step = steps.at(i);
         text += i > 0 ? ",\n    {\n" : "\n    {\n";

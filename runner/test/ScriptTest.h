@@ -2,6 +2,7 @@
 
 #include "filehost/Diagnostic.h"
 #include "filehost/ProjectFile.h"
+#include "runner/run/DialogReach.h"
 
 #include <QByteArray>
 #include <QString>
@@ -57,6 +58,7 @@ public:
 
     QString description() const { return m_description; }
     QString instance() const { return m_instance; } ///< empty when there is none
+    DialogReach reach() const { return m_reach; } ///< of the dialogs' scripts
     const QVector<Setting> &settings() const { return m_settings; }
     const QVector<Step> &steps() const { return m_steps; }
 
@@ -70,13 +72,15 @@ public:
     QByteArray updated(const QVector<QVariantMap> &expected) const;
 
     /// The text of a new file.
-    static QByteArray toText(const QString &instance, const QVector<Step> &steps);
+    static QByteArray toText(const QString &instance, DialogReach reach,
+                             const QVector<Step> &steps);
 
 private:
     void read();
     void readStep(int element);
     void readExpected(int element, Step &step);
     void expectErrors(int element, bool isEvent);
+    DialogReach readReach(int element);
     QVector<Setting> readSettings(int element);
     QVector<int> elements(int array, const QString &expected);
     bool expect(int element, JsonText::Type type, const QString &expected);
@@ -87,6 +91,7 @@ private:
     QString m_description;
     QString m_instance;
     int m_instanceElement = 0;
+    DialogReach m_reach = DialogReach::Instance;
     QVector<Setting> m_settings;
     QVector<Step> m_steps;
 };

@@ -7,7 +7,7 @@
 
 namespace ScriptTestRecorder {
 
-QByteArray record(const Project &project, const QString &instance,
+QByteArray record(const Project &project, const QString &instance, DialogReach reach,
                   const QVector<EventRun::Event> &events, const RunReport &report)
 {
     const QVector<QVariantMap> outcomes = StepOutcome::ofDialog(project, instance, report);
@@ -23,7 +23,7 @@ QByteArray record(const Project &project, const QString &instance,
         step.expected = StepOutcome::recorded(outcomes.at(i));
         steps.append(step);
     }
-    return ScriptTest::toText(instance, steps);
+    return ScriptTest::toText(instance, reach, steps);
 }
 
 Diagnostic fileError(const QString &filePath)

@@ -17,7 +17,7 @@ namespace ScriptTestRecorder {
  * @param events of one dialog's life
  * @param report of these events, recorded with RunRecorder::Recording::Accesses
  */
-QByteArray record(const Project &project, const QString &instance,
+QByteArray record(const Project &project, const QString &instance, DialogReach reach,
                   const QVector<EventRun::Event> &events, const RunReport &report);
 
 /// Why no new test can be written to @p filePath; without a message when one can.

@@ -188,7 +188,7 @@ bool ScriptTestRun::runDialog(const ScriptTest &test, int begin, int end, Result
         }
         events.append(event);
     }
-    EventRun run(m_project, test.instance(), m_guard);
+    EventRun run(m_project, test.instance(), test.reach(), m_guard);
     run.setRecording(RunRecorder::Recording::Accesses);
     QString error;
     const auto report = run.run(events, writingBefore(test, end), error);

@@ -3,8 +3,8 @@
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
 #include "host/SelectorUrlHandler.h"
-#include "runner/EventRun.h"
 #include "runner/TreeUrls.h"
+#include "runner/run/DialogSession.h"
 #include "runner/test/JsonLines.h"
 
 #include <QSet>
@@ -346,7 +346,7 @@ QVector<QVariantMap> ofDialog(const Project &project, const QString &instance,
         addTexts(project, run, QString(), texts);
         if (isLast) { // what became known when the dialog was saved
             QStringList reasons = failuresOf(project, report);
-            if (!report.refusal.isEmpty() && EventRun::isToBeSaved(report.runs)) {
+            if (!report.refusal.isEmpty() && DialogSession::isToBeSaved(report.runs)) {
                 reasons.prepend(report.refusal);
             }
             outcome.insert(problems(), portableList(project, reasons));

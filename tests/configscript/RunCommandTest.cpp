@@ -647,11 +647,11 @@ void RunCommandTest::readsAndWritesOtherInstances()
                                          "%1 configuration/fuse.json\n"
                                          "  rating  10 -> 16\n");
     const Files before = folder.files();
-    COMPARE_RUN(runPump(folder, {QStringLiteral("onOpen")}), 0,
+    COMPARE_RUN(runPump(folder, words(QStringLiteral("onOpen --reach project"))), 0,
                 events + trees.arg(QStringLiteral("would change")) + s_notWritten, QString());
     COMPARE_FILES(folder.files(), before);
 
-    COMPARE_RUN(runPump(folder, words(QStringLiteral("onOpen --write"))), 0,
+    COMPARE_RUN(runPump(folder, words(QStringLiteral("onOpen --reach project --write"))), 0,
                 events + trees.arg(QStringLiteral("changed")), QString());
     const Files expected{
         {QStringLiteral("network/configuration/bus1.json"),
@@ -767,7 +767,10 @@ void RunCommandTest::savesNothingWhenAnEventFailed()
                        "         speed                                     1200 -> 1500\n"
                        "         ../network/configuration/bus1.json#:rate  19200 -> 9600\n");
     COMPARE_RUN(
-        runPump(folder, words(QStringLiteral("onOpen --event onOk --event onOpen --write"))), 1,
+        runPump(
+            folder,
+            words(QStringLiteral("onOpen --event onOk --event onOpen --reach project --write"))),
+        1,
         events + report + QStringLiteral("ok       onOpen  scripts/pump.js  # ms\n") + s_notSaved,
         QString());
     COMPARE_FILES(folder.files(), before);
@@ -788,7 +791,7 @@ void RunCommandTest::reportsAFileThatCannotBeWritten()
     Program program(folder.path());
     program.runWithoutPrivilege();
     const ProgramRun run =
-        program.run(words(QStringLiteral("run plant line1/pump onOpen --write")));
+        program.run(words(QStringLiteral("run plant line1/pump onOpen --reach project --write")));
     COMPARE_RUN(run, 1,
                 QStringLiteral("ok       onOpen  scripts/pump.js  # ms\n"
                                "         speed                                     1200 -> 1500\n"
@@ -827,7 +830,7 @@ void RunCommandTest::refusesToSaveOneInstanceTwice()
               "  api.setPropertyExtern(\"config://pumps/plant/line1/pump\", \"speed\", 1500);\n"
               "}\n");
     const Files before = folder.files();
-    const ProgramRun run = runPump(folder, words(options));
+    const ProgramRun run = runPump(folder, words(options + QStringLiteral(" --reach project")));
     QCOMPARE(run.errors,
              QStringLiteral("configscript: nothing is saved: the script wrote its own instance by "
                             "relative URL and, as another tree, by the absolute URL "
@@ -920,14 +923,18 @@ void RunCommandTest::reportsAsJson()
                      "milliseconds": "#" }
     })");
     const Files before = folder.files();
-    COMPARE_RUN(runPump(folder, words(QStringLiteral("onOpen --set motor:power=12.5 --json"))), 0,
-                expected, QString());
-    COMPARE_FILES(folder.files(), before);
     COMPARE_RUN(
-        runPump(folder, words(QStringLiteral("onOpen --set motor:power=12.5 --json --write"))), 0,
-        QString(expected).replace(QLatin1String("\"dryRun\": true"),
-                                  QLatin1String("\"dryRun\": false")),
-        QString());
+        runPump(folder,
+                words(QStringLiteral("onOpen --set motor:power=12.5 --reach project --json"))),
+        0, expected, QString());
+    COMPARE_FILES(folder.files(), before);
+    COMPARE_RUN(runPump(folder,
+                        words(QStringLiteral(
+                            "onOpen --set motor:power=12.5 --reach project --json --write"))),
+                0,
+                QString(expected).replace(QLatin1String("\"dryRun\": true"),
+                                          QLatin1String("\"dryRun\": false")),
+                QString());
     QCOMPARE(differingFiles(folder.files(), before).keys(),
              (QStringList{QStringLiteral("network/configuration/bus1.json"), s_treeFile}));
 }

@@ -60,6 +60,12 @@ QByteArray oneStep(const QByteArray &step)
     return "{\n  \"instance\": \"pump\",\n  \"steps\": [\n    " + step + "\n  ]\n}\n";
 }
 
+/// The same test, with dialogs whose scripts reach the whole project.
+QByteArray reachingTheProject(QByteArray test)
+{
+    return test.insert(1, " \"reach\": \"project\",");
+}
+
 ProgramRun runTests(const ScratchFolder &folder, const QString &options = QString())
 {
     return Program(folder.path()).run(words(QStringLiteral("test plant ") + options));
@@ -336,13 +342,15 @@ void TestCommandTest::failsForWhatIsNotExpected()
     folder.write(step.contains("resolve") ? QStringLiteral("plant/dependency/pump.js")
                                           : QStringLiteral("plant/scripts/pump.js"),
                  script);
-    folder.write(s_test, oneStep("{ " + step + " }"));
+    const auto write = [&folder](const QByteArray &text) {
+        folder.write(s_test, reachingTheProject(oneStep("{ " + text + " }")));
+    };
+    write(step);
     QCOMPARE(runTests(folder).exitCode, expected.isEmpty() ? 0 : 1);
-    folder.write(s_test, oneStep("{ " + step + ", \"expect\": { " + expected + " } }"));
+    write(step + ", \"expect\": { " + expected + " }");
     COMPARE_RUN(runTests(folder), 0, passed(QStringLiteral("ok     "), 1), QString());
-    folder.write(s_test,
-                 oneStep("{ " + step + ", \"expect\": { \"console\": [\"x\"]"
-                         + (expected.isEmpty() ? "" : ", ") + expected + " } }"));
+    write(step + ", \"expect\": { \"console\": [\"x\"]" + (expected.isEmpty() ? "" : ", ")
+          + expected + " }");
     QCOMPARE(runTests(folder).exitCode, 1);
 }
 
@@ -413,7 +421,7 @@ void TestCommandTest::setsValuesAsIfTheFilesHeldThem()
                  "    api.getPropertyExtern('process://pumps/plant/pump', 'max')]);\n"
                  "}\n");
     folder.write(s_test,
-                 "{ \"instance\": \"pump\",\n"
+                 "{ \"instance\": \"pump\", \"reach\": \"project\",\n"
                  "  \"set\": {\n"
                  "    \"\": { \"serial\": 8 },\n"
                  "    \"motor\": { \"power\": 1, \"new\": \"2\" },\n"
@@ -506,7 +514,7 @@ void TestCommandTest::tellsPathsFromTheProject()
                  "  api.getPropertyExtern('config://pumps/plant/broken', 'a');\n"
                  "  api.getPropertyExtern('config://pumps/network/broken', 'a');\n"
                  "}\n");
-    folder.write(s_test, oneStep("{ \"event\": \"onOpen\" }"));
+    folder.write(s_test, reachingTheProject(oneStep("{ \"event\": \"onOpen\" }")));
     QCOMPARE(runTests(folder, QStringLiteral("--update")).exitCode, 0);
     const QByteArray text = folder.files().value(s_test);
     QVERIFY2(text.contains("\"configuration/broken.json:1:2: expected")
@@ -557,7 +565,8 @@ void TestCommandTest::refusesABadFile_data()
     add("empty file", "", ":1:1: expected a value, found the end of the file");
     add("no object", "[]", ":1:1: expected an object, found an array");
     add("unknown member", "{ \"step\": [] }",
-        ":1:3: expected \"description\", \"instance\", \"set\" or \"steps\", found \"step\"");
+        ":1:3: expected \"description\", \"instance\", \"reach\", \"set\" or \"steps\", found "
+        "\"step\"");
     add("no steps", "{ \"instance\": \"pump\" }", ":1:1: expected a member \"steps\"");
     add("steps of another type", "{ \"steps\": {} }",
         ":1:12: expected an array of steps, found an object");
@@ -1076,13 +1085,13 @@ void TestCommandTest::recordsASessionThatPasses_data()
         "  api.setPropertyExtern('config://pumps/plant/feeder', 'load', load + 1);\n"
         "  api.setPropertyExtern('process://pumps/plant/pump', 'max', load);\n"
         "}",
-        "onOk --event onOk", 0);
+        "onOk --event onOk --reach project", 0);
     add("two trees of one file",
         "function onOk(api) {\n"
         "  api.setProperty('motor', 'power', 1);\n"
         "  api.setPropertyExtern('config://pumps/plant/pump#motor', 'power', 2);\n"
         "}",
-        "onOk", 1);
+        "onOk --reach project", 1);
     add("missing property", "function onOpen(api) { api.getProperty('motor', 'none'); }", "onOpen",
         0);
     add("write before a read",
@@ -1105,6 +1114,12 @@ void TestCommandTest::recordsASessionThatPasses_data()
         "function onOpen(api) {\n"
         "  api.getPropertyExtern('config://pumps/plant/none', 'a');\n"
         "  console.log(api.getHostTypeName());\n"
+        "}",
+        "onOpen --reach project", 0);
+    add("absolute URLs that lead nowhere",
+        "function onOpen(api) {\n"
+        "  api.setProperty('', 'seen', api.getPropertyExtern('config://pumps/plant/feeder', "
+        "'load') !== undefined);\n"
         "}",
         "onOpen", 0);
     add("argument", "function onValueChange(api, url) { api.setError(url, url); }",

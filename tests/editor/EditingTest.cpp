@@ -24,6 +24,8 @@
 #include <QTest>
 #include <QTimer>
 
+Q_DECLARE_METATYPE(DialogReach)
+
 namespace {
 
 const QString s_pump = QStringLiteral("line1/pump1");
@@ -93,11 +95,13 @@ QByteArray recordedByCommand(const EditorSession &session, const QVector<EventRu
     const auto project =
         Project::open(session.folder().path(QStringLiteral("pump-station")), diagnostic);
     ScriptStopper guard;
-    EventRun run(*project, s_pump, guard);
+    EventRun run(*project, s_pump, DialogReach::Instance, guard);
     run.setRecording(RunRecorder::Recording::Accesses);
     QString error;
     const auto report = run.run(events, HostSession::Writing::Nothing, error);
-    return report ? ScriptTestRecorder::record(*project, s_pump, events, *report) : error.toUtf8();
+    return report
+        ? ScriptTestRecorder::record(*project, s_pump, DialogReach::Instance, events, *report)
+        : error.toUtf8();
 }
 
 /// Whether the command finds that the recorded test passes.
@@ -159,7 +163,9 @@ private Q_SLOTS:
     void recordsAnewAfterASave();
     void recordsNothingThatATestCannotDo();
     void tellsWhereARecordedTestFails();
-    void tellsThatAScriptReachesMoreInATest();
+    void recordsATestThatReachesWhatTheDialogReached_data();
+    void recordsATestThatReachesWhatTheDialogReached();
+    void savesWhatAScriptWroteIntoOtherInstances();
     void showsAnExceptionOnceWithFileAndLine();
     void recordsExceptions();
 };
@@ -912,20 +918,62 @@ void EditingTest::tellsWhereARecordedTestFails()
     QVERIFY(!passes(session));
 }
 
-void EditingTest::tellsThatAScriptReachesMoreInATest()
+void EditingTest::recordsATestThatReachesWhatTheDialogReached_data()
 {
-    EditorSession session;
+    QTest::addColumn<DialogReach>("reach");
+    QTest::addColumn<bool>("isRead");
+
+    QTest::newRow("instance") << DialogReach::Instance << false;
+    QTest::newRow("project") << DialogReach::Project << true;
+}
+
+void EditingTest::recordsATestThatReachesWhatTheDialogReached()
+{
+    QFETCH(const DialogReach, reach);
+    QFETCH(const bool, isRead);
+
+    EditorSession session(QStringLiteral("pump-station"), reach);
     session.folder().write(QStringLiteral("pump-station/scripts/pump.js"),
                            "function onOpen(api) {\n"
-                           "  api.getPropertyExtern('config://pumps/station/site', 'note');\n"
-                           "}\n");
+                           "  const name = api.getPropertyExtern('config://pumps/station/line1',\n"
+                           "                                     'dependencyFileExtern');\n"
+                           "  api.setProperty('', 'lineIsKnown', name === 'line.js');\n"
+                           "}\n"
+                           "function onOk(api) { return !api.getProperty('', 'lineIsKnown'); }\n");
     QVERIFY(session.open(s_pump));
     QVERIFY(record(session));
-    const QString notice = session.document().notice();
-    QVERIFY2(notice.startsWith(
-                 QStringLiteral("Recorded tests/line1-pump1.test.json, but it fails when replayed: "
-                                "step 1, onOpen\n")),
-             qPrintable(notice));
+    QCOMPARE(session.window().statusBar()->currentMessage(),
+             QStringLiteral("Recorded tests/line1-pump1.test.json: it passes when replayed."));
+    QVERIFY(passes(session));
+    const QByteArray text = session.folder().files().value(s_test);
+    QCOMPARE(text.contains("\"lineIsKnown\": true"), isRead);
+    QCOMPARE(text.contains("\"reach\": \"project\""), isRead);
+}
+
+void EditingTest::savesWhatAScriptWroteIntoOtherInstances()
+{
+    EditorSession session(QStringLiteral("pump-station"), DialogReach::Project);
+    session.folder().write(
+        QStringLiteral("pump-station/scripts/pump.js"),
+        "const line = 'config://pumps/station/line1';\n"
+        "function onOpen() {}\n"
+        "function onOk(api) {\n"
+        "  api.setPropertyExtern(line, 'saves', (api.getPropertyExtern(line, 'saves') || 0) + 1);\n"
+        "}\n");
+    QVERIFY(session.open(s_pump));
+    QCOMPARE(session.stored(QStringLiteral("line1"), QString(), QStringLiteral("saves")),
+             QVariant());
+    for (const double saves : {1., 2.}) {
+        QVERIFY(change(session, int(15 + saves)));
+        QVERIFY(session.press(QStringLiteral("Save")));
+        if (DependencyDialog *dialog = session.window().dependencyDialog()) {
+            dialog->reject();
+            QVERIFY(session.settle());
+        }
+        QCOMPARE(session.stored(QStringLiteral("line1"), QString(), QStringLiteral("saves")),
+                 QVariant(saves));
+        QVERIFY(!session.document().isUnsaved());
+    }
 }
 
 void EditingTest::showsAnExceptionOnceWithFileAndLine()

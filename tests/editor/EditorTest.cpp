@@ -10,12 +10,12 @@
 
 #include <algorithm>
 
-EditorSession::EditorSession(const QString &project)
+EditorSession::EditorSession(const QString &project, DialogReach reach)
 {
     m_folder.copyExamples();
     m_projectPath = m_folder.path(project);
     Diagnostic error;
-    m_window = std::make_unique<MainWindow>(*Project::open(m_projectPath, error),
+    m_window = std::make_unique<MainWindow>(*Project::open(m_projectPath, error), reach,
                                             MainWindow::Settings::Ignored);
     m_window->show();
 }

@@ -14,7 +14,8 @@
 class EditorSession
 {
 public:
-    explicit EditorSession(const QString &project = QStringLiteral("pump-station"));
+    explicit EditorSession(const QString &project = QStringLiteral("pump-station"),
+                           DialogReach reach = DialogReach::Instance);
 
     const ScratchFolder &folder() const { return m_folder; }
     MainWindow &window() { return *m_window; }

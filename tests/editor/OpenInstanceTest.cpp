@@ -3,7 +3,6 @@
 #include "editor/worker/ScriptStopper.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
-#include "host/TextManager.h"
 #include "support/StrictTest.h"
 
 #include <QTest>
@@ -49,8 +48,8 @@ public:
         m_folder.write(s_scriptFile, s_script);
         Diagnostic error;
         m_project = Project::open(m_folder.path(QStringLiteral("plant")), error);
-        m_texts = std::make_unique<TextManager>(m_project->texts());
-        m_instance = std::make_unique<OpenInstance>(*m_project, *m_texts, m_stopper, s_pump);
+        m_instance =
+            std::make_unique<OpenInstance>(*m_project, DialogReach::Instance, m_stopper, s_pump);
     }
 
     const ScratchFolder &folder() const { return m_folder; }
@@ -72,7 +71,6 @@ public:
 private:
     ScratchFolder m_folder;
     std::optional<Project> m_project;
-    std::unique_ptr<TextManager> m_texts;
     ScriptStopper m_stopper;
     std::unique_ptr<OpenInstance> m_instance;
 };

@@ -38,7 +38,7 @@ std::optional<Project> openPlant(const QString &folder)
 int leaveAnEndlessScript(const QString &folder)
 {
     const auto project = openPlant(folder);
-    ScriptThread scripts(*project);
+    ScriptThread scripts(*project, DialogReach::Instance);
     QObject receiver;
     scripts.run([](ScriptWorker &worker) { return worker.instance(s_pump).open(); }, &receiver,
                 [](const InstanceReport &) {});
@@ -68,7 +68,7 @@ void ScriptThreadTest::handsTheResultToTheReceiversThread()
 {
     ScratchFolder folder;
     folder.makePlant();
-    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))));
+    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))), DialogReach::Instance);
     QObject receiver;
     QThread *taskThread = nullptr;
     QThread *thenThread = nullptr;
@@ -94,7 +94,7 @@ void ScriptThreadTest::runsTasksOneAfterTheOther()
 {
     ScratchFolder folder;
     folder.makePlant();
-    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))));
+    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))), DialogReach::Instance);
     QObject receiver;
     QStringList order;
     scripts.run([](ScriptWorker &) { return QStringLiteral("first"); }, &receiver,
@@ -116,7 +116,7 @@ void ScriptThreadTest::dropsTheResultOfAReceiverThatIsGone()
 {
     ScratchFolder folder;
     folder.makePlant();
-    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))));
+    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))), DialogReach::Instance);
     auto receiver = std::make_unique<QObject>();
     std::atomic_bool hasRun{false};
     bool hasAnswered = false;
@@ -136,7 +136,7 @@ void ScriptThreadTest::tellsWhenItIsBusyAndSlow()
 {
     ScratchFolder folder;
     folder.makePlant();
-    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))));
+    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))), DialogReach::Instance);
     const QSignalSpy busy(&scripts, &ScriptThread::busyChanged);
     const QSignalSpy slow(&scripts, &ScriptThread::becameSlow);
     std::atomic_bool isReleased{false};
@@ -160,7 +160,7 @@ void ScriptThreadTest::stopsTheScriptAtWork()
 {
     ScratchFolder folder;
     writeDialog(folder, "function onOpen() { while (true) {} }\n");
-    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))));
+    ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))), DialogReach::Instance);
     QObject receiver;
     InstanceReport report;
     scripts.run([](ScriptWorker &worker) { return worker.instance(s_pump).open(); }, &receiver,
@@ -181,7 +181,8 @@ void ScriptThreadTest::doesWhatIsToBeDoneBeforeItEnds()
     writeDialog(folder, "function onOpen() { while (true) {} }\n");
     const QString file = folder.path(QStringLiteral("written"));
     {
-        ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))));
+        ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))),
+                             DialogReach::Instance);
         scripts.run([](ScriptWorker &worker) { worker.instance(s_pump).open(); });
         scripts.run([file](ScriptWorker &) { QFile(file).open(QIODevice::WriteOnly); });
     }
@@ -194,7 +195,8 @@ void ScriptThreadTest::stopsScriptsBeforeItEnds()
     writeDialog(folder, "function onOpen() { while (true) {} }\n");
     QElapsedTimer time;
     {
-        ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))));
+        ScriptThread scripts(*openPlant(folder.path(QStringLiteral("plant"))),
+                             DialogReach::Instance);
         scripts.run([](ScriptWorker &worker) { worker.instance(s_pump).open(); });
         QTest::qWait(100);
         time.start();

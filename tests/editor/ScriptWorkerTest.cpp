@@ -25,7 +25,7 @@ public:
         m_folder.makePlant();
         Diagnostic error;
         m_project = Project::open(m_folder.path(QStringLiteral("plant")), error);
-        m_worker = std::make_unique<ScriptWorker>(*m_project, m_stopper);
+        m_worker = std::make_unique<ScriptWorker>(*m_project, DialogReach::Instance, m_stopper);
     }
 
     const ScratchFolder &folder() const { return m_folder; }

@@ -33,7 +33,7 @@ public:
                        "function onOk(api) { return api.getProperty('', 'speed') < 9000; }\n");
         Diagnostic error;
         m_workspace = std::make_unique<Workspace>(
-            *Project::open(m_folder.path(QStringLiteral("plant")), error));
+            *Project::open(m_folder.path(QStringLiteral("plant")), error), DialogReach::Instance);
     }
 
     const ScratchFolder &folder() const { return m_folder; }

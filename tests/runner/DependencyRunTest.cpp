@@ -3,22 +3,12 @@
 #include "filehost/JsonValue.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "runner/ScriptGuard.h"
+#include "runner/NoGuard.h"
 #include "support/StrictTest.h"
 
 #include <QTest>
 
 namespace {
-
-/// Lets every script run.
-class NoGuard : public ScriptGuard
-{
-public:
-    void begin(const Subject & /*subject*/, const Interrupt & /*interrupt*/) override { }
-    void apiCalled(const QByteArray & /*operation*/, const QStringList & /*texts*/) override { }
-    bool hasInterrupted() override { return false; }
-    QString end() override { return QString(); }
-};
 
 QString valueText(const QVariant &value)
 {
