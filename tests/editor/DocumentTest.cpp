@@ -22,7 +22,7 @@ QSharedPointer<FileTreeNode> tree()
                            {}, error);
 }
 
-EventReport event(const QString &function, const QString &argument = QString())
+EventReport eventReport(const QString &function, const QString &argument = QString())
 {
     EventReport report;
     report.instance = s_pump;
@@ -46,14 +46,14 @@ InstanceReport opened()
     InstanceReport report;
     report.instance = s_pump;
     report.snapshot = InstanceSnapshot(*tree());
-    report.onOpen = event(QStringLiteral("onOpen"));
+    report.onOpen = eventReport(QStringLiteral("onOpen"));
     return report;
 }
 
 /// The worker's report of an edit of the motor's value, which the script answers with a loss.
 EventReport edited(int oldValue, int newValue)
 {
-    EventReport report = event(s_onValueChange, s_motor);
+    EventReport report = eventReport(s_onValueChange, s_motor);
     report.edits = {{s_motor, s_value, oldValue, newValue}};
     report.answers = {{s_motor, s_loss, oldValue / 10, newValue / 10}};
     return report;
@@ -236,20 +236,20 @@ void DocumentTest::keepsErrorsOfOtherNodes()
     const QString text = QStringLiteral("wrong");
     Document document(s_pump);
     document.takeReport(opened());
-    EventReport report = event(s_onValueChange, s_motor);
+    EventReport report = eventReport(s_onValueChange, s_motor);
     report.run.errors = {errorAt(s_motor, text), errorAt(pipe, text)};
     document.takeReport(report);
-    report = event(s_onValueChange, tank);
+    report = eventReport(s_onValueChange, tank);
     report.run.errors = {errorAt(tank, text)};
     document.takeReport(report);
     QCOMPARE(textsOf(document.errors()),
              (QStringList{QStringLiteral("motor wrong"), QStringLiteral("pipe wrong"),
                           QStringLiteral("tank wrong")}));
     // What a node's last event reported goes with its next one, wherever it was.
-    document.takeReport(event(s_onValueChange, s_motor));
+    document.takeReport(eventReport(s_onValueChange, s_motor));
     QCOMPARE(textsOf(document.errors()), QStringList{QStringLiteral("tank wrong")});
     // The other events look at all nodes.
-    report = event(QStringLiteral("onOk"));
+    report = eventReport(QStringLiteral("onOk"));
     report.run.errors = {errorAt(pipe, text)};
     document.takeReport(report);
     QCOMPARE(textsOf(document.errors()), QStringList{QStringLiteral("pipe wrong")});
@@ -259,18 +259,18 @@ void DocumentTest::tellsWhyAnEventFailed()
 {
     Document document(s_pump);
     document.takeReport(opened());
-    EventReport report = event(s_onValueChange, s_motor);
+    EventReport report = eventReport(s_onValueChange, s_motor);
     report.run.succeeded = false;
     document.takeReport(report);
     QCOMPARE(document.notice(), QStringLiteral("onValueChange failed."));
     report.run.exceptions = {{3, QStringLiteral("RangeError: far"), true}};
     document.takeReport(report);
     QCOMPARE(document.notice(), QStringLiteral("RangeError: far."));
-    document.takeReport(event(s_onValueChange, s_motor));
+    document.takeReport(eventReport(s_onValueChange, s_motor));
     QCOMPARE(document.notice(), QString());
     // An offer to reload stays.
     document.setNotice(QStringLiteral("The file has changed."), true);
-    document.takeReport(event(s_onValueChange, s_motor));
+    document.takeReport(eventReport(s_onValueChange, s_motor));
     QCOMPARE(document.notice(), QStringLiteral("The file has changed."));
     QVERIFY(document.offersReload());
 }
@@ -307,7 +307,7 @@ void DocumentTest::tellsWhyItIsNotSaved()
     SaveReport report;
     report.instance = s_pump;
     report.error = error;
-    report.onOk = event(QStringLiteral("onOk"));
+    report.onOk = eventReport(QStringLiteral("onOk"));
     report.onOk.run.succeeded = !error.isEmpty();
     if (!exception.isEmpty()) {
         report.onOk.run.exceptions = {{1, exception, true}};
@@ -316,7 +316,7 @@ void DocumentTest::tellsWhyItIsNotSaved()
         report.onOk.run.errors = {errorAt(s_motor, reported)};
     }
     if (!warning.isEmpty()) {
-        report.onOk.run.warnings = {warning};
+        report.onOk.run.warnings = QStringList{warning};
     }
     document.takeReport(report);
     QCOMPARE(document.notice(), notice);
@@ -332,7 +332,7 @@ void DocumentTest::isCleanWhenItIsSaved()
     SaveReport report;
     report.instance = s_pump;
     report.isSaved = true;
-    report.onOk = event(QStringLiteral("onOk"));
+    report.onOk = eventReport(QStringLiteral("onOk"));
     report.snapshot = InstanceSnapshot(*tree());
     document.takeReport(report);
     QVERIFY(!document.isUnsaved());
@@ -366,7 +366,7 @@ void DocumentTest::ignoresWhatHasNoNode()
     Document document(s_pump);
     document.takeReport(opened());
     const QSignalSpy wrote(&document, &Document::scriptWrote);
-    EventReport report = event(s_onValueChange, s_motor);
+    EventReport report = eventReport(s_onValueChange, s_motor);
     report.answers = {{QStringLiteral("gear"), s_value, 1, 2}};
     document.takeReport(report);
     QCOMPARE(wrote.size(), 0);
