@@ -196,6 +196,14 @@ void Workspace::reload(const QString &instance, bool keepsChanges)
         reloaded, [=](const InstanceReport &report) { takeOpened(*reloaded, report); });
 }
 
+void Workspace::setReach(DialogReach reach)
+{
+    m_scripts.run([reach](ScriptWorker &worker) { worker.setReach(reach); });
+    for (const auto &entry : m_documents) {
+        reload(entry.first, true);
+    }
+}
+
 void Workspace::previewDependencies(const QString &instance)
 {
     m_scripts.run([instance](ScriptWorker &worker) { return worker.previewDependencies(instance); },

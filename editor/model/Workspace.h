@@ -57,6 +57,9 @@ public:
     /// Reads an open instance and its script again.
     void reload(const QString &instance, bool keepsChanges);
 
+    /// Lets the scripts of dialogs reach more, or less, and opens the dialogs anew; changes stay.
+    void setReach(DialogReach reach);
+
     void previewDependencies(const QString &instance);
     void proposeDependencies(const QString &instance);
     void writeDependencies(const DependencyReport &proposal);

@@ -42,8 +42,9 @@ MainWindow::MainWindow(const Project &project, DialogReach reach, Settings setti
     setCentralWidget(m_nodes);
     m_actions = new WindowActions(*this, languagesOf(project));
     setStatusBar(m_state);
-    connectActions();
     connectWorkspace();
+    m_actions->reachProject->setChecked(reach == DialogReach::Project);
+    connectActions();
     setLanguage(project.language());
     if (settings == Settings::Kept) {
         restoreSettings();
@@ -114,6 +115,10 @@ void MainWindow::connectActions()
     when(m_actions->goToFields, [this] { m_nodes->view().setFocus(Qt::ShortcutFocusReason); });
     when(m_actions->goToErrors, [this] { m_nodes->focusErrors(); });
     connect(m_actions->showEverything, &QAction::toggled, m_nodes, &NodePanel::setShowsEverything);
+    connect(m_actions->reachProject, &QAction::toggled, this, [this](bool reachesProject) {
+        m_nodes->commit();
+        m_workspace.setReach(reachesProject ? DialogReach::Project : DialogReach::Instance);
+    });
     connect(m_state, &StateBar::stopRequested, m_actions->stop, &QAction::trigger);
     connect(m_actions, &WindowActions::languageChosen, this, &MainWindow::setLanguage);
 }

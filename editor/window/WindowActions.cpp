@@ -77,6 +77,10 @@ void WindowActions::createScriptMenu()
                   tr("Run the dependency scripts of the saved instance, and propose what they "
                      "change"));
     menu.addSeparator();
+    reachProject = add(menu, tr("Dialogs Reach the Whole Pro&ject"), QKeySequence(),
+                       tr("Absolute URLs in the scripts of dialogs lead to other instances, which "
+                          "they do not in a product's dialogs"));
+    reachProject->setCheckable(true);
     record = add(menu, tr("R&ecord Test..."), QKeySequence(),
                  tr("Write what happened since the instance was read or saved as a test of its "
                     "script"));

@@ -34,6 +34,7 @@ public:
     QAction *redo;
     QAction *preview;
     QAction *resolve;
+    QAction *reachProject;
     QAction *record;
     QAction *stop;
     QAction *goToInstances;

@@ -36,6 +36,9 @@ public:
     /// still a node for it.
     InstanceReport open();
 
+    /// What the script reaches from the next open() on.
+    void setReach(DialogReach reach) { m_reach = reach; }
+
     /// Forgets what was changed and not saved.
     void discardChanges();
 
@@ -74,7 +77,7 @@ private:
     bool write(QStringList &recoveries, QString &error);
 
     const Project &m_project;
-    const DialogReach m_reach;
+    DialogReach m_reach;
     ScriptStopper &m_stopper;
     const QString m_instance;
     DialogScript m_script;

@@ -36,6 +36,14 @@ OpenInstance &ScriptWorker::instance(const QString &name)
     return m_instances.try_emplace(name, m_project, m_reach, m_stopper, name).first->second;
 }
 
+void ScriptWorker::setReach(DialogReach reach)
+{
+    m_reach = reach;
+    for (auto &entry : m_instances) {
+        entry.second.setReach(reach);
+    }
+}
+
 RefreshReport ScriptWorker::refresh(const QString &instance)
 {
     OpenInstance &known = this->instance(instance);

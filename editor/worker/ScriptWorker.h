@@ -36,6 +36,9 @@ public:
     OpenInstance &instance(const QString &name);
     void close(const QString &instance) { m_instances.erase(instance); }
 
+    /// What the scripts of dialogs reach, in open instances from their next open() on.
+    void setReach(DialogReach reach);
+
     /// Reads an open instance again if one of its files has changed; not when its tree has, and
     /// something in it is unsaved.
     RefreshReport refresh(const QString &instance);
@@ -57,7 +60,7 @@ private:
                               const Manifest &manifest) const;
 
     const Project m_project;
-    const DialogReach m_reach;
+    DialogReach m_reach;
     ScriptStopper &m_stopper;
     std::map<QString, OpenInstance> m_instances;
 };

@@ -79,6 +79,7 @@ private Q_SLOTS:
     void writesWhatWasProposed();
     void previewsTheUnsavedTree();
     void reloadsKeepingChangesOrNot();
+    void opensDialogsAnewWithAnotherReach();
     void readsAFileThatChanged();
     void offersToReloadAFileThatChangedUnderUnsavedWork();
     void tellsWhatIsWrongInItsMessages();
@@ -237,6 +238,34 @@ void WorkspaceTest::reloadsKeepingChangesOrNot()
     plant->reload(s_pump, false);
     QVERIFY(plant.settle());
     QVERIFY(!plant->current()->isUnsaved());
+}
+
+void WorkspaceTest::opensDialogsAnewWithAnotherReach()
+{
+    Plant plant;
+    plant.folder().write(
+        QStringLiteral("plant/scripts/dialog.js"),
+        "function onOpen(api) {\n"
+        "  const valve = 'config://pumps/plant/valve';\n"
+        "  api.setProperty('', 'reaches', api.getPropertyExtern(valve, 'speed') > 0);\n"
+        "}\n"
+        "function onValueChange() {}\n");
+    const auto reaches = [&plant] {
+        return plant->current()->snapshot().node(0).value(QStringLiteral("reaches"));
+    };
+    QVERIFY(plant.edit(1300));
+    QCOMPARE(reaches(), QVariant(false));
+    plant->setReach(DialogReach::Project);
+    QVERIFY(plant.settle());
+    QCOMPARE(reaches(), QVariant(true));
+    QCOMPARE(plant->current()->snapshot().node(0).value(s_speed), QVariant(1300));
+    plant->open(s_valve);
+    QVERIFY(plant.settle());
+    plant->reload(s_pump, false); // still there, because it is unsaved
+    plant->setReach(DialogReach::Instance);
+    plant->open(s_pump);
+    QVERIFY(plant.settle());
+    QCOMPARE(reaches(), QVariant(false));
 }
 
 void WorkspaceTest::readsAFileThatChanged()
