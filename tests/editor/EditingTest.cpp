@@ -1,11 +1,11 @@
 #include "configscript/ProgramRun.h"
-#include "editor/DependencyDialog.h"
 #include "editor/EditorTest.h"
-#include "editor/JsonDialog.h"
-#include "editor/NodeModel.h"
-#include "editor/NodePanel.h"
-#include "editor/NodeView.h"
-#include "editor/ScriptStopper.h"
+#include "editor/model/NodeModel.h"
+#include "editor/window/DependencyDialog.h"
+#include "editor/window/JsonDialog.h"
+#include "editor/window/NodePanel.h"
+#include "editor/window/NodeView.h"
+#include "editor/worker/ScriptStopper.h"
 #include "runner/run/EventRun.h"
 #include "runner/run/ScratchCopy.h"
 #include "runner/scripttest/ScriptTestRecorder.h"
@@ -59,23 +59,25 @@ const QByteArray s_throwing("function onOpen() {}\n"
                             "  throw new RangeError('far');\n"
                             "}\n");
 
-/// Takes the file that the next dialog offers.
-void acceptNextFile()
+/// Takes the file that the next dialog offers, or leaves the dialog without one.
+void answerNextFile(QDialog::DialogCode answer)
 {
-    QTimer::singleShot(0, qApp, [] {
+    QTimer::singleShot(0, qApp, [answer] {
         auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
         if (!dialog) {
-            acceptNextFile(); // not there yet
-            return;
+            answerNextFile(answer); // not there yet
+        } else if (answer == QDialog::Accepted) {
+            static_cast<QDialog *>(dialog)->accept();
+        } else {
+            dialog->reject();
         }
-        static_cast<QDialog *>(dialog)->accept();
     });
 }
 
 /// Records a test with the menu.
-bool record(EditorSession &session)
+bool record(EditorSession &session, QDialog::DialogCode answer = QDialog::Accepted)
 {
-    acceptNextFile();
+    answerNextFile(answer);
     return session.press(QStringLiteral("Record Test..."));
 }
 
@@ -157,6 +159,7 @@ private Q_SLOTS:
     void doesNotOverwriteWhatTheUserTypesWithWhatAScriptWrites();
     void recordsASessionAsTheCommandDoes();
     void recordsWhatWasUndoneAndKeptAsEdits();
+    void makesTheFolderOfTheTestsForATestOnly();
     void recordsAnewAfterASave();
     void recordsNothingThatATestCannotDo();
     void tellsWhereARecordedTestFails();
@@ -185,10 +188,10 @@ void EditingTest::showsTheScriptsAnswerAndTheErrorAtItsField()
     QCOMPARE(session.shown(s_ratedPower, NodeModel::RemarkColumn),
              QStringLiteral("The value is above the maximum. (90)"));
     NodeModel &model = session.window().nodePanel().model();
-    QCOMPARE(model.indexOf(s_ratedPower).data(NodeModel::MarkRole).value<NodeModel::Mark>(),
-             NodeModel::Mark::ByUser);
-    QCOMPARE(model.indexOf(s_inputPower).data(NodeModel::MarkRole).value<NodeModel::Mark>(),
-             NodeModel::Mark::ByScript);
+    QCOMPARE(model.indexOf(s_ratedPower).data(NodeModel::MarkRole).value<Field::Mark>(),
+             Field::Mark::ByUser);
+    QCOMPARE(model.indexOf(s_inputPower).data(NodeModel::MarkRole).value<Field::Mark>(),
+             Field::Mark::ByScript);
 
     InstanceModel &instances = session.window().workspace().instances();
     const QModelIndex pump = instances.indexOf(s_pump);
@@ -829,6 +832,20 @@ void EditingTest::recordsWhatWasUndoneAndKeptAsEdits()
              {{{s_ratedPower, value, 11}, {s_inputPower, value, 22}, {ratedSpeed, value, 100000}},
               onValueChange,
               ratedSpeed}})));
+    QVERIFY(passes(session));
+}
+
+void EditingTest::makesTheFolderOfTheTestsForATestOnly()
+{
+    EditorSession session;
+    const QString tests = QStringLiteral("pump-station/tests");
+    session.folder().remove(tests);
+    QVERIFY(session.open(s_pump));
+    QVERIFY(record(session, QDialog::Rejected));
+    QVERIFY(!QFile::exists(session.folder().path(tests)));
+
+    QVERIFY(record(session));
+    QVERIFY(session.folder().files().contains(s_test));
     QVERIFY(passes(session));
 }
 

@@ -1,11 +1,11 @@
 // Makes the pictures of docs/editor.md: EditorPictures FOLDER
 
-#include "editor/DependencyDialog.h"
 #include "editor/EditorTest.h"
-#include "editor/NodeModel.h"
-#include "editor/NodePanel.h"
-#include "editor/NodeView.h"
-#include "editor/Palettes.h"
+#include "editor/model/NodeModel.h"
+#include "editor/window/DependencyDialog.h"
+#include "editor/window/NodePanel.h"
+#include "editor/window/NodeView.h"
+#include "editor/window/Palettes.h"
 
 #include <QApplication>
 #include <QDir>
@@ -47,7 +47,7 @@ QImage reduced(const QImage &picture)
 
 void take(QWidget &widget, const QDir &folder, const QString &name)
 {
-    QTest::qWait(NodeModel::flashTime + 100);
+    QTest::qWait(int(NodeModel::flashTime.count()) + 100);
     require(reduced(widget.grab().toImage()).save(folder.filePath(name)), qPrintable(name));
 }
 

@@ -1,7 +1,7 @@
 #include "EditorTest.h"
 
-#include "editor/NodePanel.h"
-#include "editor/NodeView.h"
+#include "editor/window/NodePanel.h"
+#include "editor/window/NodeView.h"
 #include "filehost/FileTreeNode.h"
 
 #include <QAction>

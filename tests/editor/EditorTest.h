@@ -1,7 +1,7 @@
 #pragma once
 
 #include "configscript/ScratchFolder.h"
-#include "editor/MainWindow.h"
+#include "editor/window/MainWindow.h"
 #include "filehost/Project.h"
 #include "support/StrictTest.h"
 

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+/// A test that was to be recorded.
+struct RecordingReport
+{
+    QString instance;
+    QString file; ///< as seen from the project
+    QString error; ///< why it was not written; empty when it was
+    QString difference; ///< lines that tell why it fails when replayed; empty when it passes
+};

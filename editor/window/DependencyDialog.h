@@ -1,0 +1,30 @@
+#pragma once
+
+#include "editor/data/DependencyReport.h"
+#include "editor/data/Labels.h"
+
+#include <QDialog>
+#include <QStandardItemModel>
+
+class Project;
+
+/// What dependency scripts change, per file and property, and what went wrong in them. The user
+/// accepts or refuses what is not written yet.
+class DependencyDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    DependencyDialog(const Project &project, const Labels &labels, const DependencyReport &report,
+                     QWidget *parent = nullptr);
+
+    /// The files and their changes: place, old value, new value.
+    const QStandardItemModel &changes() const { return m_changes; }
+
+private:
+    int fillChanges(const Project &project, const DependencyReport &report);
+    static QStringList scriptTexts(const Labels &labels, const DependencyReport &report);
+    static QString summary(const DependencyReport &report);
+
+    QStandardItemModel m_changes;
+};

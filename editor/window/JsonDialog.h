@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QDialog>
+#include <QVariant>
+
+class QLabel;
+class QPlainTextEdit;
+class QPushButton;
+
+/// Edits a JSON value on many lines; it shows what is wrong while the user types, and
+/// accepts only JSON.
+class JsonDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// @param text is indented if it is JSON, else shown as it is
+    JsonDialog(const QString &title, const QString &text, QWidget *parent);
+
+    QVariant json() const; ///< invalid when the text is none
+
+private:
+    void showState();
+
+    QPlainTextEdit *m_text;
+    QLabel *m_error;
+    QPushButton *m_ok;
+};

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "editor/data/Labels.h"
+#include "editor/model/Workspace.h"
+#include "editor/window/DependencyDialog.h"
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QStringList>
+
+class InstancePanel;
+class NodePanel;
+class StateBar;
+class WindowActions;
+
+/// The editor's window: the instances of a project on the left, the current one in the middle, what
+/// scripts did and said on the right.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    enum class Settings { Kept, Ignored };
+
+    /// @param settings whether the state of the window is restored now, and kept when it closes
+    /// @param reach of the scripts of dialogs
+    MainWindow(const Project &project, DialogReach reach, Settings settings);
+    ~MainWindow() override;
+
+    /// Opens an instance as soon as the project is read.
+    void openInstance(const QString &instance);
+
+    Workspace &workspace() { return m_workspace; }
+    NodePanel &nodePanel() { return *m_nodes; }
+    DependencyDialog *dependencyDialog() const { return m_dialog; } ///< null while none is open
+
+Q_SIGNALS:
+    /// The worker has come to rest, and the window shows what it did.
+    void settled();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void createDocks();
+    void connectActions();
+    void connectWorkspace();
+
+    void setLanguage(const QString &language);
+    void showCurrent(Document *document);
+    void showTitle();
+    void showBusy(bool isBusy);
+    void showFiredEvent(const EventReport &report);
+    void showDependencies(const DependencyReport &report);
+    void recordTest();
+    void showTest(const RecordingReport &report);
+    void save();
+    void reload(bool keepsChanges);
+    void discard();
+    void updateActions();
+    bool askBeforeClosing();
+    void continueClosing();
+    void restoreSettings();
+    void keepSettings() const;
+
+    Workspace m_workspace;
+    const Settings m_settings;
+    Labels m_labels;
+    QString m_toOpen; ///< when the project is read
+    bool m_isProjectRead = false;
+    QStringList m_toSave; ///< before the window closes
+    bool m_isClosing = false;
+    QPointer<DependencyDialog> m_dialog;
+
+    InstancePanel *m_instances;
+    NodePanel *m_nodes;
+    StateBar *m_state;
+    WindowActions *m_actions = nullptr;
+};

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+/**
+ * Editors for values, by their type: a list of choices, a number, a text, JSON for everything else.
+ * The view itself shows true and false as check boxes.
+ *
+ * A value is committed with Enter, Tab, or when the field is left; a choice at once; a series of
+ * steps of a number when it ends. Escape discards what was entered.
+ */
+class PropertyDelegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
+                          const QModelIndex &index) const override;
+    void setEditorData(QWidget *editor, const QModelIndex &index) const override;
+    void setModelData(QWidget *editor, QAbstractItemModel *model,
+                      const QModelIndex &index) const override;
+    /// Lines of text reach to the right end of the view.
+    void updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
+                              const QModelIndex &index) const override;
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+
+Q_SIGNALS:
+    /// The user wants to edit JSON on many lines; the editor in the view is closed.
+    /// @param text as it was entered so far
+    void linesRequested(const QModelIndex &index, const QString &text) const;
+
+private:
+    void commit(QWidget *editor) const;
+    QWidget *createChoices(QWidget *parent, const QModelIndex &index) const;
+};

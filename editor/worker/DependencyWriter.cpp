@@ -1,0 +1,63 @@
+#include "DependencyWriter.h"
+
+#include "editor/worker/TreeWriter.h"
+#include "filehost/FileTreeNode.h"
+#include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
+
+namespace {
+
+bool hasValue(const FileTreeNode &node, const PropertyChange &change)
+{
+    const QVariant value = node.value(change.key);
+    return value.isValid() == change.oldValue.isValid()
+        && (!value.isValid() || JsonValue::areEqual(value, change.oldValue));
+}
+
+} // namespace
+
+DependencyWriter::DependencyWriter(const Project &project)
+    : m_project(project)
+{
+}
+
+DependencyReport DependencyWriter::write(const DependencyReport &proposal) const
+{
+    DependencyReport report = proposal;
+    report.kind = DependencyReport::Kind::Written;
+    report.report.warnings.clear(); // they belong to the proposal
+    const auto writer = TreeWriter::open(m_project, report.report.warnings, report.error);
+    if (!writer) {
+        return report;
+    }
+    for (const ChangedTree &tree : qAsConst(report.report.trees)) {
+        if (!addTree(tree, *writer, report.error)) {
+            return report;
+        }
+    }
+    writer->commit(report.error);
+    return report;
+}
+
+bool DependencyWriter::addTree(const ChangedTree &tree, TreeWriter &writer, QString &error) const
+{
+    Diagnostic diagnostic;
+    const auto root = FileTree::read(tree.identity, diagnostic);
+    const QString file = m_project.relativePath(tree.identity.filePath);
+    if (root.isNull()) {
+        error = diagnostic.message.isEmpty() ? QStringLiteral("%1: no such file").arg(file)
+                                             : m_project.relative(diagnostic).toString();
+        return false;
+    }
+    for (const PropertyChange &change : tree.changes) {
+        const auto node = root->getNode(change.path).staticCast<FileTreeNode>();
+        if (node.isNull() || !hasValue(*node, change)) {
+            error = QStringLiteral("%1: \"%2:%3\" has changed since; resolve again")
+                        .arg(file, change.path, change.key);
+            return false;
+        }
+        node->setProperty(change.key, change.newValue);
+    }
+    writer.add(root);
+    return true;
+}
