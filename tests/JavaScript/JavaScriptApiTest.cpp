@@ -525,6 +525,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptApiTest)
+TEST_CLASS(JavaScriptApiTest)
 
 #include "JavaScriptApiTest.moc"

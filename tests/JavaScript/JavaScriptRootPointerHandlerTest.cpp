@@ -722,6 +722,6 @@ private:
     QScopedPointer<JavaScriptRootPointerHandler> m_handler;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptRootPointerHandlerTest)
+TEST_CLASS(JavaScriptRootPointerHandlerTest)
 
 #include "JavaScriptRootPointerHandlerTest.moc"

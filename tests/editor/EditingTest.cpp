@@ -888,5 +888,5 @@ void EditingTest::recordsExceptions()
     QVERIFY(passes(session));
 }
 
-QTEST_MAIN(EditingTest)
+TEST_CLASS(EditingTest)
 #include "EditingTest.moc"

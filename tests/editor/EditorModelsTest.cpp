@@ -131,5 +131,5 @@ void EditorModelsTest::choicesMayBeValuesOrAListing()
     QCOMPARE(choices.at(2).text, QStringLiteral("Fault"));
 }
 
-QTEST_MAIN(EditorModelsTest)
+TEST_CLASS(EditorModelsTest)
 #include "EditorModelsTest.moc"
