@@ -270,6 +270,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ApiCallOrderTest)
+TEST_CLASS(ApiCallOrderTest)
 
 #include "ApiCallOrderTest.moc"

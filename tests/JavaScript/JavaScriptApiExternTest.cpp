@@ -361,6 +361,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptApiExternTest)
+TEST_CLASS(JavaScriptApiExternTest)
 
 #include "JavaScriptApiExternTest.moc"

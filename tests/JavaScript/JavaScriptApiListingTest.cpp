@@ -323,6 +323,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptApiListingTest)
+TEST_CLASS(JavaScriptApiListingTest)
 
 #include "JavaScriptApiListingTest.moc"

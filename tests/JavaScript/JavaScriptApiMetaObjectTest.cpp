@@ -210,6 +210,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptApiMetaObjectTest)
+TEST_CLASS(JavaScriptApiMetaObjectTest)
 
 #include "JavaScriptApiMetaObjectTest.moc"

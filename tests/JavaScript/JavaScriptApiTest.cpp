@@ -547,6 +547,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptApiTest)
+TEST_CLASS(JavaScriptApiTest)
 
 #include "JavaScriptApiTest.moc"

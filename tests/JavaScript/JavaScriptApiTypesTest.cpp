@@ -219,6 +219,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptApiTypesTest)
+TEST_CLASS(JavaScriptApiTypesTest)
 
 #include "JavaScriptApiTypesTest.moc"

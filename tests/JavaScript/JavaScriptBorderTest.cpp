@@ -464,6 +464,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptBorderTest)
+TEST_CLASS(JavaScriptBorderTest)
 
 #include "JavaScriptBorderTest.moc"

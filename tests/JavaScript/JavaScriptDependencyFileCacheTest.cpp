@@ -203,6 +203,6 @@ private:
     QScopedPointer<JavaScriptDependencyFileCache> m_cache;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptDependencyFileCacheTest)
+TEST_CLASS(JavaScriptDependencyFileCacheTest)
 
 #include "JavaScriptDependencyFileCacheTest.moc"

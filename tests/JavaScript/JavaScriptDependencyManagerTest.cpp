@@ -491,6 +491,6 @@ private:
     QScopedPointer<TestProject> m_project;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptDependencyManagerTest)
+TEST_CLASS(JavaScriptDependencyManagerTest)
 
 #include "JavaScriptDependencyManagerTest.moc"

@@ -689,6 +689,6 @@ private:
     int m_scriptCount = 0;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptDependencyResolverBaseTest)
+TEST_CLASS(JavaScriptDependencyResolverBaseTest)
 
 #include "JavaScriptDependencyResolverBaseTest.moc"

@@ -484,6 +484,6 @@ private:
     std::unique_ptr<TextManager> m_textManager;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptDependencyResolverTest)
+TEST_CLASS(JavaScriptDependencyResolverTest)
 
 #include "JavaScriptDependencyResolverTest.moc"

@@ -208,6 +208,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptHandlerChangesTest)
+TEST_CLASS(JavaScriptHandlerChangesTest)
 
 #include "JavaScriptHandlerChangesTest.moc"

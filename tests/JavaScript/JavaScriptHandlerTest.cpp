@@ -583,6 +583,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptHandlerTest)
+TEST_CLASS(JavaScriptHandlerTest)
 
 #include "JavaScriptHandlerTest.moc"

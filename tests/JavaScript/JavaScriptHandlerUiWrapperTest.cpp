@@ -226,6 +226,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptHandlerUiWrapperTest)
+TEST_CLASS(JavaScriptHandlerUiWrapperTest)
 
 #include "JavaScriptHandlerUiWrapperTest.moc"

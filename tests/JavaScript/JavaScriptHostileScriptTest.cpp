@@ -517,6 +517,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptHostileScriptTest)
+TEST_CLASS(JavaScriptHostileScriptTest)
 
 #include "JavaScriptHostileScriptTest.moc"

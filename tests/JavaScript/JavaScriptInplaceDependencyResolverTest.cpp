@@ -349,6 +349,6 @@ private:
     NodePointer m_plant;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptInplaceDependencyResolverTest)
+TEST_CLASS(JavaScriptInplaceDependencyResolverTest)
 
 #include "JavaScriptInplaceDependencyResolverTest.moc"

@@ -349,6 +349,6 @@ private:
     QScopedPointer<JavaScriptInplaceRootPointerHandler> m_handler;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptInplaceRootPointerHandlerTest)
+TEST_CLASS(JavaScriptInplaceRootPointerHandlerTest)
 
 #include "JavaScriptInplaceRootPointerHandlerTest.moc"

@@ -102,6 +102,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptInterruptionRaceTest)
+TEST_CLASS(JavaScriptInterruptionRaceTest)
 
 #include "JavaScriptInterruptionRaceTest.moc"

@@ -615,6 +615,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptInterruptionTest)
+TEST_CLASS(JavaScriptInterruptionTest)
 
 #include "JavaScriptInterruptionTest.moc"

@@ -172,6 +172,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptOwnershipTest)
+TEST_CLASS(JavaScriptOwnershipTest)
 
 #include "JavaScriptOwnershipTest.moc"

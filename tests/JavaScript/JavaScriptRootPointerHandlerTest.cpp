@@ -797,6 +797,6 @@ private:
     QScopedPointer<JavaScriptRootPointerHandler> m_handler;
 };
 
-QTEST_GUILESS_MAIN(JavaScriptRootPointerHandlerTest)
+TEST_CLASS(JavaScriptRootPointerHandlerTest)
 
 #include "JavaScriptRootPointerHandlerTest.moc"

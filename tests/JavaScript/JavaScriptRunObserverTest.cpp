@@ -719,6 +719,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptRunObserverTest)
+TEST_CLASS(JavaScriptRunObserverTest)
 
 #include "JavaScriptRunObserverTest.moc"

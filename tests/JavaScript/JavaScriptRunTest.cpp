@@ -523,6 +523,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JavaScriptRunTest)
+TEST_CLASS(JavaScriptRunTest)
 
 #include "JavaScriptRunTest.moc"

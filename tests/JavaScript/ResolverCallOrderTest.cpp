@@ -328,6 +328,6 @@ private:
     std::unique_ptr<TextManager> m_textManager;
 };
 
-QTEST_GUILESS_MAIN(ResolverCallOrderTest)
+TEST_CLASS(ResolverCallOrderTest)
 
 #include "ResolverCallOrderTest.moc"

@@ -457,6 +457,6 @@ private:
     std::unique_ptr<JavaScriptRootPointerHandler> m_handler;
 };
 
-QTEST_GUILESS_MAIN(RootLoadingCallOrderTest)
+TEST_CLASS(RootLoadingCallOrderTest)
 
 #include "RootLoadingCallOrderTest.moc"

@@ -773,5 +773,5 @@ void CheckCommandTest::doesNotDependOnTheLocale()
             .files());
 }
 
-QTEST_GUILESS_MAIN(CheckCommandTest)
+TEST_CLASS(CheckCommandTest)
 #include "CheckCommandTest.moc"

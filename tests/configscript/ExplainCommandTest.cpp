@@ -408,5 +408,5 @@ void ExplainCommandTest::writesNoFile()
     COMPARE_FILES(folder.files(), before);
 }
 
-QTEST_GUILESS_MAIN(ExplainCommandTest)
+TEST_CLASS(ExplainCommandTest)
 #include "ExplainCommandTest.moc"

@@ -263,5 +263,5 @@ void GraphCommandTest::refusesAnUnknownInstance()
                 QStringLiteral("configscript: no instance is \"valve\" or begins with it\n"));
 }
 
-QTEST_GUILESS_MAIN(GraphCommandTest)
+TEST_CLASS(GraphCommandTest)
 #include "GraphCommandTest.moc"

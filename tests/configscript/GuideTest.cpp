@@ -141,5 +141,5 @@ void GuideTest::noticesADifference()
     QVERIFY2(differences.isEmpty() == isTrue, qPrintable(differences));
 }
 
-QTEST_GUILESS_MAIN(GuideTest)
+TEST_CLASS(GuideTest)
 #include "GuideTest.moc"

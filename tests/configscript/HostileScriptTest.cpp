@@ -552,6 +552,6 @@ void HostileScriptTest::limitsTenMillionErrors()
     COMPARE_FILES(withoutLock(folder.files()), before);
 }
 
-QTEST_GUILESS_MAIN(HostileScriptTest)
+TEST_CLASS(HostileScriptTest)
 
 #include "HostileScriptTest.moc"

@@ -779,5 +779,5 @@ void InplaceResolveTest::doesNotDependOnTheLocale()
     QVERIFY(folder.files().value(tree).contains("\"größe\": \"0,5 µm\""));
 }
 
-QTEST_GUILESS_MAIN(InplaceResolveTest)
+TEST_CLASS(InplaceResolveTest)
 #include "InplaceResolveTest.moc"

@@ -229,5 +229,5 @@ void ListCommandTest::doesNotDependOnTheLocale()
         QString());
 }
 
-QTEST_GUILESS_MAIN(ListCommandTest)
+TEST_CLASS(ListCommandTest)
 #include "ListCommandTest.moc"

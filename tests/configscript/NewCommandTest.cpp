@@ -518,5 +518,5 @@ void NewCommandTest::waitsForOtherWriters()
     QVERIFY(!folder.files().contains(QStringLiteral("plant/dependency/a.js")));
 }
 
-QTEST_GUILESS_MAIN(NewCommandTest)
+TEST_CLASS(NewCommandTest)
 #include "NewCommandTest.moc"

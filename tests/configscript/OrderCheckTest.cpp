@@ -421,5 +421,5 @@ void OrderCheckTest::refusesWrongArguments()
     QVERIFY2(run.errors.startsWith(message), qPrintable(run.errors));
 }
 
-QTEST_GUILESS_MAIN(OrderCheckTest)
+TEST_CLASS(OrderCheckTest)
 #include "OrderCheckTest.moc"

@@ -349,5 +349,5 @@ void ResolveBadProjectTest::refusesTheManifestAsAnInstance()
     COMPARE_FILES(folder.files(), before);
 }
 
-QTEST_GUILESS_MAIN(ResolveBadProjectTest)
+TEST_CLASS(ResolveBadProjectTest)
 #include "ResolveBadProjectTest.moc"

@@ -633,5 +633,5 @@ void ResolveBadScriptTest::reportsTroubleAsJson()
                           {QStringLiteral("report.json"), run.output.toUtf8()}}));
 }
 
-QTEST_GUILESS_MAIN(ResolveBadScriptTest)
+TEST_CLASS(ResolveBadScriptTest)
 #include "ResolveBadScriptTest.moc"

@@ -433,5 +433,5 @@ void ResolveBadTreeTest::savesNothingWhenAFileHasTwoNames()
     COMPARE_FILES(folder.files(), expected);
 }
 
-QTEST_GUILESS_MAIN(ResolveBadTreeTest)
+TEST_CLASS(ResolveBadTreeTest)
 #include "ResolveBadTreeTest.moc"

@@ -241,5 +241,5 @@ void ResolveCheckTest::runsUnchecked()
                 QString());
 }
 
-QTEST_GUILESS_MAIN(ResolveCheckTest)
+TEST_CLASS(ResolveCheckTest)
 #include "ResolveCheckTest.moc"

@@ -343,5 +343,5 @@ void ResolveCommandTest::showsProgressOnATerminal()
                 QString());
 }
 
-QTEST_GUILESS_MAIN(ResolveCommandTest)
+TEST_CLASS(ResolveCommandTest)
 #include "ResolveCommandTest.moc"

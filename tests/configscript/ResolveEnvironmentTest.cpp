@@ -258,5 +258,5 @@ void ResolveEnvironmentTest::runsWithoutAHomeOrADisplay()
     COMPARE_FILES(folder.files(), expected);
 }
 
-QTEST_GUILESS_MAIN(ResolveEnvironmentTest)
+TEST_CLASS(ResolveEnvironmentTest)
 #include "ResolveEnvironmentTest.moc"

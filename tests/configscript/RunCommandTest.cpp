@@ -1049,5 +1049,5 @@ void RunCommandTest::doesNotDependOnTheLocale()
                         "\"0,5 µm\" } } } }\n"));
 }
 
-QTEST_GUILESS_MAIN(RunCommandTest)
+TEST_CLASS(RunCommandTest)
 #include "RunCommandTest.moc"

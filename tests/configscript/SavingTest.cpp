@@ -503,6 +503,6 @@ void SavingTest::readsAReadOnlyProject()
     COMPARE_FILES(folder.files(), before);
 }
 
-QTEST_GUILESS_MAIN(SavingTest)
+TEST_CLASS(SavingTest)
 
 #include "SavingTest.moc"

@@ -761,6 +761,6 @@ void ScriptLimitsTest::showsAndRefusesAHugeValue()
     COMPARE_FILES(folder.files(), before);
 }
 
-QTEST_GUILESS_MAIN(ScriptLimitsTest)
+TEST_CLASS(ScriptLimitsTest)
 
 #include "ScriptLimitsTest.moc"

@@ -1276,5 +1276,5 @@ void TestCommandTest::recordsToANewFileAlone()
     COMPARE_FILES(folder.files(), before);
 }
 
-QTEST_GUILESS_MAIN(TestCommandTest)
+TEST_CLASS(TestCommandTest)
 #include "TestCommandTest.moc"

@@ -93,5 +93,5 @@ void UsageTest::explainsWrongArguments()
     COMPARE_FILES(folder.files(), before);
 }
 
-QTEST_GUILESS_MAIN(UsageTest)
+TEST_CLASS(UsageTest)
 #include "UsageTest.moc"

@@ -916,5 +916,5 @@ void WatchCommandTest::refusesWhatIsNoProject()
                                "file\n"));
 }
 
-QTEST_GUILESS_MAIN(WatchCommandTest)
+TEST_CLASS(WatchCommandTest)
 #include "WatchCommandTest.moc"

@@ -595,6 +595,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(HostContractTest)
+TEST_CLASS(HostContractTest)
 
 #include "HostContractTest.moc"

@@ -373,5 +373,5 @@ void DocumentTest::ignoresWhatHasNoNode()
     QVERIFY(!document.isUnsaved());
 }
 
-QTEST_MAIN(DocumentTest)
+TEST_CLASS(DocumentTest)
 #include "DocumentTest.moc"

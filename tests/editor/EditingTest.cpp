@@ -1004,5 +1004,5 @@ void EditingTest::recordsExceptions()
     QVERIFY(passes(session));
 }
 
-QTEST_MAIN(EditingTest)
+TEST_CLASS(EditingTest)
 #include "EditingTest.moc"

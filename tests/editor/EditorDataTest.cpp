@@ -292,5 +292,5 @@ void EditorDataTest::settingsAreKept()
     QVERIFY(loaded.showsEverything);
 }
 
-QTEST_GUILESS_MAIN(EditorDataTest)
+TEST_CLASS(EditorDataTest)
 #include "EditorDataTest.moc"

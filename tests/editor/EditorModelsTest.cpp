@@ -416,5 +416,5 @@ void EditorModelsTest::oldMessagesAreDropped()
     QCOMPARE(model.item(0, MessagesModel::TextColumn)->text(), QStringLiteral("1"));
 }
 
-QTEST_MAIN(EditorModelsTest)
+TEST_CLASS(EditorModelsTest)
 #include "EditorModelsTest.moc"

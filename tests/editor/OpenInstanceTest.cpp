@@ -346,5 +346,5 @@ void OpenInstanceTest::recordsItsEvents()
     QVERIFY(!pump->recordedTest(error)); // begins anew
 }
 
-QTEST_GUILESS_MAIN(OpenInstanceTest)
+TEST_CLASS(OpenInstanceTest)
 #include "OpenInstanceTest.moc"

@@ -237,5 +237,5 @@ void ScriptThreadTest::endsTheProgramWhenAScriptDoesNotStop()
     QCOMPARE(program.exitCode(), 1);
 }
 
-QTEST_GUILESS_MAIN(ScriptThreadTest)
+TEST_CLASS(ScriptThreadTest)
 #include "ScriptThreadTest.moc"

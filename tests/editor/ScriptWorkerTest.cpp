@@ -333,5 +333,5 @@ void ScriptWorkerTest::stopsNothingBetweenTasks()
     QCOMPARE(stopper.end(), QString());
 }
 
-QTEST_GUILESS_MAIN(ScriptWorkerTest)
+TEST_CLASS(ScriptWorkerTest)
 #include "ScriptWorkerTest.moc"

@@ -360,5 +360,5 @@ void WorkspaceTest::survivesItsEndWhileItIsBusy()
     QVERIFY(plant->isBusy());
 }
 
-QTEST_MAIN(WorkspaceTest)
+TEST_CLASS(WorkspaceTest)
 #include "WorkspaceTest.moc"

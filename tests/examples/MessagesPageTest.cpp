@@ -156,6 +156,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(MessagesPageTest)
+TEST_CLASS(MessagesPageTest)
 
 #include "MessagesPageTest.moc"

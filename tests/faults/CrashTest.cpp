@@ -987,6 +987,6 @@ void CrashTest::bringsFilesToTheDiskInOrder()
     QVERIFY2(m_results.problems.isEmpty(), qPrintable(m_results.problems.join(QLatin1Char('\n'))));
 }
 
-QTEST_GUILESS_MAIN(CrashTest)
+TEST_CLASS(CrashTest)
 
 #include "CrashTest.moc"

@@ -250,6 +250,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(BatchJournalTest)
+TEST_CLASS(BatchJournalTest)
 
 #include "BatchJournalTest.moc"

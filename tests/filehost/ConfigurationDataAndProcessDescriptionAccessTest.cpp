@@ -312,6 +312,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ConfigurationDataAndProcessDescriptionAccessTest)
+TEST_CLASS(ConfigurationDataAndProcessDescriptionAccessTest)
 
 #include "ConfigurationDataAndProcessDescriptionAccessTest.moc"

@@ -34,6 +34,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DiagnosticTest)
+TEST_CLASS(DiagnosticTest)
 
 #include "DiagnosticTest.moc"

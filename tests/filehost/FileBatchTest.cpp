@@ -661,6 +661,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(FileBatchTest)
+TEST_CLASS(FileBatchTest)
 
 #include "FileBatchTest.moc"

@@ -388,6 +388,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(FileTreeNodeTest)
+TEST_CLASS(FileTreeNodeTest)
 
 #include "FileTreeNodeTest.moc"

@@ -284,6 +284,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(FileTreeTest)
+TEST_CLASS(FileTreeTest)
 
 #include "FileTreeTest.moc"

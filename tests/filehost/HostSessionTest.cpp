@@ -502,6 +502,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(HostSessionTest)
+TEST_CLASS(HostSessionTest)
 
 #include "HostSessionTest.moc"

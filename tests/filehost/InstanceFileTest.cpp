@@ -175,6 +175,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(InstanceFileTest)
+TEST_CLASS(InstanceFileTest)
 
 #include "InstanceFileTest.moc"

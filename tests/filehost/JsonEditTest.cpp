@@ -336,6 +336,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JsonEditTest)
+TEST_CLASS(JsonEditTest)
 
 #include "JsonEditTest.moc"

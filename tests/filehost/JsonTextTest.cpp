@@ -445,6 +445,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JsonTextTest)
+TEST_CLASS(JsonTextTest)
 
 #include "JsonTextTest.moc"

@@ -285,6 +285,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JsonValueTest)
+TEST_CLASS(JsonValueTest)
 
 #include "JsonValueTest.moc"

@@ -184,6 +184,6 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(ManifestTest)
+TEST_CLASS(ManifestTest)
 
 #include "ManifestTest.moc"

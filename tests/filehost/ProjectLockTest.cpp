@@ -207,6 +207,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ProjectLockTest)
+TEST_CLASS(ProjectLockTest)
 
 #include "ProjectLockTest.moc"

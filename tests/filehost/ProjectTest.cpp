@@ -435,6 +435,6 @@ private:
     Diagnostic m_error;
 };
 
-QTEST_GUILESS_MAIN(ProjectTest)
+TEST_CLASS(ProjectTest)
 
 #include "ProjectTest.moc"

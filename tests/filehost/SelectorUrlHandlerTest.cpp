@@ -213,6 +213,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SelectorUrlHandlerTest)
+TEST_CLASS(SelectorUrlHandlerTest)
 
 #include "SelectorUrlHandlerTest.moc"

@@ -396,6 +396,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(StagedFileTest)
+TEST_CLASS(StagedFileTest)
 
 #include "StagedFileTest.moc"

@@ -221,6 +221,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TextFileTest)
+TEST_CLASS(TextFileTest)
 
 #include "TextFileTest.moc"

@@ -26,6 +26,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TextManagerTest)
+TEST_CLASS(TextManagerTest)
 
 #include "TextManagerTest.moc"

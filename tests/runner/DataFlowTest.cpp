@@ -182,5 +182,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DataFlowTest)
+TEST_CLASS(DataFlowTest)
 #include "DataFlowTest.moc"

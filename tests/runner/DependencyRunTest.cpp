@@ -178,5 +178,5 @@ void DependencyRunTest::givesEachRunItsAccesses()
                           QStringLiteral("read pump#:speed 1200")}));
 }
 
-QTEST_GUILESS_MAIN(DependencyRunTest)
+TEST_CLASS(DependencyRunTest)
 #include "DependencyRunTest.moc"

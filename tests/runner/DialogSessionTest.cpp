@@ -173,5 +173,5 @@ void DialogSessionTest::savesOtherTreesOnce()
     }
 }
 
-QTEST_GUILESS_MAIN(DialogSessionTest)
+TEST_CLASS(DialogSessionTest)
 #include "DialogSessionTest.moc"

@@ -56,5 +56,5 @@ void FindingTest::theManualListsAllKindsAndNoOther()
     QCOMPARE(documented, known);
 }
 
-QTEST_GUILESS_MAIN(FindingTest)
+TEST_CLASS(FindingTest)
 #include "FindingTest.moc"

@@ -109,5 +109,5 @@ void InplaceRunTest::runsNothingThatLiesOutsideTheProject()
     QVERIFY(result.record.runs.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(InplaceRunTest)
+TEST_CLASS(InplaceRunTest)
 #include "InplaceRunTest.moc"

@@ -68,5 +68,5 @@ void JsonLinesTest::keepsTheValue()
     QCOMPARE(JsonText::parse(lines, error).value(0), value);
 }
 
-QTEST_GUILESS_MAIN(JsonLinesTest)
+TEST_CLASS(JsonLinesTest)
 #include "JsonLinesTest.moc"

@@ -176,5 +176,5 @@ void LineDiffTest::isShortestAndApplies()
     }
 }
 
-QTEST_APPLESS_MAIN(LineDiffTest)
+TEST_CLASS(LineDiffTest)
 #include "LineDiffTest.moc"

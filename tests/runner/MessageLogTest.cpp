@@ -83,5 +83,5 @@ void MessageLogTest::leavesTheLoggerAsItWasWhenLogsOfSeveralThreadsEndInAnyOrder
     QCOMPARE(messages.constFirst().text, QStringLiteral("outside"));
 }
 
-QTEST_GUILESS_MAIN(MessageLogTest)
+TEST_CLASS(MessageLogTest)
 #include "MessageLogTest.moc"

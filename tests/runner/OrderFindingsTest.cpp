@@ -267,5 +267,5 @@ void OrderFindingsTest::reportsWhatWasNotSaved()
                                         "is read-only, in every order [not-saved]")});
 }
 
-QTEST_APPLESS_MAIN(OrderFindingsTest)
+TEST_CLASS(OrderFindingsTest)
 #include "OrderFindingsTest.moc"

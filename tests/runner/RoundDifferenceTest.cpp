@@ -177,5 +177,5 @@ void RoundDifferenceTest::filesThatCannotBeWrittenAreToldOnce()
     QVERIFY(mended.dropped.isEmpty());
 }
 
-QTEST_APPLESS_MAIN(RoundDifferenceTest)
+TEST_CLASS(RoundDifferenceTest)
 #include "RoundDifferenceTest.moc"

@@ -383,5 +383,5 @@ void ScratchCopyTest::refusesAProjectThatIsNone()
     QVERIFY(QDir(temporary()).isEmpty());
 }
 
-QTEST_APPLESS_MAIN(ScratchCopyTest)
+TEST_CLASS(ScratchCopyTest)
 #include "ScratchCopyTest.moc"

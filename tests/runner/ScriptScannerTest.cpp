@@ -125,5 +125,5 @@ void ScriptScannerTest::endsWithAnUnfinishedText()
     QCOMPARE(scan(script), words);
 }
 
-QTEST_APPLESS_MAIN(ScriptScannerTest)
+TEST_CLASS(ScriptScannerTest)
 #include "ScriptScannerTest.moc"

@@ -165,5 +165,5 @@ void ScriptTestTest::changesWhatIsExpected()
              file(changed));
 }
 
-QTEST_GUILESS_MAIN(ScriptTestTest)
+TEST_CLASS(ScriptTestTest)
 #include "ScriptTestTest.moc"

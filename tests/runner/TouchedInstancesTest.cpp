@@ -112,5 +112,5 @@ void TouchedInstancesTest::aTreeThatWasBrokenTouchesAll()
     QCOMPARE(setting.touched(file, Kind::Changed), QStringLiteral("a ab c"));
 }
 
-QTEST_GUILESS_MAIN(TouchedInstancesTest)
+TEST_CLASS(TouchedInstancesTest)
 #include "TouchedInstancesTest.moc"

@@ -130,5 +130,5 @@ void TreeUrlsTest::encodesWhatUrlsReserve()
     QCOMPARE(parsed.getUrl(), path);
 }
 
-QTEST_APPLESS_MAIN(TreeUrlsTest)
+TEST_CLASS(TreeUrlsTest)
 #include "TreeUrlsTest.moc"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/MessageRecorder.h"
+#include "support/TestClasses.h"
 
 #include <QObject>
 #include <QScopedPointer>

@@ -1,0 +1,1 @@
+// The target that compiles QtHeaders.h needs a source.
