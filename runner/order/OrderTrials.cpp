@@ -1,6 +1,7 @@
 #include "OrderTrials.h"
 
 #include "filehost/Manifest.h"
+#include "filehost/json/JsonValue.h"
 #include "runner/run/DependencyRun.h"
 #include "runner/run/ScratchCopy.h"
 

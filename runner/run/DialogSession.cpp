@@ -2,6 +2,7 @@
 
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/store/FileBatch.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 #include "host/PropertyManagerConst.h"

@@ -3,6 +3,7 @@
 #include "JavaScript/JavaScriptDependencyResolver.h"
 #include "filehost/HostSession.h"
 #include "filehost/Project.h"
+#include "filehost/store/FileBatch.h"
 #include "runner/record/SilentLog.h"
 
 namespace {

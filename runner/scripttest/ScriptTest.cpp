@@ -2,6 +2,9 @@
 
 #include "filehost/Project.h"
 #include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonEdit.h"
+#include "filehost/json/JsonText.h"
+#include "filehost/json/JsonValue.h"
 #include "filehost/store/Walls.h"
 #include "runner/check/ScriptProbe.h"
 #include "runner/scripttest/OutcomeMember.h"

@@ -2,6 +2,7 @@
 #include "configscript/ScratchFolder.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonValue.h"
 #include "runner/NoGuard.h"
 #include "support/StrictTest.h"
 
