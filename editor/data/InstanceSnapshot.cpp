@@ -5,19 +5,9 @@
 
 #include <algorithm>
 
-namespace {
-
-bool areEqual(const QVariant &left, const QVariant &right)
-{
-    return left.isValid() == right.isValid()
-        && (!left.isValid() || JsonValue::areEqual(left, right));
-}
-
-} // namespace
-
 bool InstanceSnapshot::Property::isChanged() const
 {
-    return !areEqual(value, valueInFile);
+    return !JsonValue::areEqual(value, valueInFile);
 }
 
 const InstanceSnapshot::Property *InstanceSnapshot::Node::property(const QString &key) const
@@ -77,7 +67,7 @@ InstanceSnapshot::Effect InstanceSnapshot::set(int node, const QString &key, con
         properties.erase(property);
         return Effect::Removed;
     }
-    const bool isEqual = areEqual(property->value, value);
+    const bool isEqual = JsonValue::areEqual(property->value, value);
     property->isFromScript = isFromScript;
     property->value = value;
     return isEqual ? Effect::Nothing : Effect::Changed;

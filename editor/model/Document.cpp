@@ -21,7 +21,7 @@ void Document::setNotice(const QString &notice, bool offersReload)
 void Document::edit(int node, const QString &key, const QVariant &value)
 {
     const QVariant oldValue = m_snapshot.node(node).value(key);
-    if (oldValue.isValid() && JsonValue::areEqual(oldValue, value)) {
+    if (JsonValue::areEqual(oldValue, value)) {
         return;
     }
     const QString path = m_snapshot.node(node).path;

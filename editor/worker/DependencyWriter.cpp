@@ -5,17 +5,6 @@
 #include "filehost/Project.h"
 #include "filehost/json/JsonValue.h"
 
-namespace {
-
-bool hasValue(const FileTreeNode &node, const PropertyChange &change)
-{
-    const QVariant value = node.value(change.key);
-    return value.isValid() == change.oldValue.isValid()
-        && (!value.isValid() || JsonValue::areEqual(value, change.oldValue));
-}
-
-} // namespace
-
 DependencyWriter::DependencyWriter(const Project &project)
     : m_project(project)
 {
@@ -51,7 +40,7 @@ bool DependencyWriter::addTree(const ChangedTree &tree, TreeWriter &writer, QStr
     }
     for (const PropertyChange &change : tree.changes) {
         const auto node = root->getNode(change.path).staticCast<FileTreeNode>();
-        if (node.isNull() || !hasValue(*node, change)) {
+        if (node.isNull() || !JsonValue::areEqual(node->value(change.key), change.oldValue)) {
             error = QStringLiteral("%1: \"%2:%3\" has changed since; resolve again")
                         .arg(file, change.path, change.key);
             return false;

@@ -18,7 +18,7 @@ void collectChanges(const FileTreeNode &node, QVector<PropertyChange> &changes)
     for (const QString &key : keys) {
         const QVariant value = node.value(key);
         const QVariant valueInFile = node.valueInFile(key);
-        if (!valueInFile.isValid() || !JsonValue::areEqual(value, valueInFile)) {
+        if (!JsonValue::areEqual(value, valueInFile)) {
             changes.append({node.path(), key, valueInFile, value});
         }
     }

@@ -1,5 +1,5 @@
 #include "editor/model/Document.h"
-#include "filehost/FileTreeNode.h"
+#include "editor/SampleReports.h"
 #include "support/StrictTest.h"
 
 #include <QSignalSpy>
@@ -7,31 +7,15 @@
 
 namespace {
 
-const QString s_pump = QStringLiteral("line1/pump1");
+const QString s_pump = sampleInstance();
 const QString s_motor = QStringLiteral("motor");
 const QString s_value = QStringLiteral("value");
 const QString s_loss = QStringLiteral("loss");
 const QString s_onValueChange = QStringLiteral("onValueChange");
 
-QSharedPointer<FileTreeNode> tree()
-{
-    Diagnostic error;
-    return FileTree::parse("{ \"children\": { \"motor\": { \"properties\": {\n"
-                           "  \"value\": 11, \"loss\": 1\n"
-                           "} } } }\n",
-                           {}, error);
-}
-
-EventReport eventReport(const QString &function, const QString &argument = QString())
-{
-    EventReport report;
-    report.instance = s_pump;
-    report.run.script = QStringLiteral("scripts/pump.js");
-    report.run.function = function;
-    report.run.argument = argument;
-    report.run.succeeded = true;
-    return report;
-}
+const QByteArray s_tree("{ \"children\": { \"motor\": { \"properties\": {\n"
+                        "  \"value\": 11, \"loss\": 1\n"
+                        "} } } }\n");
 
 JavaScriptApi::ErrorMessage errorAt(const QString &path, const QString &text)
 {
@@ -39,15 +23,6 @@ JavaScriptApi::ErrorMessage errorAt(const QString &path, const QString &text)
     error.relUrl = path;
     error.errorLabelTextId = text;
     return error;
-}
-
-InstanceReport opened()
-{
-    InstanceReport report;
-    report.instance = s_pump;
-    report.snapshot = InstanceSnapshot(*tree());
-    report.onOpen = eventReport(QStringLiteral("onOpen"));
-    return report;
 }
 
 /// The worker's report of an edit of the motor's value, which the script answers with a loss.
@@ -103,7 +78,7 @@ QVariant DocumentTest::value(const Document &document, const QString &key)
 void DocumentTest::showsAnEditAtOnceAndRequestsIt()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     const QSignalSpy requested(&document, &Document::editRequested);
     const QSignalSpy changed(&document, &Document::propertyChanged);
     const int motor = document.snapshot().find(s_motor);
@@ -119,7 +94,7 @@ void DocumentTest::showsAnEditAtOnceAndRequestsIt()
 void DocumentTest::requestsNoEditThatChangesNothing()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     const QSignalSpy requested(&document, &Document::editRequested);
     document.edit(document.snapshot().find(s_motor), s_value, 11.0);
     QCOMPARE(requested.size(), 0);
@@ -129,7 +104,7 @@ void DocumentTest::requestsNoEditThatChangesNothing()
 void DocumentTest::takesBackAnEditThatIsRefused()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     document.edit(document.snapshot().find(s_motor), s_value, 20);
     EventReport refused;
     refused.instance = s_pump;
@@ -145,7 +120,7 @@ void DocumentTest::takesBackAnEditThatIsRefused()
 void DocumentTest::showsWhatTheScriptAnswered()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     const QSignalSpy wrote(&document, &Document::scriptWrote);
     const int motor = document.snapshot().find(s_motor);
     document.edit(motor, s_value, 20);
@@ -163,7 +138,7 @@ void DocumentTest::showsWhatTheScriptAnswered()
 void DocumentTest::undoesAnEditWithItsAnswers()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     EventReport report = edited(11, 20);
     report.run.errors = {errorAt(s_motor, QStringLiteral("tooMuch"))};
     document.edit(document.snapshot().find(s_motor), s_value, 20);
@@ -193,7 +168,7 @@ void DocumentTest::removesAnAddedPropertyOnUndo()
 {
     const QString note = QStringLiteral("note");
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     const QSignalSpy added(&document, &Document::propertyAdded);
     const QSignalSpy removed(&document, &Document::propertyRemoved);
     EventReport report = edited(11, 20);
@@ -210,9 +185,9 @@ void DocumentTest::removesAnAddedPropertyOnUndo()
 void DocumentTest::forgetsItsHistoryWhenTheFileIsAnotherOne()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     document.takeReport(edited(11, 20));
-    InstanceReport again = opened();
+    InstanceReport again = openedReport(s_tree);
     again.keepsHistory = true;
     document.takeReport(again);
     QCOMPARE(document.undoStack().count(), 1);
@@ -235,7 +210,7 @@ void DocumentTest::keepsErrorsOfOtherNodes()
     const QString tank = QStringLiteral("tank");
     const QString text = QStringLiteral("wrong");
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     EventReport report = eventReport(s_onValueChange, s_motor);
     report.run.errors = {errorAt(s_motor, text), errorAt(pipe, text)};
     document.takeReport(report);
@@ -258,7 +233,7 @@ void DocumentTest::keepsErrorsOfOtherNodes()
 void DocumentTest::tellsWhyAnEventFailed()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     EventReport report = eventReport(s_onValueChange, s_motor);
     report.run.succeeded = false;
     document.takeReport(report);
@@ -303,7 +278,7 @@ void DocumentTest::tellsWhyItIsNotSaved()
     QFETCH(const QString, warning);
     QFETCH(const QString, notice);
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     SaveReport report;
     report.instance = s_pump;
     report.error = error;
@@ -326,14 +301,14 @@ void DocumentTest::tellsWhyItIsNotSaved()
 void DocumentTest::isCleanWhenItIsSaved()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     document.takeReport(edited(11, 20));
     QVERIFY(document.isUnsaved());
     SaveReport report;
     report.instance = s_pump;
     report.isSaved = true;
     report.onOk = eventReport(QStringLiteral("onOk"));
-    report.snapshot = InstanceSnapshot(*tree());
+    report.snapshot = openedReport(s_tree).snapshot;
     document.takeReport(report);
     QVERIFY(!document.isUnsaved());
     QVERIFY(!document.hasEvents());
@@ -357,14 +332,14 @@ void DocumentTest::tellsItsProblem()
     QCOMPARE(document.scriptPath(), report.scriptPath);
     QCOMPARE(document.script(), report.script);
     QVERIFY(document.snapshot().isEmpty());
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     QCOMPARE(document.problem(), QString());
 }
 
 void DocumentTest::ignoresWhatHasNoNode()
 {
     Document document(s_pump);
-    document.takeReport(opened());
+    document.takeReport(openedReport(s_tree));
     const QSignalSpy wrote(&document, &Document::scriptWrote);
     EventReport report = eventReport(s_onValueChange, s_motor);
     report.answers = {{QStringLiteral("gear"), s_value, 1, 2}};

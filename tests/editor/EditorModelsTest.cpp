@@ -1,9 +1,9 @@
 #include "editor/EditorTest.h"
+#include "editor/SampleReports.h"
 #include "editor/data/Choice.h"
 #include "editor/model/InstanceModel.h"
 #include "editor/model/NodeModel.h"
 #include "editor/window/NodePanel.h"
-#include "filehost/FileTreeNode.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -11,29 +11,7 @@
 
 namespace {
 
-const QString s_pump = QStringLiteral("line1/pump1");
-
-EventReport eventReport(const QString &function, const QString &argument = QString())
-{
-    EventReport report;
-    report.instance = s_pump;
-    report.run.script = QStringLiteral("scripts/pump.js");
-    report.run.function = function;
-    report.run.argument = argument;
-    report.run.succeeded = true;
-    return report;
-}
-
-/// The report of an instance with that tree.
-InstanceReport opened(const QByteArray &tree)
-{
-    Diagnostic error;
-    InstanceReport report;
-    report.instance = s_pump;
-    report.snapshot = InstanceSnapshot(*FileTree::parse(tree, {}, error));
-    report.onOpen = eventReport(QStringLiteral("onOpen"));
-    return report;
-}
+const QString s_pump = sampleInstance();
 
 QStringList rowsBelow(const QStandardItem &item)
 {
@@ -169,9 +147,10 @@ void EditorModelsTest::describingPropertiesAreShownOnRequest()
 void EditorModelsTest::valuesAreShownByTheirKind()
 {
     Document document(s_pump);
-    document.takeReport(opened("{ \"properties\": { \"on\": true, \"map\": { \"a\": 1 },\n"
-                               "  \"color\": \"#ff0000\", \"text\": \"#a\", \"value\": \"m1\",\n"
-                               "  \"choices\": [ { \"url\": \"m1\", \"text\": \"Main\" } ] } }\n"));
+    document.takeReport(
+        openedReport("{ \"properties\": { \"on\": true, \"map\": { \"a\": 1 },\n"
+                     "  \"color\": \"#ff0000\", \"text\": \"#a\", \"value\": \"m1\",\n"
+                     "  \"choices\": [ { \"url\": \"m1\", \"text\": \"Main\" } ] } }\n"));
     NodeModel model;
     const QAbstractItemModelTester tester(&model,
                                           QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -204,9 +183,9 @@ void EditorModelsTest::valuesAreShownByTheirKind()
 void EditorModelsTest::aRowTellsWhatHappenedToItsValue()
 {
     Document document(s_pump);
-    document.takeReport(opened("{ \"properties\": { \"value\": 11, \"unit\": \"kW\",\n"
-                               "  \"limits\": { \"min\": 1 }, \"serial\": \"A1\" },\n"
-                               "  \"readOnly\": [ \"serial\" ] }\n"));
+    document.takeReport(openedReport("{ \"properties\": { \"value\": 11, \"unit\": \"kW\",\n"
+                                     "  \"limits\": { \"min\": 1 }, \"serial\": \"A1\" },\n"
+                                     "  \"readOnly\": [ \"serial\" ] }\n"));
     NodeModel model;
     model.setDocument(&document);
     const QModelIndex value = model.indexOf(QString());
@@ -249,8 +228,8 @@ void EditorModelsTest::aRowTellsWhatHappenedToItsValue()
 void EditorModelsTest::valuesAreSetByTheirKind()
 {
     Document document(s_pump);
-    document.takeReport(opened("{ \"properties\": { \"value\": 11, \"on\": true,\n"
-                               "  \"serial\": \"A1\" }, \"readOnly\": [ \"serial\" ] }\n"));
+    document.takeReport(openedReport("{ \"properties\": { \"value\": 11, \"on\": true,\n"
+                                     "  \"serial\": \"A1\" }, \"readOnly\": [ \"serial\" ] }\n"));
     NodeModel model;
     model.setDocument(&document);
     const QSignalSpy requested(&document, &Document::editRequested);
@@ -270,7 +249,7 @@ void EditorModelsTest::valuesAreSetByTheirKind()
 void EditorModelsTest::aValueOfAScriptFlashes()
 {
     Document document(s_pump);
-    document.takeReport(opened("{ \"properties\": { \"value\": 11 } }\n"));
+    document.takeReport(openedReport("{ \"properties\": { \"value\": 11 } }\n"));
     NodeModel model;
     model.setDocument(&document);
     EventReport report = eventReport(QStringLiteral("onValueChange"));
@@ -287,9 +266,10 @@ void EditorModelsTest::aValueOfAScriptFlashes()
 void EditorModelsTest::labelsFollowTheLanguage()
 {
     Document document(s_pump);
-    document.takeReport(opened("{ \"children\": { \"motor\": { \"properties\": {\n"
-                               "  \"labelTextId\": \"power\", \"value\": 1, \"unit\": \"rpm\"\n"
-                               "} } } }\n"));
+    document.takeReport(
+        openedReport("{ \"children\": { \"motor\": { \"properties\": {\n"
+                     "  \"labelTextId\": \"power\", \"value\": 1, \"unit\": \"rpm\"\n"
+                     "} } } }\n"));
     NodeModel model;
     model.setDocument(&document);
     const QString motor = QStringLiteral("motor");
