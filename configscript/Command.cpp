@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+namespace ConfigScript {
+
 Command::Command(CLI::App &program, const std::string &name, const std::string &description)
     : m_arguments(program.add_subcommand(name, description))
 {
@@ -11,3 +13,5 @@ bool Command::isChosen() const
 {
     return m_arguments->parsed();
 }
+
+} // namespace ConfigScript

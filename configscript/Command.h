@@ -6,6 +6,8 @@ namespace CLI {
 class App;
 }
 
+namespace ConfigScript {
+
 /// One of the program's commands: its arguments, and what it does.
 class Command
 {
@@ -25,3 +27,5 @@ protected:
 private:
     CLI::App *m_arguments;
 };
+
+} // namespace ConfigScript

@@ -13,6 +13,8 @@
 
 #include <QJsonObject>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_maximumDepth = 1'000'000;
@@ -152,3 +154,5 @@ void ExplainCommand::print(const DataFlow &flow, const PropertyUrls &urls,
         }
     }
 }
+
+} // namespace ConfigScript

@@ -11,6 +11,8 @@
 
 #include <CLI/CLI.hpp>
 
+namespace ConfigScript {
+
 GraphCommand::GraphCommand(CLI::App &program)
     : Command(program, "graph", "Draw which instances the dependency scripts read and write")
 {
@@ -102,3 +104,5 @@ bool GraphCommand::draw(const FlowGraph &graph, const QString &title, Output &ou
     }
     return true;
 }
+
+} // namespace ConfigScript

@@ -17,6 +17,8 @@
 #include <QFileInfo>
 #include <QJsonObject>
 
+namespace ConfigScript {
+
 namespace {
 
 QString rootInstanceOf(const Project &project, const QString &treePath, const QString &instance)
@@ -153,3 +155,5 @@ bool InplaceResolve::write(const FileTreeNode &root, Diagnostic &error) const
     }
     return true;
 }
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 #include <QSharedPointer>
 #include <QString>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptGuard;
@@ -50,3 +52,5 @@ private:
     const QString m_instance;
     ScriptGuard &m_guard;
 };
+
+} // namespace ConfigScript

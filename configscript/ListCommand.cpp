@@ -16,6 +16,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 /// One instance, as the list shows it.
@@ -166,3 +168,5 @@ int ListCommand::run()
     }
     return ExitCode::success;
 }
+
+} // namespace ConfigScript

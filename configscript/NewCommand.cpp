@@ -17,6 +17,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+namespace ConfigScript {
+
 namespace {
 
 const char *const s_userInterface = "user-interface";
@@ -231,3 +233,5 @@ int NewCommand::makeProject() const
     output.line(QStringLiteral("wrote the project ") + Output::printable(given));
     return ExitCode::success;
 }
+
+} // namespace ConfigScript

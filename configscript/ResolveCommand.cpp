@@ -17,6 +17,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 ResolveCommand::ResolveCommand(CLI::App &program)
     : Command(program, "resolve",
               "Run the dependency scripts of a project and save what they change")
@@ -147,3 +149,5 @@ bool ResolveCommand::isKnownInstance(const Project &project) const
         return name.startsWith(QString::fromStdString(m_instance));
     });
 }
+
+} // namespace ConfigScript

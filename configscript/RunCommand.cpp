@@ -17,6 +17,8 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+namespace ConfigScript {
+
 RunCommand::RunCommand(CLI::App &program)
     : Command(program, "run", "Fire events of an instance's user-interface script")
 {
@@ -225,3 +227,5 @@ void RunCommand::print(const Project &project, const RunRecord &report,
         output.line(QStringLiteral("Nothing was written; --write saves the changes."));
     }
 }
+
+} // namespace ConfigScript

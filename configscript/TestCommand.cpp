@@ -17,6 +17,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace ConfigScript {
+
 TestCommand::TestCommand(CLI::App &program)
     : Command(program, "test", "Run the tests of a project's scripts")
 {
@@ -143,3 +145,5 @@ bool TestCommand::writeJUnit(const TestReport &report) const
     Output::error(error.toString());
     return false;
 }
+
+} // namespace ConfigScript

@@ -21,6 +21,8 @@
 #include <iterator>
 #include <memory>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_maximumRounds = 5; ///< one after the other, because scripts write
@@ -204,3 +206,5 @@ int WatchCommand::run()
                              output))
         .run();
 }
+
+} // namespace ConfigScript

@@ -11,6 +11,8 @@
 #include <memory>
 #include <optional>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// What the program is started with.

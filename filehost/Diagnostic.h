@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 /// What is wrong in a file, and where.
 struct Diagnostic
 {
@@ -13,3 +15,5 @@ struct Diagnostic
     /// "file:line:column: message", without the numbers that are 0.
     QString toString() const;
 };
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class JsonText;
 struct TreeFile;
@@ -70,3 +72,5 @@ private:
     const std::shared_ptr<TreeFile> m_file;
     const Identity m_identity;
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 
 #include <vector>
 
+namespace ConfigScript {
+
 class JsonEdit;
 
 /**
@@ -98,3 +100,5 @@ private:
     mutable std::vector<QSharedPointer<FileTreeNode>>
         m_children; ///< those asked for, as in the text
 };
+
+} // namespace ConfigScript

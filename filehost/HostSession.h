@@ -7,6 +7,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 class FileBatch;
 class TreeObserver;
 class TreeStore;
@@ -63,3 +65,5 @@ private:
     const std::unique_ptr<TreeStore> m_treeStore;
     TreeObserver *m_observer = nullptr;
 };
+
+} // namespace ConfigScript

@@ -11,6 +11,8 @@
 #include <QMap>
 #include <QSet>
 
+namespace ConfigScript {
+
 namespace {
 
 /// The first value under @p key in the element and all below it; an object's own member goes before
@@ -130,3 +132,5 @@ Diagnostic Manifest::placeOf(int element, const QString &message) const
     place.file = m_filePath;
     return place;
 }
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /**
@@ -54,3 +56,5 @@ private:
     QVector<Diagnostic> m_warnings;
     QVector<Entry> m_entries;
 };
+
+} // namespace ConfigScript

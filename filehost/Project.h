@@ -12,6 +12,8 @@
 
 #include <optional>
 
+namespace ConfigScript {
+
 /**
  * A project folder: what its own files say of it, and which instances it has.
  *
@@ -101,3 +103,5 @@ private:
     QHash<QString, QVariantMap> m_units;
     SystemInformationManagerDBusProviderDescriptionHandler m_providers;
 };
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace ConfigScript {
+
 /**
  * Which files make a project, and where they lie. Nothing else knows their names.
  *
@@ -53,3 +55,5 @@ private:
 
     QString m_projectPath;
 };
+
+} // namespace ConfigScript

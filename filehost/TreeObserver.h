@@ -5,6 +5,8 @@
 #include <QVariant>
 #include <QtGlobal>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 struct Diagnostic;
 
@@ -42,3 +44,5 @@ public:
 private:
     Q_DISABLE_COPY(TreeObserver)
 };
+
+} // namespace ConfigScript

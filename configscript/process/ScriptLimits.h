@@ -6,6 +6,8 @@ namespace CLI {
 class App;
 }
 
+namespace ConfigScript {
+
 /// The options that limit what scripts may use.
 class ScriptLimits
 {
@@ -23,3 +25,5 @@ private:
     double m_timeout = 10; ///< in seconds
     int m_memory = 0; ///< in MB; 0 for no limit
 };
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_shownNames = 4;
@@ -339,3 +341,5 @@ QString OrderFindings::ordersText(int count) const
         ? QStringLiteral(" in every order")
         : QStringLiteral(" in %1 of %2 orders").arg(count).arg(m_record.trials().size());
 }
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * Tells from what a project's scripts did, in several orders, where the order matters: results that
  * depend on it, values that do not settle when all scripts run again, properties that more than one
@@ -46,3 +48,5 @@ private:
     const OrderRecord &m_record;
     const OrderCauses m_causes;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 using Style = Output::Style;
@@ -275,3 +277,5 @@ void TextReport::printSummary(const RunRecord &report, bool isDryRun)
         + Output::counted(report.changedValues(), QStringLiteral("value")) + QStringLiteral("; ")
         + Output::milliseconds(report.duration));
 }
+
+} // namespace ConfigScript

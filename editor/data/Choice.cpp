@@ -2,6 +2,8 @@
 
 #include "editor/data/ValueText.h"
 
+namespace ConfigScript {
+
 QVector<Choice> Choice::listOf(const QVariant &choices)
 {
     QVector<Choice> result;
@@ -17,3 +19,5 @@ QVector<Choice> Choice::listOf(const QVariant &choices)
     }
     return result;
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// A value to choose, and the text that stands for it.
 struct Choice
 {
@@ -14,3 +16,5 @@ struct Choice
     /// or of maps { "url": value, "text": its text }, as scripts get listings.
     static QVector<Choice> listOf(const QVariant &choices);
 };
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// What dependency scripts change, or would change.
 struct DependencyReport
 {
@@ -26,3 +28,5 @@ struct DependencyReport
     /// Whether nothing would change, and nothing went wrong.
     bool isQuiet() const;
 };
+
+} // namespace ConfigScript

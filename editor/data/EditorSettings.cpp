@@ -2,6 +2,8 @@
 
 #include <QSettings>
 
+namespace ConfigScript {
+
 namespace {
 
 const QString s_geometry = QStringLiteral("window/geometry");
@@ -26,3 +28,5 @@ void EditorSettings::save() const
     settings.setValue(s_language, language);
     settings.setValue(s_showsEverything, showsEverything);
 }
+
+} // namespace ConfigScript

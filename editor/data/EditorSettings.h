@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace ConfigScript {
+
 /// What the editor remembers from one start to the next, in the user's settings.
 struct EditorSettings
 {
@@ -14,3 +16,5 @@ struct EditorSettings
     static EditorSettings load();
     void save() const;
 };
+
+} // namespace ConfigScript

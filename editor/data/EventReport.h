@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// What an event did.
 struct EventReport
 {
@@ -19,3 +21,5 @@ struct EventReport
     QVector<PropertyChange> answers; ///< what the script wrote into its instance, in order
     QStringList warnings; ///< outside the run
 };
+
+} // namespace ConfigScript

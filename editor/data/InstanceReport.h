@@ -5,6 +5,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 /// An instance that was opened, or read again.
 struct InstanceReport
 {
@@ -17,3 +19,5 @@ struct InstanceReport
     bool keepsHistory = false; ///< whether what was done before can still be undone
     EventReport onOpen;
 };
+
+} // namespace ConfigScript

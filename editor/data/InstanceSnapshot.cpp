@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 bool InstanceSnapshot::Property::isChanged() const
 {
     return !JsonValue::areEqual(value, valueInFile);
@@ -106,3 +108,5 @@ void InstanceSnapshot::adoptMarks(const InstanceSnapshot &older)
         }
     }
 }
+
+} // namespace ConfigScript

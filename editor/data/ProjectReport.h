@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace ConfigScript {
+
 /// Which instances a project has.
 struct ProjectReport
 {
@@ -11,3 +13,5 @@ struct ProjectReport
     QSet<QString> listed; ///< those in the manifest
     QString manifestError; ///< why the manifest cannot be used; empty when it can
 };
+
+} // namespace ConfigScript

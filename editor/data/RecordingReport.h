@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 /// A test that was to be recorded.
 struct RecordingReport
 {
@@ -10,3 +12,5 @@ struct RecordingReport
     QString error; ///< why it was not written; empty when it was
     QString difference; ///< lines that tell why it fails when replayed; empty when it passes
 };
+
+} // namespace ConfigScript

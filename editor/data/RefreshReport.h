@@ -2,6 +2,8 @@
 
 #include "editor/data/InstanceReport.h"
 
+namespace ConfigScript {
+
 /// An open instance that was compared with its files.
 struct RefreshReport
 {
@@ -14,3 +16,5 @@ struct RefreshReport
     Outcome outcome = Outcome::Unchanged;
     InstanceReport instance; ///< when it was read again
 };
+
+} // namespace ConfigScript

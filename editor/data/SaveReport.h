@@ -5,6 +5,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 /// An instance that was to be saved.
 struct SaveReport
 {
@@ -14,3 +16,5 @@ struct SaveReport
     QString error; ///< why it could not be saved although the script agreed
     InstanceSnapshot snapshot; ///< of the tree that was read again, when it is saved
 };
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 Document::Document(const QString &instance)
     : m_instance(instance)
 {
@@ -199,3 +201,5 @@ void Document::countUnsaved()
         Q_EMIT stateChanged();
     }
 }
+
+} // namespace ConfigScript

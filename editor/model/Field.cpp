@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 const QString s_label = QStringLiteral("labelTextId");
@@ -154,3 +156,5 @@ QString Field::textOf(const Document::Error &error, const Labels &labels)
         ? QStringLiteral("%1 (%2)").arg(text, ValueText::toText(error.value))
         : text;
 }
+
+} // namespace ConfigScript

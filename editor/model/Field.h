@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /**
  * What a row of the fields tells of a node with its property "value", or of another property.
  *
@@ -60,4 +62,6 @@ private:
     const InstanceSnapshot::Property *const m_property;
 };
 
-Q_DECLARE_METATYPE(Field::Mark)
+} // namespace ConfigScript
+
+Q_DECLARE_METATYPE(ConfigScript::Field::Mark)

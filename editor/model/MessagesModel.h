@@ -5,6 +5,8 @@
 
 #include <QStandardItemModel>
 
+namespace ConfigScript {
+
 /// What scripts wrote to their consoles, and what the library and the host warned of.
 class MessagesModel : public QStandardItemModel
 {
@@ -25,3 +27,5 @@ public:
 private:
     void addRun(const ScriptRun &run);
 };
+
+} // namespace ConfigScript

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 QFont fontOf(const Field &field)
@@ -394,3 +396,5 @@ void NodeModel::changeAll()
         Q_EMIT dataChanged(indexOfItem(0, 0), indexOfItem(0, ColumnCount - 1));
     }
 }
+
+} // namespace ConfigScript

@@ -12,6 +12,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 /**
  * The nodes and properties of an instance. A node's row shows its property "value", if it has one;
  * its other properties have rows of their own, before those of its children.
@@ -99,3 +101,5 @@ private:
     QSet<int> m_flashing; ///< indexes of items
     QTimer m_flashTimer;
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <QStandardItem>
 #include <QStringList>
 
+namespace ConfigScript {
+
 /// A row of items that show these texts. Each text is its item's tooltip, too, because a column may
 /// be too narrow for it.
 inline QList<QStandardItem *> readOnlyRow(const QStringList &texts)
@@ -16,3 +18,5 @@ inline QList<QStandardItem *> readOnlyRow(const QStringList &texts)
     }
     return items;
 }
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace ConfigScript {
+
 namespace {
 
 [[noreturn]] void endProgram(const QString &function)
@@ -82,3 +84,5 @@ void ScriptThread::taskEnded()
         m_patience.start(); // the next one has its own time
     }
 }
+
+} // namespace ConfigScript

@@ -12,6 +12,8 @@
 #include <functional>
 #include <utility>
 
+namespace ConfigScript {
+
 class Project;
 
 /**
@@ -94,3 +96,5 @@ private:
     int m_tasks = 0;
     QTimer m_patience;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr std::chrono::milliseconds s_settlingTime{200};
@@ -287,3 +289,5 @@ void Workspace::refreshAll()
             open, [this, open](const RefreshReport &report) { takeRefreshed(*open, report); });
     }
 }
+
+} // namespace ConfigScript

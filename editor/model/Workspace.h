@@ -17,6 +17,8 @@
 #include <map>
 #include <memory>
 
+namespace ConfigScript {
+
 /**
  * A project that is being edited: its instances, those of them that are open, and what happened to
  * them. It brings the documents and the worker together, and knows no widget.
@@ -102,3 +104,5 @@ private:
     QTimer m_settling; ///< until files that change are looked at
     ScriptThread m_scripts; ///< the last member: it ends before what it reports to
 };
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include <QLineEdit>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /// An editor for any JSON value, on one line; it shows what is wrong while the user
 /// types.
 class JsonLineEdit : public QLineEdit
@@ -22,3 +24,5 @@ Q_SIGNALS:
 private:
     void showState();
 };
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include <QTreeView>
 
+namespace ConfigScript {
+
 LogDock::LogDock(const QString &title, const QString &name, QAbstractItemModel &model,
                  QWidget *parent)
     : QDockWidget(title, parent)
@@ -19,3 +21,5 @@ LogDock::LogDock(const QString &title, const QString &name, QAbstractItemModel &
                 }
             });
 }
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 class QAbstractItemModel;
 class QTreeView;
 
+namespace ConfigScript {
+
 /// A log beside the instance. While it grows, it shows its end.
 class LogDock : public QDockWidget
 {
@@ -20,3 +22,5 @@ public:
 private:
     QTreeView *m_view;
 };
+
+} // namespace ConfigScript

@@ -18,6 +18,8 @@
 #include <QMessageBox>
 #include <QTreeView>
 
+namespace ConfigScript {
+
 namespace {
 
 QStringList languagesOf(const Project &project)
@@ -387,3 +389,5 @@ void MainWindow::keepSettings() const
                                   m_actions->showEverything->isChecked()};
     settings.save();
 }
+
+} // namespace ConfigScript

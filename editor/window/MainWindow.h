@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QStringList>
 
+namespace ConfigScript {
+
 class InstancePanel;
 class NodePanel;
 class StateBar;
@@ -77,3 +79,5 @@ private:
     StateBar *m_state;
     WindowActions *m_actions = nullptr;
 };
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include <QTreeView>
 
+namespace ConfigScript {
+
 /// The fields of an instance. Whichever column is current, editing begins in that of the values.
 class NodeView : public QTreeView
 {
@@ -23,3 +25,5 @@ protected:
 private:
     void editLines(const QModelIndex &index, const QString &text);
 };
+
+} // namespace ConfigScript

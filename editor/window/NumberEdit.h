@@ -6,6 +6,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 /**
  * An editor for a JSON number of any size. A step changes its last decimal place, as it is written:
  * 0.15 goes to 0.16, 11 to 12.
@@ -37,3 +39,5 @@ protected:
 private:
     QTimer m_series;
 };
+
+} // namespace ConfigScript

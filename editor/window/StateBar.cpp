@@ -7,6 +7,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 StateBar::StateBar(QWidget *parent)
     : QStatusBar(parent)
     , m_state(new QLabel(this))
@@ -46,3 +48,5 @@ void StateBar::tell(const QString &text)
     constexpr std::chrono::milliseconds time{10'000};
     showMessage(text, int(time.count()));
 }
+
+} // namespace ConfigScript

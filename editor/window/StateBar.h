@@ -4,6 +4,9 @@
 
 class QLabel;
 class QPushButton;
+
+namespace ConfigScript {
+
 struct EventReport;
 
 /// The line at the bottom of the window: whether scripts run, a button that stops them, and the
@@ -30,3 +33,5 @@ private:
     QPushButton *m_stop;
     QLabel *m_lastEvent;
 };
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 #include <QMenuBar>
 #include <QToolBar>
 
+namespace ConfigScript {
+
 namespace {
 
 /// Adds an action to a menu.
@@ -150,3 +152,5 @@ void WindowActions::update(const Workspace &workspace)
     record->setEnabled(isIdle && isUsable && document->hasEvents());
     stop->setEnabled(!isIdle);
 }
+
+} // namespace ConfigScript

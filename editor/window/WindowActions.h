@@ -7,6 +7,9 @@
 class QAction;
 class QActionGroup;
 class QMainWindow;
+
+namespace ConfigScript {
+
 class Workspace;
 
 /// What the user can do in the window, as its menus and its tool bar offer it. What each action
@@ -55,3 +58,5 @@ private:
     QMainWindow &m_window;
     QActionGroup *m_languages;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include "filehost/Project.h"
 #include "filehost/json/JsonValue.h"
 
+namespace ConfigScript {
+
 DependencyWriter::DependencyWriter(const Project &project)
     : m_project(project)
 {
@@ -50,3 +52,5 @@ bool DependencyWriter::addTree(const ChangedTree &tree, TreeWriter &writer, QStr
     writer.add(root);
     return true;
 }
+
+} // namespace ConfigScript

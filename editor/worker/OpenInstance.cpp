@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 void collectChanges(const FileTreeNode &node, QVector<PropertyChange> &changes)
@@ -295,3 +297,5 @@ EventReport OpenInstance::takeEvent(const QDateTime &time, const QVector<Propert
     }
     return report;
 }
+
+} // namespace ConfigScript

@@ -15,6 +15,8 @@
 #include <memory>
 #include <optional>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptStopper;
@@ -86,3 +88,5 @@ private:
     SessionRecording m_recording;
     bool m_isTreeWrong = false; ///< the file's, which could not be read again
 };
+
+} // namespace ConfigScript

@@ -1,5 +1,7 @@
 #include "ScriptStopper.h"
 
+namespace ConfigScript {
+
 void ScriptStopper::stop()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -59,3 +61,5 @@ QString ScriptStopper::end()
     return m_function.isEmpty() ? QStringLiteral("the script was stopped by the user")
                                 : m_function + QStringLiteral(" was stopped by the user");
 }
+
+} // namespace ConfigScript

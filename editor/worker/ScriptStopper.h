@@ -7,6 +7,8 @@
 #include <mutex>
 #include <optional>
 
+namespace ConfigScript {
+
 /**
  * Stops scripts when the user asks for it: the one that runs, and those that the same task would
  * run after it.
@@ -37,3 +39,5 @@ private:
     bool m_isAtWork = false; ///< a task
     bool m_isStopped = false; ///< the task at work
 };
+
+} // namespace ConfigScript

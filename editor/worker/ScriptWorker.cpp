@@ -8,6 +8,8 @@
 #include "runner/run/DependencyRun.h"
 #include "runner/run/InplaceRun.h"
 
+namespace ConfigScript {
+
 ScriptWorker::ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper)
     : m_project(project)
     , m_reach(reach)
@@ -120,3 +122,5 @@ RecordingReport ScriptWorker::recordTest(const QString &instance, const QString 
     report.instance = instance;
     return report;
 }
+
+} // namespace ConfigScript

@@ -13,6 +13,8 @@
 
 #include <map>
 
+namespace ConfigScript {
+
 class Manifest;
 class ScriptStopper;
 
@@ -64,3 +66,5 @@ private:
     ScriptStopper &m_stopper;
     std::map<QString, OpenInstance> m_instances;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 /// The change of the same property; the end when there is none.
@@ -66,3 +68,5 @@ QByteArray SessionRecording::toTest(const Project &project, const QString &insta
 {
     return ScriptTestRecorder::record(project, instance, reach, m_events, m_report);
 }
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 
@@ -37,3 +39,5 @@ private:
     HostSession m_session;
     FileBatch m_batch;
 };
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringRef>
 
+namespace ConfigScript {
+
 /**
  * Percent-encoding of the parts of a selector URL (RFC 3986, section 2.1).
  *
@@ -22,3 +24,5 @@ void append(QString &url, const QString &part, Slash slash);
 bool decode(const QStringRef &text, QString &part);
 
 } // namespace PercentEncoding
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * Changes of a JSON text, each touching as little of it as it can: the order of members, members
  * that nobody knows, the spelling of equal values and the layout stay.
@@ -78,3 +80,5 @@ private:
     QByteArray m_colon = ": ";
     QVector<Replacement> m_replacements;
 };
+
+} // namespace ConfigScript

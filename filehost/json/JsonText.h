@@ -8,6 +8,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * A JSON text (RFC 8259) and where its values stand in it.
  *
@@ -124,3 +126,5 @@ inline JsonText::Element JsonText::element(int index) const
     }
     return {int(entry.place), index + 1, type, bool(entry.isPlain)};
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /// Values of JSON data as QVariants, in the form that JsonText::value() gives them.
 namespace JsonValue {
 
@@ -39,3 +41,5 @@ QByteArray toText(const QVariant &value, Layout layout);
 QByteArray toText(const QString &string);
 
 } // namespace JsonValue
+
+} // namespace ConfigScript

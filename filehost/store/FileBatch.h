@@ -13,6 +13,8 @@
 #include <set>
 #include <vector>
 
+namespace ConfigScript {
+
 /**
  * Files that are replaced together or not at all, whatever happens in between: a crash, a kill, a
  * loss of power, a full disk.
@@ -106,3 +108,5 @@ private:
     QStringList m_otherProjects; ///< that hold a journal which points here
     Diagnostic m_reasonToGiveUp; ///< the first one; without a message for none
 };
+
+} // namespace ConfigScript

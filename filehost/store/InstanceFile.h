@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QString>
 
+namespace ConfigScript {
+
 /// Where the tree of an instance lies, and the walls around it.
 namespace InstanceFile {
 
@@ -19,3 +21,5 @@ QString path(const QDir &folder, const QString &instance, QString &error);
 QString nameError(const QString &instance);
 
 } // namespace InstanceFile
+
+} // namespace ConfigScript

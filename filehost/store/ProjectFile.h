@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * One of a project's JSON files, with an object on top, and what is wrong with it.
  *
@@ -48,3 +50,5 @@ private:
     QString m_filePath;
     bool m_exists = false;
 };
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 #include <chrono>
 #include <memory>
 
+namespace ConfigScript {
+
 /**
  * The right to write a project, which one process has at a time: the kernel's lock of the file
  * .configscript-lock in the project folder. It ends with the process, however that ends; what the
@@ -34,3 +36,5 @@ private:
     QByteArray m_filePath;
     Descriptor m_file;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace ConfigScript {
+
 /// Reads and writes whole files.
 namespace TextFile {
 
@@ -50,3 +52,5 @@ bool isUnchanged(const QString &filePath, const Stamp &stamp);
 bool write(const QString &filePath, const QByteArray &content, Diagnostic &error);
 
 } // namespace TextFile
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 /// Whether files lie where they seem to lie.
 namespace Walls {
 
@@ -11,3 +13,5 @@ namespace Walls {
 bool liesInside(const QString &projectPath, const QString &filePath);
 
 } // namespace Walls
+
+} // namespace ConfigScript

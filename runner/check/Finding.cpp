@@ -1,5 +1,7 @@
 #include "Finding.h"
 
+namespace ConfigScript {
+
 Finding Finding::of(Kind kind, const Diagnostic &place)
 {
     const Description &description = kinds().at(int(kind));
@@ -60,3 +62,5 @@ QString Finding::toStringWithColumn() const
         + place.message + QStringLiteral(" [") + name() + QLatin1Char(']');
     return text.toString();
 }
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// Something that a check found.
 struct Finding
 {
@@ -68,3 +70,5 @@ struct Finding
     /// The same with the column, where one is known.
     QString toStringWithColumn() const;
 };
+
+} // namespace ConfigScript

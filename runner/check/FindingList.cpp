@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 FindingList::FindingList(const Project &project)
     : m_project(project)
 {
@@ -34,3 +36,5 @@ QVector<Finding> FindingList::sorted() const
     });
     return findings;
 }
+
+} // namespace ConfigScript

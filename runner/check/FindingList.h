@@ -4,6 +4,8 @@
 
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /// What a check has found in a project so far.
@@ -25,3 +27,5 @@ private:
     const Project &m_project;
     QVector<Finding> m_findings;
 };
+
+} // namespace ConfigScript

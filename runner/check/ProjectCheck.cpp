@@ -16,6 +16,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr auto s_error = Finding::Severity::Error;
@@ -339,3 +341,5 @@ QString ProjectCheck::scriptPath(ScriptKind kind, const QString &fileName) const
     // Not cleaned: the library opens the path as it stands.
     return folderOf(kind) + QLatin1Char('/') + fileName;
 }
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptGuard;
 
@@ -68,3 +70,5 @@ private:
     FindingList m_findings;
     ReferenceCheck m_references;
 };
+
+} // namespace ConfigScript

@@ -14,6 +14,8 @@
 #include <QFileInfo>
 #include <QMetaMethod>
 
+namespace ConfigScript {
+
 namespace {
 
 /// Whether the method of the script's API takes an absolute URL first.
@@ -209,3 +211,5 @@ void ReferenceCheck::checkUnit(const QString &unit, Place place)
     }
     m_knownUnits.insert(unit);
 }
+
+} // namespace ConfigScript

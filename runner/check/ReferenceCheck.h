@@ -6,6 +6,8 @@
 #include <QSet>
 #include <QString>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class FindingList;
 class Project;
@@ -40,3 +42,5 @@ private:
     QSet<QString> m_knownTexts; ///< looked at already
     QSet<QString> m_knownUnits;
 };
+
+} // namespace ConfigScript

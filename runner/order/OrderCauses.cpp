@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 bool areEqual(const QVariant &left, const QVariant &right)
@@ -114,3 +116,5 @@ QVector<int> OrderCauses::involved(int property, int most) const
     }
     return instances.size() <= most ? m_record.sortedInstances(instances) : QVector<int>();
 }
+
+} // namespace ConfigScript

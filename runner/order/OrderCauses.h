@@ -4,6 +4,8 @@
 
 #include <QVector>
 
+namespace ConfigScript {
+
 /// Finds out on which instances' order the value of a property depends.
 class OrderCauses
 {
@@ -32,3 +34,5 @@ private:
 
     const OrderRecord &m_record;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 bool areEqual(const QVariant &left, const QVariant &right)
@@ -252,3 +254,5 @@ bool OrderRecord::stillChanges(int property) const
         return roundsUntilSettled(property, trial) >= maximumRounds;
     });
 }
+
+} // namespace ConfigScript

@@ -14,6 +14,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * What a project's dependency scripts did in several orders, and in each of them several times.
  * Properties, instances and orders are numbered from 0.
@@ -124,3 +126,5 @@ private:
     QHash<int, QSet<int>> m_reads; ///< of an instance, in the first rounds
     QMap<QString, Failure> m_failures; ///< by what they say, for their order
 };
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptGuard;
 
@@ -42,3 +44,5 @@ private:
     ScriptGuard &m_guard;
     RunRecorder::Progress m_progress;
 };
+
+} // namespace ConfigScript

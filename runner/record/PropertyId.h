@@ -5,6 +5,8 @@
 
 #include <tuple>
 
+namespace ConfigScript {
+
 /// Which property of which tree; compared and hashed by its parts.
 struct PropertyId
 {
@@ -25,3 +27,5 @@ struct PropertyId
         return qHash(id.treeFile, seed) ^ (31 * qHash(id.path, seed)) ^ (961 * qHash(id.key, seed));
     }
 };
+
+} // namespace ConfigScript

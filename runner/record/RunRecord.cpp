@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 QString ScriptRun::foreignFunctionText() const
 {
     return ranInstead.isEmpty()
@@ -59,3 +61,5 @@ void RunRecord::sort()
     }
     announced.sort();
 }
+
+} // namespace ConfigScript

@@ -14,6 +14,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 /// A property that a script read or wrote.
 struct TreeAccess
 {
@@ -115,3 +117,5 @@ struct RunRecord
     /// to run.
     void sort();
 };
+
+} // namespace ConfigScript

@@ -16,6 +16,8 @@
 #include <unordered_map>
 #include <vector>
 
+namespace ConfigScript {
+
 class Project;
 
 /// Watches scripts, trees and messages while scripts run, and makes the record. Runs may nest.
@@ -139,3 +141,5 @@ private:
     QStringList m_announced;
     QStringList m_warnings;
 };
+
+} // namespace ConfigScript

@@ -5,8 +5,11 @@
 #include <QHash>
 #include <QString>
 
-class Project;
 class SelectorUrlHandler;
+
+namespace ConfigScript {
+
+class Project;
 
 /// The absolute URLs by which a project's scripts reach trees.
 class TreeUrls
@@ -29,3 +32,5 @@ private:
     const Project &m_project;
     QHash<QString, QString> m_objects; ///< by the folder of their trees
 };
+
+} // namespace ConfigScript

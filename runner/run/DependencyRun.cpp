@@ -8,6 +8,8 @@
 #include "runner/run/OmittedRuns.h"
 #include "runner/run/RecordedResolver.h"
 
+namespace ConfigScript {
+
 namespace {
 
 QList<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,
@@ -89,3 +91,5 @@ RunRecord DependencyRun::resolve(HostSession &session) const
     resolver.resolve(m_instance);
     return resolver.takeLastRecord();
 }
+
+} // namespace ConfigScript

@@ -1,5 +1,7 @@
 #include "DialogReach.h"
 
+namespace ConfigScript {
+
 QStringList dialogReachNames()
 {
     return {nameOf(DialogReach::Instance), nameOf(DialogReach::Project)};
@@ -19,3 +21,5 @@ std::optional<DialogReach> dialogReachOf(const QString &name)
     }
     return std::nullopt;
 }
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <optional>
 
+namespace ConfigScript {
+
 /// Which trees the script of a dialog can reach.
 enum class DialogReach {
     Instance, ///< its own, as in a product's dialogs: nothing by absolute URL
@@ -18,3 +20,5 @@ QString nameOf(DialogReach reach);
 
 /// Nothing when no reach has this name.
 std::optional<DialogReach> dialogReachOf(const QString &name);
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 /// The trees that the script reaches by absolute URL.
@@ -177,3 +179,5 @@ void DialogSession::endRecording()
     m_hostSession.reset();
     m_recorder.reset();
 }
+
+} // namespace ConfigScript

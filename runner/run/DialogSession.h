@@ -19,6 +19,8 @@
 #include <memory>
 #include <optional>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptGuard;
@@ -106,3 +108,5 @@ private:
     std::optional<RunRecorder> m_recorder;
     QString m_refusal;
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include "filehost/Project.h"
 #include "runner/run/DialogScript.h"
 
+namespace ConfigScript {
+
 EventRun::EventRun(const Project &project, const QString &instance, DialogReach reach,
                    ScriptGuard &guard)
     : m_project(project)
@@ -73,3 +75,5 @@ bool EventRun::areEditsPossible(const FileTreeNode &root, const QVector<Event> &
     }
     return true;
 }
+
+} // namespace ConfigScript

@@ -14,6 +14,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 InplaceRun::InplaceRun(const Project &project, const QString &instance, ScriptGuard &guard)
     : m_project(project)
     , m_instance(instance)
@@ -84,3 +86,5 @@ RunRecord InplaceRun::resolve(const QSharedPointer<FileTreeNode> &root, const No
     session.setObserver(nullptr);
     return recorder.takeRecord();
 }
+
+} // namespace ConfigScript

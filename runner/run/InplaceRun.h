@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptGuard;
@@ -48,3 +50,5 @@ private:
     ScriptGuard &m_guard;
     const QStringList m_instances;
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include "filehost/Project.h"
 #include "runner/record/SilentLog.h"
 
+namespace ConfigScript {
+
 QStringList selectedInstances(const Project &project, const QString &name, UnknownName unknown)
 {
     const SilentLog log; // what is wrong with the manifest is told in another way
@@ -13,3 +15,5 @@ QStringList selectedInstances(const Project &project, const QString &name, Unkno
     instances.removeDuplicates();
     return instances;
 }
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace ConfigScript {
+
 class Project;
 
 /// What becomes of a name that selects nothing.
@@ -18,3 +20,5 @@ enum class UnknownName {
  */
 QStringList selectedInstances(const Project &project, const QString &name,
                               UnknownName unknown = UnknownName::SelectsNothing);
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 #include "filehost/store/FileBatch.h"
 #include "runner/record/SilentLog.h"
 
+namespace ConfigScript {
+
 namespace {
 
 std::unique_ptr<JavaScriptDependencyResolver> makeResolver(const Project &project,
@@ -69,3 +71,5 @@ RunRecord RecordedResolver::takeLastRecord()
     m_resolver.reset();
     return takeRecord();
 }
+
+} // namespace ConfigScript

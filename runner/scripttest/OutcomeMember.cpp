@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 const QVector<OutcomeMember> &OutcomeMember::all()
 {
     const QVariant object = QVariantMap();
@@ -30,3 +32,5 @@ const OutcomeMember *OutcomeMember::find(const QString &name)
                      [&name](const OutcomeMember &member) { return member.name == name; });
     return found == members.cend() ? nullptr : &*found;
 }
+
+} // namespace ConfigScript

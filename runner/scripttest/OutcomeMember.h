@@ -4,6 +4,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// A member of the object "expect" of a step, which docs/file-formats.md describes.
 struct OutcomeMember
 {
@@ -35,3 +37,5 @@ struct OutcomeMember
     /// Null for a name that no member has.
     static const OutcomeMember *find(const QString &name);
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include "runner/scripttest/JsonLines.h"
 #include "runner/scripttest/OutcomeMember.h"
 
+namespace ConfigScript {
+
 namespace OutcomeText {
 
 namespace {
@@ -66,3 +68,5 @@ QList<QByteArray> toLines(const QVariantMap &outcome)
 }
 
 } // namespace OutcomeText
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <QList>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /// The outcome of a step, as StepOutcome makes it, as text.
 namespace OutcomeText {
 
@@ -15,3 +17,5 @@ QByteArray toText(const QVariantMap &outcome, const QByteArray &indentation);
 QList<QByteArray> toLines(const QVariantMap &outcome);
 
 } // namespace OutcomeText
+
+} // namespace ConfigScript

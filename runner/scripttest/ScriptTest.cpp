@@ -15,6 +15,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 QString quotedList(QStringList names)
@@ -388,3 +390,5 @@ int ScriptTest::endOfLastMember(int object) const
     }
     return end;
 }
+
+} // namespace ConfigScript

@@ -11,6 +11,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /**
@@ -100,3 +102,5 @@ private:
     QVector<Setting> m_settings;
     QVector<Step> m_steps;
 };
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 
 #include <QFileInfo>
 
+namespace ConfigScript {
+
 namespace ScriptTestRecorder {
 
 namespace {
@@ -82,3 +84,5 @@ Diagnostic fileError(const QString &filePath)
 }
 
 } // namespace ScriptTestRecorder
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /// Makes a test of what an instance's script did.
@@ -29,3 +31,5 @@ QByteArray toText(const QString &instance, DialogReach reach,
 Diagnostic fileError(const QString &filePath);
 
 } // namespace ScriptTestRecorder
+
+} // namespace ConfigScript

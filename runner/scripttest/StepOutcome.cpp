@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace ConfigScript {
+
 namespace StepOutcome {
 
 namespace {
@@ -365,3 +367,5 @@ QVariantMap recorded(const QVariantMap &outcome)
 }
 
 } // namespace StepOutcome
+
+} // namespace ConfigScript

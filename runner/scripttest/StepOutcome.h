@@ -10,6 +10,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /**
@@ -46,3 +48,5 @@ QVariantMap completed(QVariantMap outcome);
 QVariantMap recorded(const QVariantMap &outcome);
 
 } // namespace StepOutcome
+
+} // namespace ConfigScript

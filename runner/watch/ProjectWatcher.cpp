@@ -13,6 +13,8 @@
 #include <chrono>
 #include <utility>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr std::chrono::milliseconds s_settlingTime(200);
@@ -210,3 +212,5 @@ void ProjectWatcher::lookInto(const QString &folder, const QString &suffix, Stam
         }
     }
 }
+
+} // namespace ConfigScript

@@ -24,6 +24,8 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace ConfigScript;
+
 Q_DECLARE_METATYPE(DialogReach)
 
 namespace {

@@ -11,6 +11,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_value = QStringLiteral("value");

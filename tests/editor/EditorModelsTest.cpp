@@ -9,6 +9,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_pump = sampleInstance();

@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_pump = QStringLiteral("pump");

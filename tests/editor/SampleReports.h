@@ -11,9 +11,10 @@ inline QString sampleInstance()
 }
 
 /// Of an event that succeeded.
-inline EventReport eventReport(const QString &function, const QString &argument = QString())
+inline ConfigScript::EventReport eventReport(const QString &function,
+                                             const QString &argument = QString())
 {
-    EventReport report;
+    ConfigScript::EventReport report;
     report.instance = sampleInstance();
     report.run.script = QStringLiteral("scripts/pump.js");
     report.run.function = function;
@@ -23,12 +24,13 @@ inline EventReport eventReport(const QString &function, const QString &argument 
 }
 
 /// Of an instance with the tree that @p text holds.
-inline InstanceReport openedReport(const QByteArray &text)
+inline ConfigScript::InstanceReport openedReport(const QByteArray &text)
 {
-    Diagnostic error;
-    InstanceReport report;
+    ConfigScript::Diagnostic error;
+    ConfigScript::InstanceReport report;
     report.instance = sampleInstance();
-    report.snapshot = InstanceSnapshot(*FileTree::parse(text, {}, error));
+    report.snapshot =
+        ConfigScript::InstanceSnapshot(*ConfigScript::FileTree::parse(text, {}, error));
     report.onOpen = eventReport(QStringLiteral("onOpen"));
     return report;
 }

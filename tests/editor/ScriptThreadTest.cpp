@@ -17,6 +17,8 @@
 #include <optional>
 #include <thread>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_pump = QStringLiteral("pump");

@@ -9,6 +9,8 @@
 #include <memory>
 #include <optional>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_pump = QStringLiteral("pump");

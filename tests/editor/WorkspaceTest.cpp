@@ -8,6 +8,8 @@
 
 #include <memory>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_pump = QStringLiteral("pump");

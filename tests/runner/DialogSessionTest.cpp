@@ -9,6 +9,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QByteArray s_reading("function onOpen(api) {\n"

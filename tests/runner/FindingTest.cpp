@@ -6,6 +6,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+using namespace ConfigScript;
+
 class FindingTest : public StrictTest
 {
     Q_OBJECT

@@ -8,6 +8,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 class InplaceRunTest : public StrictTest
 {
     Q_OBJECT

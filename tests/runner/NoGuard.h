@@ -3,7 +3,7 @@
 #include "runner/record/ScriptGuard.h"
 
 /// Lets every script run.
-class NoGuard : public ScriptGuard
+class NoGuard : public ConfigScript::ScriptGuard
 {
 public:
     void begin(const Subject & /*subject*/, const Interrupt & /*interrupt*/) override { }

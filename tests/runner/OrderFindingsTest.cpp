@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 using Kind = TreeAccess::Kind;

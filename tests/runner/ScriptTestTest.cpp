@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// A value as JSON text, which compares well.
