@@ -27,6 +27,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// What the process holds, in bytes.

@@ -17,6 +17,8 @@
 
 #include <map>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_value = QStringLiteral("value");

@@ -1,5 +1,7 @@
 #include <mimalloc.h>
 
+namespace ConfigScript {
+
 namespace {
 
 /// Before the initialisers of all libraries: what they allocate makes mimalloc take memory.
@@ -12,3 +14,5 @@ void initialise()
 [[gnu::section(".preinit_array"), gnu::used]] void (*const s_initialise)() = initialise;
 
 } // namespace
+
+} // namespace ConfigScript

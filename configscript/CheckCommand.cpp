@@ -13,6 +13,8 @@
 
 #include <QJsonObject>
 
+namespace ConfigScript {
+
 CheckCommand::CheckCommand(CLI::App &program)
     : Command(program, "check",
               "Look for mistakes in a project, without calling its scripts' functions")
@@ -93,3 +95,5 @@ void CheckCommand::print(const Project &project, const QVector<Finding> &finding
     }
     output.line(Findings::summary(findings));
 }
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <QVector>
 
+namespace ConfigScript {
+
 class OrderCheck;
 class Output;
 class Project;
@@ -29,3 +31,5 @@ private:
     bool m_isColorless = false;
     ScriptLimits m_limits;
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace ConfigScript {
+
 /// One of the program's commands: its arguments, and what it does.
 class Command
 {
@@ -26,3 +28,5 @@ protected:
 private:
     CLI::App *m_arguments;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <tuple>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_maximumNodes = 80;
@@ -337,3 +339,5 @@ void DotText::writeEdge(const QString &from, const QString &to, bool isWrite, co
                  isWrite ? QStringLiteral(", penwidth=1.5") : QStringLiteral(", arrowhead=vee"),
                  attributes);
 }
+
+} // namespace ConfigScript

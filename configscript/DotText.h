@@ -8,6 +8,8 @@
 
 #include <tuple>
 
+namespace ConfigScript {
+
 /// A picture of a graph in DOT, the language of graphviz.
 class DotText
 {
@@ -49,3 +51,5 @@ private:
     bool m_isCrowded = false; ///< too much for curves and numbers
     QString m_text;
 };
+
+} // namespace ConfigScript

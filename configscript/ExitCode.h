@@ -1,5 +1,7 @@
 #pragma once
 
+namespace ConfigScript {
+
 /// What the program ends with.
 namespace ExitCode {
 
@@ -8,3 +10,5 @@ constexpr int failure = 1; ///< a script failed, or a file could not be written
 constexpr int unusable = 2; ///< the arguments are wrong, or the project cannot be read
 
 } // namespace ExitCode
+
+} // namespace ConfigScript

@@ -11,6 +11,8 @@
 
 #include <QJsonObject>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_maximumDepth = 1'000'000;
@@ -150,3 +152,5 @@ void ExplainCommand::print(const DataFlow &flow, const PropertyUrls &urls,
         }
     }
 }
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 class DataFlow;
 class FileTreeNode;
 class Output;
@@ -33,3 +35,5 @@ private:
     bool m_isColorless = false;
     ScriptLimits m_limits;
 };
+
+} // namespace ConfigScript

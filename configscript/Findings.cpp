@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace Findings {
 
 namespace {
@@ -79,3 +81,5 @@ QJsonObject toJson(const Project &project, const QVector<Finding> &findings)
 }
 
 } // namespace Findings
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 #include <QJsonObject>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Output;
 class Project;
 
@@ -35,3 +37,5 @@ QJsonObject toRefusal(const Project &project, const QVector<Finding> &findings);
 QJsonObject toJson(const Project &project, const QVector<Finding> &findings);
 
 } // namespace Findings
+
+} // namespace ConfigScript

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 namespace {
 
 QStringList segments(const QString &instance)
@@ -179,3 +181,5 @@ QJsonObject FlowGraph::toJson() const
     }
     return {{QStringLiteral("nodes"), nodes}, {QStringLiteral("edges"), edges}};
 }
+
+} // namespace ConfigScript

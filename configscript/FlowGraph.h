@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class DataFlow;
 class Project;
 class PropertyUrls;
@@ -59,3 +61,5 @@ private:
     QVector<Node> m_nodes;
     QVector<Edge> m_edges;
 };
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 namespace FlowJson {
 
 namespace {
@@ -150,3 +152,5 @@ QJsonObject explanation(const DataFlow &flow, const PropertyUrls &urls,
 }
 
 } // namespace FlowJson
+
+} // namespace ConfigScript

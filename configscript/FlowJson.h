@@ -5,6 +5,8 @@
 #include <QJsonObject>
 #include <QVector>
 
+namespace ConfigScript {
+
 class PropertyUrls;
 
 /// How values went through scripts, for programs. The formats are described in docs/command.md.
@@ -20,3 +22,5 @@ QJsonObject explanation(const DataFlow &flow, const PropertyUrls &urls,
                         const QVector<int> &properties, Direction direction, int depth);
 
 } // namespace FlowJson
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 namespace {
 
 using Style = Output::Style;
@@ -333,3 +335,5 @@ QString FlowReport::changeText(const QVariant &oldValue, const QVariant &newValu
     }
     return Output::printable(texts.join(QStringLiteral(", ")));
 }
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <QSet>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// Prints, as a tree, where values of a run came from, and where they went.
 class FlowReport
 {
@@ -62,3 +64,5 @@ private:
     QSet<int> m_printed; ///< writes, or properties, with all that is below them
     QSet<QVector<int>> m_printedLists; ///< of reads, or writes
 };
+
+} // namespace ConfigScript

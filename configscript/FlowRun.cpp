@@ -8,6 +8,8 @@
 #include "filehost/Project.h"
 #include "runner/DependencyRun.h"
 
+namespace ConfigScript {
+
 FlowRun::FlowRun(const Project &project, std::chrono::milliseconds timeout)
     : m_project(project)
     , m_timeout(timeout)
@@ -75,3 +77,5 @@ void FlowRun::printFailures(const RunReport &report)
         Output::error(line);
     }
 }
+
+} // namespace ConfigScript

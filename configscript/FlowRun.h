@@ -7,6 +7,8 @@
 #include <chrono>
 #include <memory>
 
+namespace ConfigScript {
+
 class Project;
 
 /// Runs all dependency scripts of a project for what they read and write. No file is written.
@@ -34,3 +36,5 @@ private:
     const std::chrono::milliseconds m_timeout;
     int m_exitCode;
 };
+
+} // namespace ConfigScript

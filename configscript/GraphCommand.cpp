@@ -9,6 +9,8 @@
 #include "runner/flow/DataFlow.h"
 #include "runner/flow/PropertyUrls.h"
 
+namespace ConfigScript {
+
 GraphCommand::GraphCommand(CLI::App &program)
     : Command(program, "graph", "Draw which instances the dependency scripts read and write")
 {
@@ -100,3 +102,5 @@ bool GraphCommand::draw(const FlowGraph &graph, const QString &title, Output &ou
     }
     return true;
 }
+
+} // namespace ConfigScript

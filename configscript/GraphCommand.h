@@ -6,6 +6,8 @@
 
 #include <optional>
 
+namespace ConfigScript {
+
 class Output;
 class Project;
 
@@ -29,3 +31,5 @@ private:
     bool m_isColorless = false;
     ScriptLimits m_limits;
 };
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 #include <QProcess>
 #include <QStandardPaths>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_shownMessages = 10;
@@ -63,3 +65,5 @@ bool Graphviz::draw(const QByteArray &dot, const QString &format, const QString 
     }
     return true;
 }
+
+} // namespace ConfigScript

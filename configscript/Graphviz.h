@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace ConfigScript {
+
 /// The program "dot" of graphviz, which draws DOT.
 class Graphviz
 {
@@ -23,3 +25,5 @@ public:
 private:
     const QString m_program;
 };
+
+} // namespace ConfigScript

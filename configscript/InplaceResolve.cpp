@@ -24,6 +24,8 @@
 #include <QFileInfo>
 #include <QJsonObject>
 
+namespace ConfigScript {
+
 namespace {
 
 QString rootInstanceOf(const Project &project, const QString &treePath, const QString &instance)
@@ -204,3 +206,5 @@ RunReport InplaceResolve::resolve(const QSharedPointer<FileTreeNode> &root,
     report.sort();
     return report;
 }
+
+} // namespace ConfigScript

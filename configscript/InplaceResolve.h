@@ -10,6 +10,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptWatchdog;
@@ -49,3 +51,5 @@ private:
     QString m_rootInstance;
     std::chrono::milliseconds m_timeout;
 };
+
+} // namespace ConfigScript

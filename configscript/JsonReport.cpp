@@ -5,6 +5,8 @@
 
 #include <QJsonArray>
 
+namespace ConfigScript {
+
 namespace JsonReport {
 
 namespace {
@@ -146,3 +148,5 @@ QJsonObject make(const Project &project, const RunReport &report, bool isDryRun)
 }
 
 } // namespace JsonReport
+
+} // namespace ConfigScript

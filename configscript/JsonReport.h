@@ -6,6 +6,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 class Project;
 
 /// What happened in a run, for programs. The format is described in docs/command.md.
@@ -16,3 +18,5 @@ QJsonObject make(const Project &project, const RunReport &report, bool isDryRun)
 double milliseconds(std::chrono::nanoseconds duration);
 
 } // namespace JsonReport
+
+} // namespace ConfigScript

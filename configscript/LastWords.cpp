@@ -15,6 +15,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace {
 
 // Everything is made beforehand: a dying process can do little.
@@ -108,3 +110,5 @@ void LastWords::scriptEnds()
 {
     s_script[0] = '\0';
 }
+
+} // namespace ConfigScript

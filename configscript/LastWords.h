@@ -2,6 +2,8 @@
 
 class QString;
 
+namespace ConfigScript {
+
 /**
  * What the program says when a script kills it.
  *
@@ -22,3 +24,5 @@ void scriptBegins(const QString &description);
 void scriptEnds();
 
 } // namespace LastWords
+
+} // namespace ConfigScript

@@ -14,6 +14,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 /// One instance, as the list shows it.
@@ -164,3 +166,5 @@ int ListCommand::run()
     }
     return ExitCode::success;
 }
+
+} // namespace ConfigScript

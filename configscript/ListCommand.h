@@ -2,6 +2,8 @@
 
 #include "configscript/Command.h"
 
+namespace ConfigScript {
+
 /// configscript list: the instances of a project.
 class ListCommand : public Command
 {
@@ -14,3 +16,5 @@ private:
     std::string m_projectPath;
     bool m_isJson = false;
 };
+
+} // namespace ConfigScript

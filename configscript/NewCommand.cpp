@@ -15,6 +15,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+namespace ConfigScript {
+
 namespace {
 
 const char *const s_userInterface = "user-interface";
@@ -229,3 +231,5 @@ int NewCommand::makeProject() const
     output.line(QStringLiteral("wrote the project ") + Output::printable(given));
     return ExitCode::success;
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 class Project;
 
 /// configscript new: starting points for authors, a script or a whole project.
@@ -25,3 +27,5 @@ private:
     std::string m_projectPath;
     std::string m_newProjectPath;
 };
+
+} // namespace ConfigScript

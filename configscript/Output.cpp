@@ -9,6 +9,8 @@
 
 #include <unistd.h>
 
+namespace ConfigScript {
+
 Output::Output(Color color)
     : m_isColored(color == Color::Automatic && isatty(STDOUT_FILENO) != 0
                   && qEnvironmentVariableIsEmpty("NO_COLOR"))
@@ -116,3 +118,5 @@ void Output::error(const QString &text)
     const QByteArray bytes = "configscript: " + text.toUtf8() + '\n';
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
 }
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 
 class QJsonObject;
 
+namespace ConfigScript {
+
 /// Text for people, in UTF-8, coloured where a terminal shows it.
 class Output
 {
@@ -44,3 +46,5 @@ public:
 private:
     bool m_isColored;
 };
+
+} // namespace ConfigScript

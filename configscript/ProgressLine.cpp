@@ -4,6 +4,8 @@
 
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr std::chrono::milliseconds s_delay(400); // shorter runs show nothing
@@ -45,3 +47,5 @@ void ProgressLine::clear()
         m_isShown = false;
     }
 }
+
+} // namespace ConfigScript

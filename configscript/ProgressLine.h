@@ -4,6 +4,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 /// One line on the terminal that tells how far a run is. Shows itself only when the run lasts, and
 /// only where standard output and standard error are terminals.
 class ProgressLine
@@ -26,3 +28,5 @@ private:
     bool m_isShown = false;
     Clock::time_point m_nextUpdate;
 };
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+namespace ConfigScript {
+
 namespace {
 
 void print(const QStringList &recoveries)
@@ -52,3 +54,5 @@ std::optional<Project> openProjectAround(const std::string &filePath,
     }
     return openProject(folder.path().toStdString(), lock);
 }
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+namespace ConfigScript {
+
 /**
  * The project that an argument names; nothing, after a message on standard error, when it cannot
  * be read. What an interrupted run left in it is finished or undone first, with a message, too.
@@ -22,3 +24,5 @@ std::unique_ptr<ProjectLock> lockProject(const Project &project, Diagnostic &err
 /// The project whose folder holds @p filePath, directly or further up.
 std::optional<Project> openProjectAround(const std::string &filePath,
                                          std::unique_ptr<ProjectLock> *lock = nullptr);
+
+} // namespace ConfigScript

@@ -15,6 +15,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 ResolveCommand::ResolveCommand(CLI::App &program)
     : Command(program, "resolve",
               "Run the dependency scripts of a project and save what they change")
@@ -144,3 +146,5 @@ bool ResolveCommand::isKnownInstance(const Project &project) const
         return name.startsWith(QString::fromStdString(m_instance));
     });
 }
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include "configscript/Command.h"
 #include "configscript/ScriptLimits.h"
 
+namespace ConfigScript {
+
 class Output;
 class Project;
 
@@ -30,3 +32,5 @@ private:
     bool m_isColorless = false;
     ScriptLimits m_limits;
 };
+
+} // namespace ConfigScript

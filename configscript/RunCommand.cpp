@@ -14,6 +14,8 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+namespace ConfigScript {
+
 RunCommand::RunCommand(CLI::App &program)
     : Command(program, "run", "Fire events of an instance's user-interface script")
 {
@@ -194,3 +196,5 @@ void RunCommand::print(const Project &project, const RunReport &report,
         output.line(QStringLiteral("Nothing was written; --write saves the changes."));
     }
 }
+
+} // namespace ConfigScript

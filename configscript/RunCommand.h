@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+namespace ConfigScript {
+
 class Project;
 
 /// configscript run: fires events of one instance's user-interface script.
@@ -39,3 +41,5 @@ private:
     bool m_isColorless = false;
     ScriptLimits m_limits;
 };
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 
 #include <sys/resource.h>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr double s_maximumTimeout = 1'000'000; ///< in seconds
@@ -53,3 +55,5 @@ void ScriptLimits::limitMemory() const
         LastWords::memoryIsLimited(m_memory);
     }
 }
+
+} // namespace ConfigScript

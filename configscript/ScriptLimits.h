@@ -4,6 +4,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 /// The options that limit what scripts may use.
 class ScriptLimits
 {
@@ -21,3 +23,5 @@ private:
     double m_timeout = 10; ///< in seconds
     int m_memory = 0; ///< in MB; 0 for no limit
 };
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace {
 
 /// How long an interrupted script has to come to its end.
@@ -142,3 +144,5 @@ QString ScriptWatchdog::lastCall() const
     return QStringLiteral("last API call: %1(%2)")
         .arg(QString::fromUtf8(m_operation), texts.join(QStringLiteral(", ")));
 }
+
+} // namespace ConfigScript

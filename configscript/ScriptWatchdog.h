@@ -7,6 +7,8 @@
 #include <mutex>
 #include <thread>
 
+namespace ConfigScript {
+
 /**
  * Stops scripts that run too long.
  *
@@ -52,3 +54,5 @@ private:
 
     std::thread m_thread; ///< last: it uses the others
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace {
 
 int s_pipe[2] = {-1, -1};
@@ -60,3 +62,5 @@ void Termination::setImmediate(bool isImmediate)
 {
     s_isImmediate = isImmediate ? 1 : 0;
 }
+
+} // namespace ConfigScript

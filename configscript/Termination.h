@@ -6,6 +6,8 @@
 
 class QSocketNotifier;
 
+namespace ConfigScript {
+
 /// Turns SIGINT and SIGTERM into a call on the thread of its maker. The second one ends the program
 /// at once. At most one at a time.
 class Termination : public QObject
@@ -25,3 +27,5 @@ Q_SIGNALS:
 private:
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
+
+} // namespace ConfigScript

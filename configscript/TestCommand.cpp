@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace ConfigScript {
+
 TestCommand::TestCommand(CLI::App &program)
     : Command(program, "test", "Run the tests of a project's scripts")
 {
@@ -141,3 +143,5 @@ bool TestCommand::writeJUnit(const TestReport &report) const
     Output::error(error.toString());
     return false;
 }
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 
 #include <QStringList>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptTest;
 
@@ -31,3 +33,5 @@ private:
     bool m_isColorless = false;
     ScriptLimits m_limits;
 };
+
+} // namespace ConfigScript

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 using Style = Output::Style;
@@ -240,3 +242,5 @@ QByteArray TestReport::toJUnit() const
     xml.writeEndDocument();
     return text;
 }
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 class Output;
 class Project;
 
@@ -52,3 +54,5 @@ private:
     QVector<Test> m_tests;
     std::chrono::nanoseconds m_duration{0};
 };
+
+} // namespace ConfigScript

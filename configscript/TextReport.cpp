@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 using Style = Output::Style;
@@ -278,3 +280,5 @@ void TextReport::printSummary(const RunReport &report, bool isDryRun)
         + Output::counted(report.changedValues(), QStringLiteral("value")) + QStringLiteral("; ")
         + Output::milliseconds(report.duration));
 }
+
+} // namespace ConfigScript

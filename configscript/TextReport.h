@@ -5,6 +5,8 @@
 
 #include <QHash>
 
+namespace ConfigScript {
+
 class Project;
 
 /// Prints what happened in a run, for people.
@@ -48,3 +50,5 @@ private:
     Detail m_detail;
     QHash<QString, QString> m_texts;
 };
+
+} // namespace ConfigScript

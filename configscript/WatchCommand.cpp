@@ -19,6 +19,8 @@
 #include <iterator>
 #include <memory>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_maximumRounds = 5; ///< one after the other, because scripts write
@@ -202,3 +204,5 @@ int WatchCommand::run()
                              output))
         .run();
 }
+
+} // namespace ConfigScript

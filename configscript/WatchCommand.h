@@ -3,6 +3,8 @@
 #include "configscript/Command.h"
 #include "configscript/ScriptLimits.h"
 
+namespace ConfigScript {
+
 /// configscript watch: checks and resolves again what files touch that change.
 class WatchCommand : public Command
 {
@@ -18,3 +20,5 @@ private:
     bool m_isColorless = false;
     ScriptLimits m_limits;
 };
+
+} // namespace ConfigScript

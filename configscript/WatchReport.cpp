@@ -14,6 +14,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 using Style = Output::Style;
@@ -132,3 +134,5 @@ void WatchReport::printJson(const Project &project, const Content &content, bool
     m_output.text(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))
                   + QLatin1Char('\n'));
 }
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Output;
 class Project;
 
@@ -41,3 +43,5 @@ private:
     Format m_format;
     Output &m_output;
 };
+
+} // namespace ConfigScript

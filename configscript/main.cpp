@@ -20,6 +20,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// Opens the standard streams that are closed, so that no file of a project takes their place.

@@ -7,6 +7,8 @@
 #include <QPainter>
 #include <QPalette>
 
+namespace ConfigScript {
+
 namespace {
 
 enum class Shape { Dot, Disc, Triangle, Rings, Dots };
@@ -119,3 +121,5 @@ QIcon more()
 }
 
 } // namespace BadgeIcon
+
+} // namespace ConfigScript

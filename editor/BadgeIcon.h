@@ -2,6 +2,8 @@
 
 #include <QIcon>
 
+namespace ConfigScript {
+
 /// Small marks in the colours of the application's palette.
 namespace BadgeIcon {
 
@@ -12,3 +14,5 @@ QIcon listed(); ///< two linked rings
 QIcon more(); ///< three dots
 
 } // namespace BadgeIcon
+
+} // namespace ConfigScript

@@ -13,6 +13,8 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+namespace ConfigScript {
+
 DependencyDialog::DependencyDialog(const Project &project, const Labels &labels,
                                    const DependencyReport &report, QWidget *parent)
     : QDialog(parent)
@@ -146,3 +148,5 @@ QString DependencyDialog::summary(const DependencyReport &report)
     }
     return scripts;
 }
+
+} // namespace ConfigScript

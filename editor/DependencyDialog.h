@@ -6,6 +6,8 @@
 #include <QDialog>
 #include <QStandardItemModel>
 
+namespace ConfigScript {
+
 class Project;
 
 /// What dependency scripts change, per file and property, and how they fared; to be accepted or
@@ -28,3 +30,5 @@ private:
 
     QStandardItemModel m_changes;
 };
+
+} // namespace ConfigScript

@@ -14,6 +14,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 DependencyPreview::DependencyPreview(const Project &project, const TextManager &texts,
                                      ScriptGuard &guard)
     : m_project(project)
@@ -76,3 +78,5 @@ DependencyReport DependencyPreview::run(const QString &instance,
     report.report.sort();
     return report;
 }
+
+} // namespace ConfigScript

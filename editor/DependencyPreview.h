@@ -5,10 +5,13 @@
 #include <QSharedPointer>
 #include <QString>
 
+class TextManager;
+
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptGuard;
-class TextManager;
 
 /// Runs dependency scripts inside one tree in memory, as they would run after it is saved; scripts
 /// reach nothing outside the tree.
@@ -26,3 +29,5 @@ private:
     const TextManager &m_texts;
     ScriptGuard &m_guard;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include "filehost/Project.h"
 #include "filehost/json/JsonValue.h"
 
+namespace ConfigScript {
+
 namespace {
 
 bool hasValue(const FileTreeNode &node, const PropertyChange &change)
@@ -61,3 +63,5 @@ bool DependencyWriter::addTree(const ChangedTree &tree, TreeWriter &writer, QStr
     writer.add(root);
     return true;
 }
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include "editor/Reports.h"
 
+namespace ConfigScript {
+
 class Project;
 class TreeWriter;
 
@@ -20,3 +22,5 @@ private:
 
     const Project &m_project;
 };
+
+} // namespace ConfigScript

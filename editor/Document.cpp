@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 Document::Document(const QString &instance)
     : m_instance(instance)
 {
@@ -198,3 +200,5 @@ void Document::countUnsaved()
         Q_EMIT stateChanged();
     }
 }
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * An open instance as the window knows it: a snapshot of its tree, the errors that its script
  * reported, and what can be undone.
@@ -99,3 +101,5 @@ private:
     int m_unsaved = 0;
     QUndoStack m_undoStack;
 };
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 QVector<PropertyChange> reversed(const QVector<PropertyChange> &changes)
@@ -42,3 +44,5 @@ void EditCommand::redo()
         m_isDone = true;
     }
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 
 #include <QUndoCommand>
 
+namespace ConfigScript {
+
 /// What the user changed in one go, together with what the script wrote in answer, and the errors
 /// before and after.
 class EditCommand : public QUndoCommand
@@ -24,3 +26,5 @@ private:
     const QVector<Document::Error> m_errorsAfter;
     bool m_isDone = true;
 };
+
+} // namespace ConfigScript

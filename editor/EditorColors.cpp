@@ -2,6 +2,8 @@
 
 #include <QPalette>
 
+namespace ConfigScript {
+
 EditorColors::EditorColors(const QPalette &palette)
 {
     const QColor &base = palette.color(QPalette::Base);
@@ -25,3 +27,5 @@ QColor EditorColors::mixed(const QColor &first, const QColor &second, qreal shar
                             first.greenF() * shareOfFirst + second.greenF() * shareOfSecond,
                             first.blueF() * shareOfFirst + second.blueF() * shareOfSecond);
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 
 class QPalette;
 
+namespace ConfigScript {
+
 /// The colours with a meaning, as they are readable on a palette's base.
 class EditorColors
 {
@@ -19,3 +21,5 @@ public:
 
     static QColor mixed(const QColor &first, const QColor &second, qreal shareOfSecond);
 };
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 
 #include <QTime>
 
+namespace ConfigScript {
+
 namespace {
 
 QString placeOf(const PropertyChange &change)
@@ -82,3 +84,5 @@ void EventsModel::add(const DependencyReport &report)
         addRun(QStringLiteral("%1  %2  %3").arg(time, run.function, run.instance), run, {}, {});
     }
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 
 #include <QStandardItemModel>
 
+namespace ConfigScript {
+
 /// The events of the session, the latest one last; below each, what the user changed, what the
 /// script wrote and what it reported.
 class EventsModel : public QStandardItemModel
@@ -25,3 +27,5 @@ private:
     void addRun(const QString &title, const ScriptRun &run, const QVector<PropertyChange> &edits,
                 const QVector<PropertyChange> &answers);
 };
+
+} // namespace ConfigScript

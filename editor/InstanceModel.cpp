@@ -5,6 +5,8 @@
 
 #include <QFont>
 
+namespace ConfigScript {
+
 void InstanceModel::setInstances(const QStringList &instances, const QSet<QString> &listed)
 {
     beginResetModel();
@@ -155,3 +157,5 @@ QVariant InstanceModel::headerData(int section, Qt::Orientation orientation, int
     }
     return QVariant();
 }
+
+} // namespace ConfigScript

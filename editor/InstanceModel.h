@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * The names of a project's instances as a tree: one row for each part of a name. A row may be an
  * instance, a folder of others, or both. Trees are not read for it.
@@ -66,3 +68,5 @@ private:
     QSet<QString> m_listed;
     QHash<QString, Badges> m_badges;
 };
+
+} // namespace ConfigScript

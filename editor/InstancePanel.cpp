@@ -10,6 +10,8 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_expandedInstances = 200; // with more, the tree begins closed
@@ -100,3 +102,5 @@ void InstancePanel::choose(const QModelIndex &index)
         Q_EMIT chosen(instance);
     }
 }
+
+} // namespace ConfigScript

@@ -3,10 +3,13 @@
 #include <QSortFilterProxyModel>
 #include <QWidget>
 
-class InstanceModel;
 class QLabel;
 class QLineEdit;
 class QTreeView;
+
+namespace ConfigScript {
+
+class InstanceModel;
 struct ProjectReport;
 
 /// The instances of the project, and a filter for their names.
@@ -34,3 +37,5 @@ private:
     QTreeView *m_view;
     QLabel *m_manifestError;
 };
+
+} // namespace ConfigScript

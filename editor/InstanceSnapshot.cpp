@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 bool areEqual(const QVariant &left, const QVariant &right)
@@ -116,3 +118,5 @@ void InstanceSnapshot::adoptMarks(const InstanceSnapshot &older)
         }
     }
 }
+
+} // namespace ConfigScript

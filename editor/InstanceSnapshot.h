@@ -5,6 +5,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 
 /**
@@ -68,3 +70,5 @@ private:
     QVector<Node> m_nodes; ///< each before its children
     QHash<QString, int> m_indexes; ///< by path
 };
+
+} // namespace ConfigScript

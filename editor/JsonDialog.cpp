@@ -10,6 +10,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+namespace ConfigScript {
+
 JsonDialog::JsonDialog(const QString &title, const QString &text, QWidget *parent)
     : QDialog(parent)
     , m_text(new QPlainTextEdit(this))
@@ -56,3 +58,5 @@ void JsonDialog::showState()
     m_ok->setEnabled(ValueText::toJson(m_text->toPlainText(), error).isValid());
     m_error->setText(error);
 }
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 
+namespace ConfigScript {
+
 /// Edits a JSON value on many lines; it shows what is wrong while one types, and takes only JSON.
 class JsonDialog : public QDialog
 {
@@ -25,3 +27,5 @@ private:
     QLabel *m_error;
     QPushButton *m_ok;
 };
+
+} // namespace ConfigScript

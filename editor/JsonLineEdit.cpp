@@ -6,6 +6,8 @@
 
 #include <QAction>
 
+namespace ConfigScript {
+
 JsonLineEdit::JsonLineEdit(QWidget *parent)
     : QLineEdit(parent)
 {
@@ -42,3 +44,5 @@ void JsonLineEdit::showState()
     setToolTip(error);
     setAccessibleDescription(error);
 }
+
+} // namespace ConfigScript

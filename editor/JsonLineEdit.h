@@ -3,6 +3,8 @@
 #include <QLineEdit>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /// An editor for any JSON value, on one line; it shows what is wrong while one types.
 class JsonLineEdit : public QLineEdit
 {
@@ -21,3 +23,5 @@ Q_SIGNALS:
 private:
     void showState();
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /// Label texts and the texts of units in the language of the window.
 struct Labels
 {
@@ -20,3 +22,5 @@ struct Labels
         return units.value(unit).value(language, unit).toString();
     }
 };
+
+} // namespace ConfigScript

@@ -24,6 +24,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_messageTime = 10'000; // milliseconds
@@ -517,3 +519,5 @@ void MainWindow::keepSettings() const
     settings.setValue(s_everythingKey, m_showsEverything->isChecked());
     settings.setValue(s_languageKey, m_labels.language);
 }
+
+} // namespace ConfigScript

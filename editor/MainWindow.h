@@ -8,12 +8,15 @@
 #include <QPointer>
 #include <QStringList>
 
-class InstancePanel;
-class NodePanel;
 class QAction;
 class QLabel;
 class QPushButton;
 class QTreeView;
+
+namespace ConfigScript {
+
+class InstancePanel;
+class NodePanel;
 
 /// The editor's window: the instances of a project on the left, the current one in the middle, what
 /// scripts did and said on the right.
@@ -94,3 +97,5 @@ private:
     QLabel *m_lastEvent = nullptr;
     QPushButton *m_stopButton = nullptr;
 };
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include "editor/BadgeIcon.h"
 #include "editor/ReadOnlyRow.h"
 
+namespace ConfigScript {
+
 namespace {
 
 QString placeOf(const QString &file, int line)
@@ -71,3 +73,5 @@ void MessagesModel::add(const DependencyReport &report)
         add(omitted.instance, tr("not run: %1").arg(omitted.reason), QtCriticalMsg);
     }
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 
 #include <QStandardItemModel>
 
+namespace ConfigScript {
+
 /// What scripts wrote to their consoles, and what the library and the host warned of.
 class MessagesModel : public QStandardItemModel
 {
@@ -24,3 +26,5 @@ public:
 private:
     void addRun(const ScriptRun &run);
 };
+
+} // namespace ConfigScript

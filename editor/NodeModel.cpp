@@ -12,6 +12,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 const QString s_value = QStringLiteral("value");
@@ -530,3 +532,5 @@ void NodeModel::changeAll()
         Q_EMIT dataChanged(indexOfItem(0, 0), indexOfItem(0, ColumnCount - 1));
     }
 }
+
+} // namespace ConfigScript

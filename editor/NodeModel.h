@@ -9,6 +9,8 @@
 #include <QTimer>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * The nodes and properties of an instance. A node's row shows its property "value", if it has one;
  * its other properties have rows of their own, before those of its children.
@@ -119,4 +121,6 @@ private:
     QTimer m_flashTimer;
 };
 
-Q_DECLARE_METATYPE(NodeModel::Mark)
+} // namespace ConfigScript
+
+Q_DECLARE_METATYPE(ConfigScript::NodeModel::Mark)

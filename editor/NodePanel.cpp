@@ -11,6 +11,8 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+namespace ConfigScript {
+
 namespace {
 
 enum Page { EmptyPage, NodesPage, ProblemPage };
@@ -157,3 +159,5 @@ void NodePanel::jumpToError(int row)
 {
     m_view->jumpTo(m_model.indexOf(m_model.document()->errors().at(row).path));
 }
+
+} // namespace ConfigScript

@@ -4,11 +4,14 @@
 
 #include <QWidget>
 
-class NodeView;
-class NoticeBar;
 class QLabel;
 class QListWidget;
 class QStackedWidget;
+
+namespace ConfigScript {
+
+class NodeView;
+class NoticeBar;
 
 /// The current instance: its fields, the errors that its script reported, and what else the user
 /// should know of it; or why it cannot be shown.
@@ -50,3 +53,5 @@ private:
     QLabel *m_errorsLabel;
     QListWidget *m_errors;
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 
+namespace ConfigScript {
+
 NodeView::NodeView(QWidget *parent)
     : QTreeView(parent)
 {
@@ -93,3 +95,5 @@ void NodeView::editLines(const QModelIndex &index, const QString &text)
     });
     dialog->open();
 }
+
+} // namespace ConfigScript

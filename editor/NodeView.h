@@ -2,6 +2,8 @@
 
 #include <QTreeView>
 
+namespace ConfigScript {
+
 /// The fields of an instance. Editing begins in the column of the values, whichever is current.
 class NodeView : public QTreeView
 {
@@ -23,3 +25,5 @@ protected:
 private:
     void editLines(const QModelIndex &index, const QString &text);
 };
+
+} // namespace ConfigScript

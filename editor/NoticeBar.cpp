@@ -6,6 +6,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+namespace ConfigScript {
+
 NoticeBar::NoticeBar(QWidget *parent)
     : QFrame(parent)
     , m_text(new QLabel(this))
@@ -38,3 +40,5 @@ void NoticeBar::show(const QString &text, bool offersReload, bool isUnsaved)
     m_discard->setVisible(offersReload && isUnsaved);
     setVisible(!text.isEmpty());
 }
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 class QLabel;
 class QPushButton;
 
+namespace ConfigScript {
+
 /// A line that tells something about the current instance, and may offer to read it again.
 class NoticeBar : public QFrame
 {
@@ -24,3 +26,5 @@ private:
     QPushButton *m_reload;
     QPushButton *m_discard;
 };
+
+} // namespace ConfigScript

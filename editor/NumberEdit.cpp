@@ -7,6 +7,8 @@
 
 #include <cmath>
 
+namespace ConfigScript {
+
 NumberEdit::NumberEdit(QWidget *parent)
     : QAbstractSpinBox(parent)
 {
@@ -53,3 +55,5 @@ QAbstractSpinBox::StepEnabled NumberEdit::stepEnabled() const
 {
     return StepUpEnabled | StepDownEnabled;
 }
+
+} // namespace ConfigScript

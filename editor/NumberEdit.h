@@ -4,6 +4,8 @@
 #include <QTimer>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /**
  * An editor for a JSON number of any size. A step changes its last decimal place, as it is written:
  * 0.15 goes to 0.16, 11 to 12.
@@ -35,3 +37,5 @@ protected:
 private:
     QTimer m_series;
 };
+
+} // namespace ConfigScript

@@ -17,6 +17,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 void collectChanges(const FileTreeNode &node, QVector<PropertyChange> &changes)
@@ -310,3 +312,5 @@ EventReport OpenInstance::fire(const std::function<void()> &event)
     }
     return report;
 }
+
+} // namespace ConfigScript

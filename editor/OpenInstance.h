@@ -14,12 +14,15 @@
 #include <memory>
 #include <optional>
 
-class FileTreeNode;
 class JavaScriptHandlerUiWrapper;
-class Project;
-class ScriptStopper;
 class TextManager;
 class UnitManagerWrapper;
+
+namespace ConfigScript {
+
+class FileTreeNode;
+class Project;
+class ScriptStopper;
 
 /**
  * An instance that the user edits, on the worker's thread: its tree, its user-interface script, and
@@ -86,3 +89,5 @@ private:
     SessionRecording m_recording;
     bool m_isTreeWrong = false; ///< the file's, which could not be read again
 };
+
+} // namespace ConfigScript

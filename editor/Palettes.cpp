@@ -5,6 +5,8 @@
 #include <QApplication>
 #include <QPalette>
 
+namespace ConfigScript {
+
 namespace {
 
 QPalette paletteOf(const QColor &window, const QColor &base, const QColor &text,
@@ -56,3 +58,5 @@ bool use(const QString &name)
 }
 
 } // namespace Palettes
+
+} // namespace ConfigScript

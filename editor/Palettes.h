@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace ConfigScript {
+
 /// The palettes that the program can be started with.
 namespace Palettes {
 
@@ -13,3 +15,5 @@ QStringList names();
 bool use(const QString &name);
 
 } // namespace Palettes
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <QComboBox>
 #include <QLineEdit>
 
+namespace ConfigScript {
+
 namespace {
 
 /// Where an editor's text is entered; null when it has none.
@@ -135,3 +137,5 @@ QSize PropertyDelegate::sizeHint(const QStyleOptionViewItem &option, const QMode
     size.setHeight(option.fontMetrics.height() * 3 / 2);
     return size;
 }
+
+} // namespace ConfigScript

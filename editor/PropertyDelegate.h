@@ -2,6 +2,8 @@
 
 #include <QStyledItemDelegate>
 
+namespace ConfigScript {
+
 /**
  * Editors for values, by their type: a list of choices, a number, a text, JSON for everything else.
  * Truth values are check boxes of the view.
@@ -35,3 +37,5 @@ private:
     void commit(QWidget *editor) const;
     QWidget *createChoices(QWidget *parent, const QModelIndex &index) const;
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <QStandardItem>
 #include <QStringList>
 
+namespace ConfigScript {
+
 /// A row of items that show texts, in tooltips, too, where there is little room.
 inline QList<QStandardItem *> readOnlyRow(const QStringList &texts)
 {
@@ -15,3 +17,5 @@ inline QList<QStandardItem *> readOnlyRow(const QStringList &texts)
     }
     return items;
 }
+
+} // namespace ConfigScript

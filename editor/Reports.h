@@ -12,6 +12,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 // What the worker's thread tells the window's: plain data, which shares nothing.
 
 /// Which instances a project has.
@@ -83,9 +85,11 @@ struct RecordingReport
     QString difference; ///< why it does not pass when it is replayed, in lines; empty when it does
 };
 
-Q_DECLARE_METATYPE(ProjectReport)
-Q_DECLARE_METATYPE(EventReport)
-Q_DECLARE_METATYPE(InstanceReport)
-Q_DECLARE_METATYPE(SaveReport)
-Q_DECLARE_METATYPE(DependencyReport)
-Q_DECLARE_METATYPE(RecordingReport)
+} // namespace ConfigScript
+
+Q_DECLARE_METATYPE(ConfigScript::ProjectReport)
+Q_DECLARE_METATYPE(ConfigScript::EventReport)
+Q_DECLARE_METATYPE(ConfigScript::InstanceReport)
+Q_DECLARE_METATYPE(ConfigScript::SaveReport)
+Q_DECLARE_METATYPE(ConfigScript::DependencyReport)
+Q_DECLARE_METATYPE(ConfigScript::RecordingReport)

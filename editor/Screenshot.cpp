@@ -9,6 +9,8 @@
 
 #include <cstdio>
 
+namespace ConfigScript {
+
 Screenshot::Screenshot(MainWindow &window, const QString &instance, const QString &filePath)
     : m_window(window)
     , m_instance(instance)
@@ -32,3 +34,5 @@ void Screenshot::takeIfReady()
         QCoreApplication::exit(isWritten ? 0 : 1);
     });
 }
+
+} // namespace ConfigScript

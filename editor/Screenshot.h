@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QString>
 
+namespace ConfigScript {
+
 class MainWindow;
 
 /// Makes a picture of the window as soon as it shows what was asked for, and ends the program.
@@ -21,3 +23,5 @@ private:
     const QString m_instance;
     const QString m_filePath;
 };
+
+} // namespace ConfigScript

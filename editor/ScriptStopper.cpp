@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 void ScriptStopper::stop()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -55,3 +57,5 @@ QString ScriptStopper::end()
     return m_function.isEmpty() ? QStringLiteral("the script was stopped by the user")
                                 : m_function + QStringLiteral(" was stopped by the user");
 }
+
+} // namespace ConfigScript

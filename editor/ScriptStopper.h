@@ -4,6 +4,8 @@
 
 #include <mutex>
 
+namespace ConfigScript {
+
 /**
  * Stops scripts when the user asks for it: the one that runs, and those that the same task would
  * run after it.
@@ -30,3 +32,5 @@ private:
     bool m_isAtWork = false;
     bool m_isStopped = false; ///< the task
 };
+
+} // namespace ConfigScript

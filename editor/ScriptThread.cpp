@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 
+namespace ConfigScript {
+
 ScriptThread::ScriptThread(const Project &project)
     : m_worker(new ScriptWorker(project, m_stopper))
 {
@@ -63,3 +65,5 @@ void ScriptThread::taskEnded()
         m_patience.start(); // the next one has its own time
     }
 }
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 
 #include <functional>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptWorker;
 
@@ -54,3 +56,5 @@ private:
     int m_tasks = 0;
     QTimer m_patience;
 };
+
+} // namespace ConfigScript

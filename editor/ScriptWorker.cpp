@@ -9,6 +9,8 @@
 #include "filehost/Manifest.h"
 #include "runner/DependencyRun.h"
 
+namespace ConfigScript {
+
 ScriptWorker::ScriptWorker(const Project &project, ScriptStopper &stopper)
     : m_project(project)
     , m_texts(m_project.texts())
@@ -133,3 +135,5 @@ void ScriptWorker::recordTest(const QString &instance, const QString &filePath)
     report.instance = instance;
     Q_EMIT testRecorded(report);
 }
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 #include <map>
 #include <memory>
 
+namespace ConfigScript {
+
 class OpenInstance;
 class ScriptStopper;
 
@@ -69,3 +71,5 @@ private:
     ScriptStopper &m_stopper;
     std::map<QString, std::unique_ptr<OpenInstance>> m_instances;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 /// The change of the same property; the end when there is none.
@@ -65,3 +67,5 @@ QByteArray SessionRecording::toTest(const Project &project, const QString &insta
 {
     return ScriptTestRecorder::record(project, instance, m_events, m_report);
 }
+
+} // namespace ConfigScript

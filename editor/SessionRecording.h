@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /// The events of an open instance since its file was read, and what the script did: what a test is
@@ -37,3 +39,5 @@ private:
     QVector<PropertyChange> m_changes; ///< behind the last event
     QString m_error;
 };
+
+} // namespace ConfigScript

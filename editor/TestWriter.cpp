@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_shownLines = 3; ///< of each side of a difference
@@ -78,3 +80,5 @@ QString TestWriter::replay(const QString &filePath) const
     return QStringLiteral("step %1, %2%3")
         .arg(QString::number(index + 1), test.steps().at(index).title(), differenceOf(*failed));
 }
+
+} // namespace ConfigScript

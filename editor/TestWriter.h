@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptGuard;
 
@@ -24,3 +26,5 @@ private:
     const Project &m_project;
     ScriptGuard &m_guard;
 };
+
+} // namespace ConfigScript

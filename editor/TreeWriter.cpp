@@ -9,6 +9,8 @@
 
 #include <utility>
 
+namespace ConfigScript {
+
 namespace {
 
 /// The folder that the tree of an instance lies in, or in a folder below.
@@ -58,3 +60,5 @@ bool TreeWriter::commit(QString &error)
     error = diagnostic.toString();
     return false;
 }
+
+} // namespace ConfigScript

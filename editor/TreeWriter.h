@@ -11,6 +11,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 
@@ -38,3 +40,5 @@ private:
     HostSession m_session;
     FileBatch m_batch;
 };
+
+} // namespace ConfigScript

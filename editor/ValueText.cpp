@@ -5,6 +5,8 @@
 
 #include <QJsonDocument>
 
+namespace ConfigScript {
+
 namespace ValueText {
 
 QString toText(const QVariant &value)
@@ -69,3 +71,5 @@ bool isContainer(const QVariant &value)
 }
 
 } // namespace ValueText
+
+} // namespace ConfigScript

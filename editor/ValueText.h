@@ -3,6 +3,8 @@
 #include <QString>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /// Values as people read and enter them.
 namespace ValueText {
 
@@ -27,3 +29,5 @@ bool isNumber(const QVariant &value);
 bool isContainer(const QVariant &value);
 
 } // namespace ValueText
+
+} // namespace ConfigScript

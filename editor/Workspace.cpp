@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_settlingTime = 200; // milliseconds
@@ -261,3 +263,5 @@ void Workspace::refreshAll()
         m_scripts.run([instance](ScriptWorker &worker) { worker.refresh(instance); });
     }
 }
+
+} // namespace ConfigScript

@@ -17,6 +17,8 @@
 #include <map>
 #include <memory>
 
+namespace ConfigScript {
+
 /**
  * A project that is being edited: its instances, those of them that are open, and what happened to
  * them. It brings the documents and the worker together, and knows no window.
@@ -94,3 +96,5 @@ private:
     QTimer m_settling; ///< files that change are looked at when they have come to rest
     ScriptThread m_scripts; ///< last: it ends before what it reports to
 };
+
+} // namespace ConfigScript

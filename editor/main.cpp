@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <memory>
 
+using namespace ConfigScript;
+
 namespace {
 
 constexpr int s_unusable = 2; // exit code for wrong arguments and unreadable projects

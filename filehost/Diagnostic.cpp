@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+namespace ConfigScript {
+
 QString Diagnostic::toString() const
 {
     QStringList place;
@@ -17,3 +19,5 @@ QString Diagnostic::toString() const
     const QString text = place.join(QLatin1Char(':'));
     return text.isEmpty() ? message : text + QStringLiteral(": ") + message;
 }
+
+} // namespace ConfigScript

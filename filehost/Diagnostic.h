@@ -1,9 +1,13 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QString>
 
+namespace ConfigScript {
+
 /// What is wrong in a file, and where.
-struct Diagnostic
+struct FILEHOST_EXPORT Diagnostic
 {
     QString file;
     int line = 0; ///< from 1; 0 for the file as a whole
@@ -13,3 +17,5 @@ struct Diagnostic
     /// "file:line:column: message", without the numbers that are 0.
     QString toString() const;
 };
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 
 #include <utility>
 
+namespace ConfigScript {
+
 FileTree::FileTree(std::shared_ptr<TreeFile> file, const Identity &identity)
     : m_file(std::move(file))
     , m_identity(identity)
@@ -53,3 +55,5 @@ const JsonText &FileTree::json() const
 {
     return m_file->json;
 }
+
+} // namespace ConfigScript

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 
 #include <QByteArray>
 #include <QExplicitlySharedDataPointer>
@@ -9,6 +10,8 @@
 #include <QString>
 
 #include <memory>
+
+namespace ConfigScript {
 
 class FileTreeNode;
 class JsonText;
@@ -21,7 +24,7 @@ struct TreeFile;
  * object: key to value), "readOnly" (an array of keys that cannot be written) and "children" (an
  * object: name to node). Other members are kept and not looked at.
  */
-class FileTree : public QSharedData
+class FILEHOST_EXPORT FileTree : public QSharedData
 {
 public:
     /// Each node has one, which is why it is small.
@@ -70,3 +73,5 @@ private:
     const std::shared_ptr<TreeFile> m_file;
     const Identity m_identity;
 };
+
+} // namespace ConfigScript

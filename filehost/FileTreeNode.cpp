@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace ConfigScript {
+
 FileTreeNode::FileTreeNode(const FileTree::Pointer &tree, int element)
     : m_tree(tree)
     , m_element(element)
@@ -317,3 +319,5 @@ void FileTreeNode::collectEdits(JsonEdit &edit) const
         child->collectEdits(edit);
     }
 }
+
+} // namespace ConfigScript

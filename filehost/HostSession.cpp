@@ -2,6 +2,8 @@
 
 #include "filehost/store/TreeStore.h"
 
+namespace ConfigScript {
+
 namespace {
 
 thread_local HostSession *s_current = nullptr;
@@ -61,3 +63,5 @@ TreeStore *HostSession::treeStore()
 {
     return s_current ? s_current->m_treeStore.get() : nullptr;
 }
+
+} // namespace ConfigScript

@@ -1,11 +1,15 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QHash>
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
 
 #include <memory>
+
+namespace ConfigScript {
 
 class FileBatch;
 class TreeObserver;
@@ -24,7 +28,7 @@ class TreeStore;
  * Where a thread has several sessions, the one that was made last is in use; once it ends, the one
  * before it is again. Within a session that writes nothing, no other one writes.
  */
-class HostSession
+class FILEHOST_EXPORT HostSession
 {
 public:
     enum class Writing { Files, Nothing };
@@ -63,3 +67,5 @@ private:
     const std::unique_ptr<TreeStore> m_treeStore;
     TreeObserver *m_observer = nullptr;
 };
+
+} // namespace ConfigScript

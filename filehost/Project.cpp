@@ -10,6 +10,8 @@
 #include <QDirIterator>
 #include <QFileInfo>
 
+namespace ConfigScript {
+
 namespace {
 
 QDir treeFolder(const Project &project, FileTree::Kind kind)
@@ -221,3 +223,5 @@ bool Project::readProviders(Diagnostic &error)
     error = file.error();
     return !file.hasFailed();
 }
+
+} // namespace ConfigScript

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 #include "filehost/FileTree.h"
 #include "host/SystemInformationManagerDBusProviderDescriptionHandler.h"
 
@@ -12,6 +13,8 @@
 
 #include <optional>
 
+namespace ConfigScript {
+
 /**
  * A project folder: what its own files say of it, and which instances it has.
  *
@@ -19,7 +22,7 @@
  * and "otherFiles" (object name to the folder of the project it lives in, relative to this one).
  * texts/<language>.json, units.json and providers.json may be missing. All are read by open().
  */
-class Project
+class FILEHOST_EXPORT Project
 {
 public:
     /// @return nothing, with @p error set, when @p folder is no project or one of its files is
@@ -101,3 +104,5 @@ private:
     QHash<QString, QVariantMap> m_units;
     SystemInformationManagerDBusProviderDescriptionHandler m_providers;
 };
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include <QDir>
 
+namespace ConfigScript {
+
 ProjectLayout::ProjectLayout(const QString &projectPath)
     : m_projectPath(projectPath)
 {
@@ -109,3 +111,5 @@ QString ProjectLayout::path(const QString &name) const
 {
     return m_projectPath.isEmpty() ? name : QDir(m_projectPath).filePath(name);
 }
+
+} // namespace ConfigScript

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QString>
 #include <QStringList>
+
+namespace ConfigScript {
 
 /**
  * Which files make a project, and where they lie. Nothing else knows their names.
@@ -9,7 +13,7 @@
  * The paths begin with that of the project folder, as it was given; with an empty one they are
  * relative to it.
  */
-class ProjectLayout
+class FILEHOST_EXPORT ProjectLayout
 {
 public:
     explicit ProjectLayout(const QString &projectPath = QString());
@@ -53,3 +57,5 @@ private:
 
     QString m_projectPath;
 };
+
+} // namespace ConfigScript

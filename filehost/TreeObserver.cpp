@@ -1,5 +1,7 @@
 #include "TreeObserver.h"
 
+namespace ConfigScript {
+
 void TreeObserver::treeRead(const QSharedPointer<const FileTreeNode> & /*root*/) { }
 
 void TreeObserver::propertyRead(const FileTreeNode & /*node*/, const QString & /*propertyKey*/,
@@ -20,3 +22,5 @@ void TreeObserver::propertyConfirmed(const FileTreeNode & /*node*/, const QStrin
 void TreeObserver::treeSaved(const FileTreeNode & /*root*/, const QString & /*filePath*/) { }
 
 void TreeObserver::treeNotSaved(const FileTreeNode & /*root*/, const Diagnostic & /*reason*/) { }
+
+} // namespace ConfigScript

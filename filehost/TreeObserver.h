@@ -1,9 +1,13 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QSharedPointer>
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
+
+namespace ConfigScript {
 
 class FileTreeNode;
 struct Diagnostic;
@@ -12,7 +16,7 @@ struct Diagnostic;
  * Sees everything that happens to the trees of the file host. All operations are called on the
  * thread that uses the tree, in the middle of the work: they must not change trees.
  */
-class TreeObserver
+class FILEHOST_EXPORT TreeObserver
 {
 public:
     TreeObserver() = default;
@@ -42,3 +46,5 @@ public:
 private:
     Q_DISABLE_COPY(TreeObserver)
 };
+
+} // namespace ConfigScript

@@ -19,6 +19,8 @@
 #include <algorithm>
 #include <iterator>
 
+using namespace ConfigScript;
+
 namespace {
 
 // Takes the calls of one event after the other from "programs", which the input makes.

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <memory>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_configuration = QStringLiteral("project/configuration");

@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_folder = QStringLiteral("project/configuration/");

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+using namespace ConfigScript;
+
 namespace {
 
 void requirePlace(const Diagnostic &place, const Manifest &manifest)

@@ -7,6 +7,8 @@
 
 #include <QDir>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_projectFile = QStringLiteral("project.json");

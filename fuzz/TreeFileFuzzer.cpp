@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_properties = QStringLiteral("properties");

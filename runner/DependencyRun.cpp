@@ -9,6 +9,8 @@
 #include "runner/RecordedResolver.h"
 #include "runner/SilentLog.h"
 
+namespace ConfigScript {
+
 namespace {
 
 QStringList selectedInstances(const Project &project, const Manifest &manifest,
@@ -107,3 +109,5 @@ RunReport DependencyRun::resolve(HostSession &session) const
     resolver.resolve(m_instance);
     return resolver.takeLastReport();
 }
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Manifest;
 class Project;
 class ScriptGuard;
@@ -57,3 +59,5 @@ private:
     RunRecorder::Recording m_recording = RunRecorder::Recording::Outcome;
     RunRecorder::Progress m_progress;
 };
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include "filehost/Project.h"
 #include "filehost/store/TextFile.h"
 
+namespace ConfigScript {
+
 DialogScript::DialogScript(const Project &project, const FileTreeNode &root)
 {
     const QString key = Project::keyOfUserInterfaceScript();
@@ -32,3 +34,5 @@ DialogScript::DialogScript(const Project &project, const FileTreeNode &root)
     }
     text = QString::fromUtf8(content);
 }
+
+} // namespace ConfigScript

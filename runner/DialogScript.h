@@ -4,6 +4,8 @@
 
 #include <QString>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 
@@ -18,3 +20,5 @@ struct DialogScript
     QString text;
     Diagnostic error; ///< why there is no script to run; without a message when there is one
 };
+
+} // namespace ConfigScript

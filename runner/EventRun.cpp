@@ -15,6 +15,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 EventRun::EventRun(const Project &project, const QString &instance, ScriptGuard &guard)
     : m_project(project)
     , m_instance(instance)
@@ -142,3 +144,5 @@ bool EventRun::areEditsPossible(const FileTreeNode &root, const QVector<Event> &
     }
     return true;
 }
+
+} // namespace ConfigScript

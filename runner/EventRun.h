@@ -11,6 +11,8 @@
 
 #include <optional>
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptGuard;
@@ -64,3 +66,5 @@ private:
     ScriptGuard &m_guard;
     RunRecorder::Recording m_recording = RunRecorder::Recording::Writes;
 };
+
+} // namespace ConfigScript

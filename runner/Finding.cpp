@@ -1,5 +1,7 @@
 #include "Finding.h"
 
+namespace ConfigScript {
+
 QString Finding::toString() const
 {
     Finding finding = *this;
@@ -15,3 +17,5 @@ QString Finding::toStringWithColumn() const
         + place.message + QStringLiteral(" [") + name + QLatin1Char(']');
     return text.toString();
 }
+
+} // namespace ConfigScript

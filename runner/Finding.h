@@ -2,6 +2,8 @@
 
 #include "filehost/Diagnostic.h"
 
+namespace ConfigScript {
+
 /// Something that a check found.
 struct Finding
 {
@@ -17,3 +19,5 @@ struct Finding
     /// The same with the column, where one is known.
     QString toStringWithColumn() const;
 };
+
+} // namespace ConfigScript

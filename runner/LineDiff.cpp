@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_context = 3;
@@ -152,3 +154,5 @@ QString unifiedDiff(const QByteArray &oldText, const QByteArray &newText, const 
     }
     return diff;
 }
+
+} // namespace ConfigScript

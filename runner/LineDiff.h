@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace ConfigScript {
+
 /**
  * The difference of two texts as a unified diff, three lines of context around each change; empty
  * when they are equal.
@@ -12,3 +14,5 @@
  */
 QString unifiedDiff(const QByteArray &oldText, const QByteArray &newText, const QString &oldName,
                     const QString &newName);
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <mutex>
 
+namespace ConfigScript {
+
 thread_local MessageLog *MessageLog::s_current = nullptr;
 
 namespace {
@@ -51,3 +53,5 @@ void MessageLog::handle(QtMsgType level, const QMessageLogContext &context, cons
         s_current->message(functionName(context.function), text);
     }
 }
+
+} // namespace ConfigScript

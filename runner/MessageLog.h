@@ -3,6 +3,8 @@
 #include <QMessageLogContext>
 #include <QString>
 
+namespace ConfigScript {
+
 /// Receives the messages that its thread writes to the Qt message logger while it exists; in place
 /// of the thread's one before.
 class MessageLog
@@ -27,3 +29,5 @@ private:
 
     MessageLog *m_previous;
 };
+
+} // namespace ConfigScript

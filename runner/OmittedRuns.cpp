@@ -10,6 +10,8 @@
 #include <QMap>
 #include <QSet>
 
+namespace ConfigScript {
+
 QString reasonOfOmission(const Project &project, const QString &instance)
 {
     QString pathError;
@@ -89,3 +91,5 @@ void noteForeignFunctions(const Project &project, ScriptGuard &guard, QVector<Sc
         }
     }
 }
+
+} // namespace ConfigScript

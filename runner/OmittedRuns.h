@@ -4,6 +4,8 @@
 
 #include <functional>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptGuard;
 
@@ -21,3 +23,5 @@ QString reasonOfOmission(const Project &project, const QString &instance);
  * function, leaves the function of the script before it in place. Such a run has failed.
  */
 void noteForeignFunctions(const Project &project, ScriptGuard &guard, QVector<ScriptRun> &runs);
+
+} // namespace ConfigScript

@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr auto s_error = Finding::Severity::Error;
@@ -530,3 +532,5 @@ QVector<Finding> ProjectCheck::sorted() const
     });
     return findings;
 }
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptGuard;
 
@@ -78,3 +80,5 @@ private:
     bool m_hasUnreadableTree = false;
     QVector<Finding> m_findings;
 };
+
+} // namespace ConfigScript

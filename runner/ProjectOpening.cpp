@@ -6,6 +6,8 @@
 
 #include <utility>
 
+namespace ConfigScript {
+
 namespace {
 
 QString realPath(const QString &path)
@@ -89,3 +91,5 @@ std::unique_ptr<ProjectLock> lockRecoveredProject(const Project &project, QStrin
     }
     return error.message.isEmpty() ? std::move(lock) : nullptr;
 }
+
+} // namespace ConfigScript

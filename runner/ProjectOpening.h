@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+namespace ConfigScript {
+
 // A project as programs open and lock it: what an interrupted run left in it, or in one that it
 // reaches, is finished or undone first, with a message for each project where that was done.
 
@@ -24,3 +26,5 @@ std::optional<Project> openRecoveredProject(const QString &folder,
 /// The right to write a project that is open; null, with @p error set, when it cannot be had.
 std::unique_ptr<ProjectLock> lockRecoveredProject(const Project &project, QStringList &recoveries,
                                                   Diagnostic &error);
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace ConfigScript {
+
 namespace {
 
 QVector<PropertyChange> flattenedMap(const PropertyChange &change)
@@ -61,3 +63,5 @@ QVector<PropertyChange> PropertyChange::flattened() const
     }
     return {*this};
 }
+
+} // namespace ConfigScript

@@ -4,6 +4,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// A property's value before and after.
 struct PropertyChange
 {
@@ -16,3 +18,5 @@ struct PropertyChange
     /// itself for other values.
     QVector<PropertyChange> flattened() const;
 };
+
+} // namespace ConfigScript

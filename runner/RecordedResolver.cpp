@@ -6,6 +6,8 @@
 #include "filehost/store/FileBatch.h"
 #include "runner/SilentLog.h"
 
+namespace ConfigScript {
+
 namespace {
 
 std::unique_ptr<JavaScriptDependencyResolver> makeResolver(const Project &project,
@@ -69,3 +71,5 @@ RunReport RecordedResolver::takeLastReport()
     m_resolver.reset();
     return takeReport();
 }
+
+} // namespace ConfigScript

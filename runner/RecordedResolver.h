@@ -5,8 +5,11 @@
 
 #include <memory>
 
-class HostSession;
 class JavaScriptDependencyResolver;
+
+namespace ConfigScript {
+
+class HostSession;
 class Project;
 class ScriptGuard;
 
@@ -41,3 +44,5 @@ private:
     std::unique_ptr<JavaScriptDependencyResolver> m_resolver;
     RunRecorder m_recorder;
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_maximumMessages = 10'000; ///< of each kind, for each run
@@ -304,3 +306,5 @@ QVector<PropertyChange> RunRecorder::netChanges(const WrittenTree &tree)
     changes.squeeze();
     return changes;
 }
+
+} // namespace ConfigScript

@@ -15,6 +15,8 @@
 #include <functional>
 #include <unordered_map>
 
+namespace ConfigScript {
+
 class Project;
 
 /// Watches scripts, trees and messages while scripts run, and makes the report.
@@ -131,3 +133,5 @@ private:
     QStringList m_announced;
     QStringList m_warnings;
 };
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace ConfigScript {
+
 int RunReport::failedRuns() const
 {
     return int(std::count_if(runs.begin(), runs.end(),
@@ -52,3 +54,5 @@ void RunReport::sort()
     }
     announced.sort();
 }
+
+} // namespace ConfigScript

@@ -14,6 +14,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 /// A property that a script read or wrote.
 struct TreeAccess
 {
@@ -112,3 +114,5 @@ struct RunReport
     /// to run.
     void sort();
 };
+
+} // namespace ConfigScript

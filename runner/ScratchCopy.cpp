@@ -12,6 +12,8 @@
 #include <iterator>
 #include <system_error>
 
+namespace ConfigScript {
+
 namespace {
 
 QString targetOf(const QFileInfo &link)
@@ -221,3 +223,5 @@ bool ScratchCopy::restore(Diagnostic &error)
         return copyFile(originalOf(file), file, error);
     });
 }
+
+} // namespace ConfigScript

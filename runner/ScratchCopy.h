@@ -12,6 +12,8 @@
 #include <memory>
 #include <optional>
 
+namespace ConfigScript {
+
 /**
  * A copy of a project and of the other projects that its scripts reach, in which scripts may write
  * what they like. It lies in the system's folder for temporary files, and goes with the object.
@@ -49,3 +51,5 @@ private:
                                              ///< file's for a link
     std::optional<Project> m_project;
 };
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 
 #include <functional>
 
+namespace ConfigScript {
+
 /**
  * What a program does about scripts that do not end. It is told of each run; runs do not nest.
  *
@@ -45,3 +47,5 @@ public:
 private:
     Q_DISABLE_COPY(ScriptGuard)
 };
+
+} // namespace ConfigScript

@@ -6,6 +6,8 @@
 #include <QJSEngine>
 #include <QJSValue>
 
+namespace ConfigScript {
+
 ScriptProbe::ScriptProbe(const QString &text, const QString &file, ScriptGuard &guard)
     : m_text(text)
     , m_file(file)
@@ -64,3 +66,5 @@ QStringList ScriptProbe::eventFunctions()
     return {QStringLiteral("onOpen"), QStringLiteral("onValueChange"), QStringLiteral("onOk"),
             QStringLiteral("onSave")};
 }
+
+} // namespace ConfigScript

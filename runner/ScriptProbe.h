@@ -8,6 +8,9 @@
 
 class QJSEngine;
 class QJSValue;
+
+namespace ConfigScript {
+
 class ScriptGuard;
 
 /**
@@ -41,3 +44,5 @@ private:
     QString m_file;
     ScriptGuard &m_guard;
 };
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+namespace ConfigScript {
+
 namespace {
 
 bool isWordCharacter(QChar character)
@@ -200,3 +202,5 @@ void ScriptScanner::advance()
     }
     ++m_offset;
 }
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// A word of a script.
 struct ScriptToken
 {
@@ -44,3 +46,5 @@ private:
     int m_line = 1;
     QVector<ScriptToken> m_tokens;
 };
+
+} // namespace ConfigScript

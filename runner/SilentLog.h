@@ -2,6 +2,8 @@
 
 #include "runner/MessageLog.h"
 
+namespace ConfigScript {
+
 /// Drops the messages about what the program tells its user in its own way.
 class SilentLog : public MessageLog
 {
@@ -9,3 +11,5 @@ public:
     void consoleMessage(QtMsgType /*level*/, int /*line*/, const QString & /*text*/) override { }
     void message(const QString & /*function*/, const QString & /*text*/) override { }
 };
+
+} // namespace ConfigScript

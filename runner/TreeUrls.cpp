@@ -8,6 +8,8 @@
 
 #include <QStringList>
 
+namespace ConfigScript {
+
 TreeUrls::TreeUrls(const Project &project)
     : m_project(project)
 {
@@ -71,3 +73,5 @@ FileTree::Identity TreeUrls::treeOf(const SelectorUrlHandler &url, QString &erro
     }
     return tree;
 }
+
+} // namespace ConfigScript

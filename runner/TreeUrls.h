@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QString>
 
+namespace ConfigScript {
+
 class Project;
 class SelectorUrlHandler;
 
@@ -29,3 +31,5 @@ private:
     const Project &m_project;
     QHash<QString, QString> m_objects; ///< by the folder of their trees
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <QDebug>
 #include <QFileInfo>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// "Can not <verb> instance: <name> <reason>"

@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+namespace ConfigScript {
+
 namespace PercentEncoding {
 
 namespace {
@@ -85,3 +87,5 @@ bool decode(const QStringRef &text, QString &part)
 }
 
 } // namespace PercentEncoding
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include "filehost/ProjectLayout.h"
 
+using namespace ConfigScript;
+
 QString PropertyManagerConst::getConfigurationFolderPath(const QString &projectPath)
 {
     return ProjectLayout(projectPath).configurationFolder();

@@ -3,6 +3,8 @@
 #include "filehost/hosttypes/PercentEncoding.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 
+using namespace ConfigScript;
+
 // <scheme>://<module>/<object>/<instance>#<path>. The instance may hold "/", and so may the path;
 // everything else that has a meaning in the syntax is percent-encoded inside a part.
 

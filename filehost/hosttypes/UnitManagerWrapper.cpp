@@ -2,6 +2,8 @@
 
 #include "filehost/HostSession.h"
 
+using namespace ConfigScript;
+
 UnitManagerWrapper::UnitManagerWrapper(bool /*withSystemUnits*/, bool /*withUserUnits*/)
     : m_units(HostSession::units())
 {

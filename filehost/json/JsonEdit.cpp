@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 JsonEdit::JsonEdit(const JsonText &json)
     : m_json(json)
 {
@@ -234,3 +236,5 @@ QByteArray JsonEdit::indentationAt(int offset) const
     }
     return slice(lineBegin, end);
 }
+
+} // namespace ConfigScript

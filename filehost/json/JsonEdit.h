@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
 #include "filehost/json/JsonText.h"
 #include "filehost/json/JsonValue.h"
 
@@ -7,13 +8,15 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * Changes of a JSON text, each touching as little of it as it can: the order of members, members
  * that nobody knows, the spelling of equal values and the layout stay.
  *
  * Values are normalized ones (see JsonValue). Changed elements must not overlap.
  */
-class JsonEdit
+class FILEHOST_EXPORT JsonEdit
 {
 public:
     using Member = QPair<QString, QVariant>;
@@ -78,3 +81,5 @@ private:
     QByteArray m_colon = ": ";
     QVector<Replacement> m_replacements;
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <cmath>
 #include <cstring>
 
+namespace ConfigScript {
+
 namespace {
 
 bool isDigit(char character)
@@ -425,3 +427,5 @@ bool JsonParser::insideObject() const
 {
     return m_json.element(m_open.last()).type == JsonText::Type::Object;
 }
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include "filehost/json/JsonText.h"
 
+namespace ConfigScript {
+
 /// Finds the elements of one JSON text. Works without recursion.
 class JsonParser
 {
@@ -42,3 +44,5 @@ private:
     QVector<int> m_open; ///< indices of the arrays and objects that are not closed yet
     Diagnostic m_error;
 };
+
+} // namespace ConfigScript

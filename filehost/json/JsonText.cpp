@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 
+namespace ConfigScript {
+
 namespace {
 
 QVariant integerValue(qlonglong number)
@@ -285,3 +287,5 @@ Diagnostic JsonText::placeOf(int offset, const QString &message) const
     }
     return {QString(), line, column, message};
 }
+
+} // namespace ConfigScript

@@ -1,12 +1,15 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 
 #include <QByteArray>
 #include <QHash>
 #include <QString>
 #include <QVariant>
 #include <QVector>
+
+namespace ConfigScript {
 
 /**
  * A JSON text (RFC 8259) and where its values stand in it.
@@ -17,7 +20,7 @@
  *
  * Copies share the text. A text and its copies belong to one thread.
  */
-class JsonText
+class FILEHOST_EXPORT JsonText
 {
 public:
     enum class Type : quint8 { Object, Array, String, Number, True, False, Null };
@@ -124,3 +127,5 @@ inline JsonText::Element JsonText::element(int index) const
     }
     return {int(entry.place), index + 1, type, bool(entry.isPlain)};
 }
+
+} // namespace ConfigScript

@@ -12,6 +12,8 @@
 #include <cmath>
 #include <limits>
 
+namespace ConfigScript {
+
 namespace JsonValue {
 
 namespace {
@@ -308,3 +310,5 @@ QByteArray toText(const QString &string)
 }
 
 } // namespace JsonValue
+
+} // namespace ConfigScript

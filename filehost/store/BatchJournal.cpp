@@ -16,6 +16,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace {
 
 const QLatin1String s_number("number");
@@ -188,3 +190,5 @@ bool BatchJournal::fail(Diagnostic &error) const
     error = {m_filePath, 0, 0, QStringLiteral("cannot be written: ") + qt_error_string(errno)};
     return false;
 }
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 
 #include <sys/types.h>
 
+namespace ConfigScript {
+
 class Descriptor;
 
 /**
@@ -83,3 +85,5 @@ private:
     std::unique_ptr<Descriptor> m_file;
     off_t m_size = 0; ///< of the lines that are whole
 };
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 
 #include <unistd.h>
 
+namespace ConfigScript {
+
 /// An open file of the system; negative when it could not be opened. Closed at the end of its life.
 class Descriptor
 {
@@ -55,3 +57,5 @@ private:
 
     mutable int m_descriptor;
 };
+
+} // namespace ConfigScript

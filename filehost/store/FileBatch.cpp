@@ -18,6 +18,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace {
 
 /// Fewer files or folders are synced one by one: to sync a file system waits for whatever others
@@ -427,3 +429,5 @@ void FileBatch::clear()
     m_realFolders.clear();
     m_otherProjects.clear();
 }
+
+} // namespace ConfigScript

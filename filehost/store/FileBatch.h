@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
 #include "filehost/store/BatchJournal.h"
 #include "filehost/store/StagedFile.h"
 #include "filehost/store/TextFile.h"
@@ -13,6 +14,8 @@
 #include <set>
 #include <vector>
 
+namespace ConfigScript {
+
 /**
  * Files that are replaced together or not at all, whatever happens in between: a crash, a kill, a
  * loss of power, a full disk.
@@ -22,7 +25,7 @@
  * a crash left is finished or undone by recover(), which whoever opens a project calls first. Two
  * batches of one project at a time are the caller's to prevent; see ProjectLock.
  */
-class FileBatch
+class FILEHOST_EXPORT FileBatch
 {
 public:
     /// @param projectPath the folder, which exists
@@ -106,3 +109,5 @@ private:
     QStringList m_otherProjects; ///< that hold a journal which points here
     Diagnostic m_reasonToGiveUp; ///< the first one; without a message for none
 };
+
+} // namespace ConfigScript

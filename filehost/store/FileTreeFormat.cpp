@@ -1,5 +1,7 @@
 #include "FileTreeFormat.h"
 
+namespace ConfigScript {
+
 FileTreeFormat::FileTreeFormat(const JsonText &json, Diagnostic &error)
     : m_json(json)
     , m_error(error)
@@ -73,3 +75,5 @@ bool FileTreeFormat::expect(int element, JsonText::Type type, const char *expect
     m_error = m_json.unexpected(element, QLatin1String(expected));
     return false;
 }
+
+} // namespace ConfigScript

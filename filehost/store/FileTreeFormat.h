@@ -2,6 +2,8 @@
 
 #include "filehost/json/JsonText.h"
 
+namespace ConfigScript {
+
 /// Checks whether a JSON text is a tree; see FileTree for the format.
 class FileTreeFormat
 {
@@ -20,3 +22,5 @@ private:
     const JsonText &m_json;
     Diagnostic &m_error;
 };
+
+} // namespace ConfigScript

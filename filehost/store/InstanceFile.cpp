@@ -6,6 +6,8 @@
 #include <QFileInfo>
 #include <QVector>
 
+namespace ConfigScript {
+
 namespace InstanceFile {
 
 QString path(const QDir &folder, const QString &instance, QString &error)
@@ -49,3 +51,5 @@ QString nameError(const QString &instance)
 }
 
 } // namespace InstanceFile
+
+} // namespace ConfigScript

@@ -3,6 +3,8 @@
 #include "filehost/FileTree.h"
 #include "filehost/store/TextFile.h"
 
+namespace ConfigScript {
+
 ProjectFile::ProjectFile(const QString &filePath)
     : m_filePath(filePath)
 {
@@ -96,3 +98,5 @@ void ProjectFile::setError(const Diagnostic &error)
         m_error.file = m_filePath;
     }
 }
+
+} // namespace ConfigScript

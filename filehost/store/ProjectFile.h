@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
 #include "filehost/json/JsonText.h"
 
 #include <QHash>
@@ -8,13 +9,15 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * One of a project's JSON files, with an object on top, and what is wrong with it.
  *
  * The first thing that is not as expected stays as the error; what is read afterwards means
  * nothing. A file that does not exist reads as an empty object.
  */
-class ProjectFile
+class FILEHOST_EXPORT ProjectFile
 {
 public:
     using Member = QPair<QString, int>; ///< name and element
@@ -48,3 +51,5 @@ private:
     QString m_filePath;
     bool m_exists = false;
 };
+
+} // namespace ConfigScript

@@ -15,6 +15,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+namespace ConfigScript {
+
 namespace {
 
 QString holderOf(const QByteArray &filePath)
@@ -103,3 +105,5 @@ void ProjectLock::tellOthers() const
         && ::write(m_file, text.constData(), size_t(text.size())) == text.size();
     Q_UNUSED(isTold)
 }
+
+} // namespace ConfigScript

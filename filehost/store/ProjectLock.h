@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 #include "filehost/store/Descriptor.h"
 
 #include <QString>
@@ -8,12 +9,14 @@
 #include <chrono>
 #include <memory>
 
+namespace ConfigScript {
+
 /**
  * The right to write a project, which one process has at a time: the kernel's lock of the file
  * .configscript-lock in the project folder. It ends with the process, however that ends; what the
  * file holds only tells others who it is.
  */
-class ProjectLock
+class FILEHOST_EXPORT ProjectLock
 {
 public:
     /// How long acquire() waits for another process.
@@ -34,3 +37,5 @@ private:
     QByteArray m_filePath;
     Descriptor m_file;
 };
+
+} // namespace ConfigScript

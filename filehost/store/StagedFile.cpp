@@ -14,6 +14,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr char s_prefix[] = ".configscript-";
@@ -248,3 +250,5 @@ bool StagedFile::remove(const QByteArray &path, Diagnostic &error) const
 {
     return ::unlink(path.constData()) == 0 || errno == ENOENT || errno == ENOTDIR || fail(error);
 }
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 
 #include <unordered_map>
 
+namespace ConfigScript {
+
 /**
  * The new content of a file, in a file of its own beside it, until it takes the file's place.
  *
@@ -85,3 +87,5 @@ private:
     QByteArray m_number;
     Old m_old = Old::Unknown;
 };
+
+} // namespace ConfigScript

@@ -15,6 +15,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace ConfigScript {
+
 namespace TextFile {
 
 namespace {
@@ -135,3 +137,5 @@ bool write(const QString &filePath, const QByteArray &content, Diagnostic &error
 }
 
 } // namespace TextFile
+
+} // namespace ConfigScript

@@ -2,6 +2,8 @@
 
 #include "filehost/store/FileTreeFormat.h"
 
+namespace ConfigScript {
+
 JsonText TreeFile::parse(const QByteArray &text, Diagnostic &error)
 {
     const JsonText json = JsonText::parse(text, error);
@@ -25,3 +27,5 @@ bool TreeFile::isAsRead(Diagnostic &error) const
     }
     return result != TextFile::ReadResult::Unreadable;
 }
+
+} // namespace ConfigScript

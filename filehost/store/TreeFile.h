@@ -6,6 +6,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace ConfigScript {
+
 /// The file of a tree, as one reader knows it.
 struct TreeFile
 {
@@ -21,3 +23,5 @@ struct TreeFile
     /// Whether nobody else has written the file since it was read; if not, @p error is set.
     bool isAsRead(Diagnostic &error) const;
 };
+
+} // namespace ConfigScript

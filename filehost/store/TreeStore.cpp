@@ -2,6 +2,8 @@
 
 #include "filehost/store/FileBatch.h"
 
+namespace ConfigScript {
+
 void TreeStore::setBatch(FileBatch *batch)
 {
     m_batch = batch;
@@ -87,3 +89,5 @@ bool TreeStore::write(TreeFile &tree, const QByteArray &text, const QString &pro
     }
     return true;
 }
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <memory>
 #include <utility>
 
+namespace ConfigScript {
+
 class FileBatch;
 
 /**
@@ -63,3 +65,5 @@ private:
     std::map<std::pair<quint64, quint64>, std::shared_ptr<TreeFile>> m_writtenTrees; ///< by file
     QHash<QString, ParsedFile> m_parsedFiles;
 };
+
+} // namespace ConfigScript

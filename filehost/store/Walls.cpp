@@ -9,6 +9,8 @@
 #include <linux/openat2.h>
 #include <sys/syscall.h>
 
+namespace ConfigScript {
+
 namespace {
 
 /// Whether the kernel reaches the file without leaving the project folder, which is a quick check.
@@ -50,3 +52,5 @@ bool Walls::liesInside(const QString &projectPath, const QString &filePath)
     return realProjectPath.isEmpty() || realPath == realProjectPath
         || realPath.startsWith(realProjectPath + QLatin1Char('/'));
 }
+
+} // namespace ConfigScript

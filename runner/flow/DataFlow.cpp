@@ -10,6 +10,8 @@
 #include <tuple>
 #include <utility>
 
+namespace ConfigScript {
+
 bool DataFlow::Property::isChanged() const
 {
     return oldValue.isValid() != newValue.isValid() || !JsonValue::areEqual(oldValue, newValue);
@@ -174,3 +176,5 @@ QVector<DataFlow::Edge> DataFlow::edges() const
     }
     return edges;
 }
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 #include <QVector>
 #include <QtGlobal>
 
+namespace ConfigScript {
+
 /**
  * How values went through the scripts of a run: what each read and wrote, and in which order.
  *
@@ -96,3 +98,5 @@ private:
     QHash<QString, int> m_treeNumbers; ///< by file
     QHash<QPair<int, QPair<QString, QString>>, int> m_propertyNumbers; ///< by tree, path and key
 };
+
+} // namespace ConfigScript

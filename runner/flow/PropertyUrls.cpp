@@ -9,6 +9,8 @@
 #include <QHash>
 #include <QStringList>
 
+namespace ConfigScript {
+
 namespace {
 
 const QLatin1String s_schemeEnd("://");
@@ -134,3 +136,5 @@ std::optional<FileTree::Identity> PropertyUrls::treeOf(const QString &node, cons
     }
     return tree;
 }
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 
 #include <optional>
 
+namespace ConfigScript {
+
 class Project;
 
 /**
@@ -44,3 +46,5 @@ private:
     const Project &m_project;
     TreeUrls m_treeUrls;
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <iterator>
 #include <tuple>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr int s_shownNames = 4;
@@ -639,3 +641,5 @@ QString OrderCheck::ordersText(int count) const
         ? QStringLiteral(" in every order")
         : QStringLiteral(" in %1 of %2 orders").arg(count).arg(m_trials.size());
 }
+
+} // namespace ConfigScript

@@ -13,6 +13,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 /**
  * Tells from what a project's scripts did, in several orders, where the order matters: results that
  * depend on it, values that do not settle when all scripts run again, properties that more than one
@@ -138,3 +140,5 @@ private:
     QHash<int, QSet<int>> m_reads; ///< of an instance, in the first rounds
     QMap<QString, Failure> m_failures;
 };
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 /// The changes that were saved.
@@ -95,3 +97,5 @@ QVector<RunReport> OrderTrials::runOrder(const Project &copy, QVector<Changes> &
     }
     return rounds;
 }
+
+} // namespace ConfigScript

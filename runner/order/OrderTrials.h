@@ -11,6 +11,8 @@
 
 #include <memory>
 
+namespace ConfigScript {
+
 class Project;
 class ScriptGuard;
 
@@ -43,3 +45,5 @@ private:
     ScriptGuard &m_guard;
     RunRecorder::Progress m_progress;
 };
+
+} // namespace ConfigScript

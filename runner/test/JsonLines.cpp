@@ -4,6 +4,8 @@
 
 #include <QVector>
 
+namespace ConfigScript {
+
 namespace JsonLines {
 
 namespace {
@@ -62,3 +64,5 @@ QByteArray toText(const QVariant &value, const QByteArray &indentation, int open
 }
 
 } // namespace JsonLines
+
+} // namespace ConfigScript

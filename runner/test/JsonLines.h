@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QVariant>
 
+namespace ConfigScript {
+
 /// JSON text for people, and for what compares texts line by line.
 namespace JsonLines {
 
@@ -15,3 +17,5 @@ namespace JsonLines {
 QByteArray toText(const QVariant &value, const QByteArray &indentation, int openLevels);
 
 } // namespace JsonLines
+
+} // namespace ConfigScript

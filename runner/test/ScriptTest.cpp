@@ -14,6 +14,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 QString quotedList(QStringList names)
@@ -383,3 +385,5 @@ QByteArray ScriptTest::toText(const QString &instance, const QVector<Step> &step
     }
     return text + "\n  ]\n}\n";
 }
+
+} // namespace ConfigScript

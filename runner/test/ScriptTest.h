@@ -9,6 +9,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /**
@@ -90,3 +92,5 @@ private:
     QVector<Setting> m_settings;
     QVector<Step> m_steps;
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 
 #include <QFileInfo>
 
+namespace ConfigScript {
+
 namespace ScriptTestRecorder {
 
 QByteArray record(const Project &project, const QString &instance,
@@ -39,3 +41,5 @@ Diagnostic fileError(const QString &filePath)
 }
 
 } // namespace ScriptTestRecorder
+
+} // namespace ConfigScript

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /// Makes a test of what an instance's script did.
@@ -24,3 +26,5 @@ QByteArray record(const Project &project, const QString &instance,
 Diagnostic fileError(const QString &filePath);
 
 } // namespace ScriptTestRecorder
+
+} // namespace ConfigScript

@@ -16,6 +16,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 namespace {
 
 /// Puts a property into a tree, given as the JSON value of its file.
@@ -243,3 +245,5 @@ void ScriptTestRun::addStep(const ScriptTest &test, const QVariantMap &outcome,
     result.steps.append(
         {expected, StepOutcome::inTermsOf(m_project, test.instance(), expected, outcome)});
 }
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 
 #include <chrono>
 
+namespace ConfigScript {
+
 class Project;
 class ScratchCopy;
 class ScriptGuard;
@@ -53,3 +55,5 @@ private:
     const Project &m_project; ///< the copy
     ScriptGuard &m_guard;
 };
+
+} // namespace ConfigScript

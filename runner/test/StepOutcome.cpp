@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace ConfigScript {
+
 namespace StepOutcome {
 
 namespace {
@@ -479,3 +481,5 @@ QList<QByteArray> toLines(const QVariantMap &outcome)
 }
 
 } // namespace StepOutcome
+
+} // namespace ConfigScript

@@ -10,6 +10,8 @@
 #include <QVariant>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /**
@@ -73,3 +75,5 @@ QByteArray toText(const QVariantMap &outcome, const QByteArray &indentation);
 QList<QByteArray> toLines(const QVariantMap &outcome);
 
 } // namespace StepOutcome
+
+} // namespace ConfigScript

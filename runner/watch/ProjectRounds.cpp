@@ -10,6 +10,8 @@
 #include <iterator>
 #include <utility>
 
+namespace ConfigScript {
+
 ProjectRounds::ProjectRounds(const Project &project, HostSession::Writing writing,
                              ScriptGuard &guard)
     : m_project(project)
@@ -127,3 +129,5 @@ QVector<ChangedTree> ProjectRounds::run(const Manifest &manifest, HostSession &s
     }
     return stored;
 }
+
+} // namespace ConfigScript

@@ -8,6 +8,8 @@
 #include <QSet>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Manifest;
 class ScriptGuard;
 
@@ -46,3 +48,5 @@ private:
     QSet<QString> m_brokenTrees; ///< of other projects
     Round m_last;
 };
+
+} // namespace ConfigScript

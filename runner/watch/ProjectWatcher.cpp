@@ -12,6 +12,8 @@
 #include <chrono>
 #include <utility>
 
+namespace ConfigScript {
+
 namespace {
 
 constexpr std::chrono::milliseconds s_settlingTime(200);
@@ -209,3 +211,5 @@ void ProjectWatcher::lookInto(const QString &folder, const QString &suffix, Stam
         }
     }
 }
+
+} // namespace ConfigScript

@@ -11,6 +11,8 @@
 #include <QTimer>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Project;
 
 /// A file of a project that is not as it was.
@@ -72,3 +74,5 @@ private:
     QSet<QString> m_folders; ///< found when looked last
     Stamps m_stamps; ///< of the files when changes were taken last
 };
+
+} // namespace ConfigScript

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace ConfigScript {
+
 namespace {
 
 bool areEqual(const QVariant &left, const QVariant &right)
@@ -243,3 +245,5 @@ bool RoundDifference::isEmpty() const
         && report.notRun.isEmpty() && report.trees.isEmpty() && mended.isEmpty()
         && withdrawn.isEmpty() && dropped.isEmpty();
 }
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 /// What is known of a project at one time.
 struct Round
 {
@@ -36,3 +38,5 @@ struct RoundDifference
 
     bool isEmpty() const;
 };
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+namespace ConfigScript {
+
 SeparateRuns::SeparateRuns(const Project &project, const Manifest &manifest, HostSession &session,
                            ScriptGuard &guard)
     : m_project(project)
@@ -61,3 +63,5 @@ bool SeparateRuns::isSound(const QString &script, const QString &instance)
     m_isSound.insert(script, isSound);
     return isSound;
 }
+
+} // namespace ConfigScript

@@ -9,6 +9,8 @@
 
 #include <optional>
 
+namespace ConfigScript {
+
 class Manifest;
 class Project;
 class ScriptGuard;
@@ -41,3 +43,5 @@ private:
     RecordedResolver m_resolver;
     QHash<QString, bool> m_isSound; ///< by script, as the trees name it
 };
+
+} // namespace ConfigScript

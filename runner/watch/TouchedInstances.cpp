@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace ConfigScript {
+
 TouchedInstances::TouchedInstances(const Project &project, const Manifest &manifest,
                                    const Round &before)
     : m_project(project)
@@ -108,3 +110,5 @@ bool TouchedInstances::liesIn(const QString &filePath, const QString &folder) co
 {
     return filePath.startsWith(folder + QLatin1Char('/'));
 }
+
+} // namespace ConfigScript

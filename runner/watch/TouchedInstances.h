@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace ConfigScript {
+
 class Manifest;
 class Project;
 
@@ -34,3 +36,5 @@ private:
     const Round &m_before;
     QStringList m_listed;
 };
+
+} // namespace ConfigScript

@@ -23,6 +23,8 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_pump = QStringLiteral("line1/pump1");

@@ -7,6 +7,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace ConfigScript;
+
 /// The models under the tester of Qt, while the window is used.
 class EditorModelsTest : public EditorTest
 {

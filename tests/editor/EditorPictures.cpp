@@ -17,6 +17,8 @@
 #include <algorithm>
 #include <cstdio>
 
+using namespace ConfigScript;
+
 namespace {
 
 bool isFailed = false;

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+using namespace ConfigScript;
+
 EditorSession::EditorSession(const QString &project)
 {
     m_folder.copyExamples();

@@ -17,8 +17,8 @@ public:
     explicit EditorSession(const QString &project = QStringLiteral("pump-station"));
 
     const ScratchFolder &folder() const { return m_folder; }
-    MainWindow &window() { return *m_window; }
-    Document &document() { return *m_window->workspace().current(); }
+    ConfigScript::MainWindow &window() { return *m_window; }
+    ConfigScript::Document &document() { return *m_window->workspace().current(); }
 
     /// Waits until the worker has done all, and the window shows it.
     bool settle();
@@ -41,7 +41,7 @@ public:
 private:
     ScratchFolder m_folder;
     QString m_projectPath;
-    std::unique_ptr<MainWindow> m_window;
+    std::unique_ptr<ConfigScript::MainWindow> m_window;
 };
 
 /// Base of the editor's tests: the platform without a screen warns of what it does not support.

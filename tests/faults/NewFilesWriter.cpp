@@ -6,6 +6,8 @@
 
 #include <cstdio>
 
+using namespace ConfigScript;
+
 int main()
 {
     const QDir folder;

@@ -6,6 +6,8 @@
 #include <QFileInfo>
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_name = QStringLiteral(".configscript-journal");

@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QTest>
 
+using namespace ConfigScript;
+
 using Access = ConfigurationDataAndProcessDescriptionAccess;
 using Node = ConfigurationAndProcessDataBase::BaseClassSharedPointer;
 

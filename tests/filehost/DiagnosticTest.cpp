@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 class DiagnosticTest : public StrictTest
 {
     Q_OBJECT

@@ -14,6 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// How far a batch came.

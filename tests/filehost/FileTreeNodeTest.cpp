@@ -11,6 +11,8 @@
 
 #include <limits>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_a = QStringLiteral("a");
@@ -37,9 +39,10 @@ QSharedPointer<FileTreeNode> nodeAt(const QSharedPointer<FileTreeNode> &root, co
 
 Message addWarning(const QString &text)
 {
-    return warning(QStringLiteral("virtual void FileTreeNode::addProperty(const QString&, const "
-                                  "QVariant&)"),
-                   text);
+    return warning(
+        QStringLiteral("virtual void ConfigScript::FileTreeNode::addProperty(const QString&, const "
+                       "QVariant&)"),
+        text);
 }
 
 void addValuesWithoutJsonForm()

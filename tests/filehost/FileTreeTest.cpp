@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_fileName = QStringLiteral("pump.json");

@@ -20,6 +20,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace ConfigScript;
+
 using Access = ConfigurationDataAndProcessDescriptionAccess;
 using Node = ConfigurationAndProcessDataBase::BaseClassSharedPointer;
 

@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_pump = QStringLiteral("line1/pump1");

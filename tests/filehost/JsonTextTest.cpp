@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 QByteArray nested(int depth, const QByteArray &open, const QByteArray &close)

@@ -16,6 +16,8 @@
 
 #include <limits>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_a = QStringLiteral("a");

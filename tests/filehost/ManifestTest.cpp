@@ -12,6 +12,8 @@
 #include <QJsonObject>
 #include <QTest>
 
+using namespace ConfigScript;
+
 class ManifestTest : public StrictTest
 {
     Q_OBJECT

@@ -12,6 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_name = QStringLiteral(".configscript-lock");

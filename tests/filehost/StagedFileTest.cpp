@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_name = QStringLiteral("a.json");

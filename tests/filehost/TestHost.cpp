@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+using namespace ConfigScript;
+
 namespace {
 
 QDir folderOf(const QString &projectPath, TestHost::TreeKind kind)

@@ -9,6 +9,8 @@
 
 #include <sys/stat.h>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QString s_name = QStringLiteral("line1/pump1.json");

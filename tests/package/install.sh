@@ -50,3 +50,28 @@ quietly c++ -std=c++17 -fPIC "$source/examples/hosts/02-embedded-host/main.cpp" 
     -o "$scratch/pkg-config-consumer" $flags "-Wl,-rpath,$(dirname "$library")"
 run_example EmbeddedHostSavesAndResolves pump-station \
     "$scratch/pkg-config-consumer" line2/pump1 motor/ratedPower 15
+
+echo "Each installed header by itself"
+include=$(dirname "$(find "$prefix" -path '*/filehost/Project.h')")/..
+find "$include" -name '*.h' -printf '%P\n' | sort >"$scratch/headers"
+while read -r header; do
+    # shellcheck disable=SC2086 # several flags
+    quietly c++ -std=c++17 -fPIC -fsyntax-only -Wall -Wextra -Werror -x c++ \
+        -include "$header" /dev/null $flags
+done <"$scratch/headers"
+if grep '^filehost/.*/' "$scratch/headers"; then
+    echo "installed, but not for products" >&2
+    exit 1
+fi
+
+echo "A consumer with names of its own that the file host has, too"
+mkdir -p "$scratch/plant/configuration"
+echo '{ "properties": [] }' >"$scratch/plant/configuration/malformed.json"
+# shellcheck disable=SC2086 # several flags
+quietly c++ -std=c++17 -fPIC "$source/tests/package/consumer/main.cpp" \
+    -o "$scratch/consumer" $flags "-Wl,-rpath,$(dirname "$library")"
+"$scratch/consumer" "$scratch/plant/configuration" >"$scratch/output" 2>&1
+diff - "$scratch/output" <<EOF
+$scratch/plant/configuration/malformed.json:1:17: expected an object as "properties", found an array
+no tree!
+EOF

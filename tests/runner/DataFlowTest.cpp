@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 FileTree::Identity treeOf(const QString &instance)

@@ -8,6 +8,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// Lets every script run.

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 class JsonLinesTest : public StrictTest
 {
     Q_OBJECT

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// A line for each letter: "abc" is "a\nb\nc\n".

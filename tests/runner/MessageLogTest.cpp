@@ -8,6 +8,8 @@
 #include <memory>
 #include <thread>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// Keeps the texts.

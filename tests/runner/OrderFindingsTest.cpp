@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 using Kind = TreeAccess::Kind;

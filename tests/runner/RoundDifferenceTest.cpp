@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 Finding finding(Finding::Severity severity, int line, const QString &message)

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 const QByteArray s_plant = "{ \"moduleName\": \"pumps\", \"objectName\": \"plant\" }";

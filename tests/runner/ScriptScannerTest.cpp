@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// Kind and text of a token, and its line where that is not the first.

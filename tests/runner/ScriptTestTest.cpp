@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 /// A value as JSON text, which compares well.

@@ -7,6 +7,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 namespace {
 
 using Kind = FileChange::Kind;

@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 class TreeUrlsTest : public StrictTest
 {
     Q_OBJECT

@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QTextStream>
 
+using namespace ConfigScript;
+
 namespace {
 
 int fail(const QString &message)
