@@ -56,11 +56,12 @@ public:
     static TreeObserver *observer();
     static bool writesFiles();
 
-    /// Null without a session.
-    static TreeStore *treeStore();
-
 private:
     Q_DISABLE_COPY(HostSession)
+    friend class FileTree;
+
+    /// Null without a session.
+    static TreeStore *treeStore();
 
     HostSession *const m_before; ///< the thread's session before this one; null for none
     const QHash<QString, QVariantMap> m_units;

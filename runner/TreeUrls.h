@@ -5,10 +5,11 @@
 #include <QHash>
 #include <QString>
 
+class SelectorUrlHandler;
+
 namespace ConfigScript {
 
 class Project;
-class SelectorUrlHandler;
 
 /// The absolute URLs by which a project's scripts reach trees.
 class TreeUrls
