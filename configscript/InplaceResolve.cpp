@@ -11,6 +11,7 @@
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
 #include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/store/FileBatch.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/TextManager.h"
