@@ -13,7 +13,7 @@ export LC_ALL=C
 # Qt and of the standard library, are no part of the interface.
 symbols() {
     nm --dynamic --defined-only --demangle "$library" \
-        | sed -n 's/^[0-9a-f]* [^W] //p' | grep -v '^guard variable\|^Q\|^void Q\|std::_\|::qstring_literal$' \
+        | sed -n 's/^[0-9a-f]* [^W] //p' | grep -v '^guard variable\|^Q\|^void Q\|^std::\|for std::\|::qstring_literal$' \
         | sort --unique
 }
 
