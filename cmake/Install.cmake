@@ -16,15 +16,22 @@ install(EXPORT ConfigScriptTargets
     DESTINATION ${package_folder}
     COMPONENT development)
 
+# Of the file host, the headers at its root.
 install(DIRECTORY JavaScript host filehost
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ConfigScript
     COMPONENT development
     FILES_MATCHING PATTERN "*.h"
     # What no public header includes.
     PATTERN JavaScriptArgumentReader.h EXCLUDE
-    PATTERN JavaScriptRun.h EXCLUDE)
+    PATTERN JavaScriptRun.h EXCLUDE
+    PATTERN hosttypes EXCLUDE
+    PATTERN json EXCLUDE
+    PATTERN store EXCLUDE)
 install(FILES ${PROJECT_BINARY_DIR}/generated/JavaScript/JavaScriptExport.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ConfigScript/JavaScript
+    COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/generated/filehost/FileHostExport.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ConfigScript/filehost
     COMPONENT development)
 
 # For those who compile the library against a host of their own.

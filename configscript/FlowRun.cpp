@@ -10,6 +10,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 FlowRun::FlowRun(const Project &project, std::chrono::milliseconds timeout)
     : m_project(project)
     , m_timeout(timeout)

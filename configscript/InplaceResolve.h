@@ -8,6 +8,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 class FileTreeNode;
 class Project;
 class ScriptGuard;

@@ -5,6 +5,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 class Output;
 class Project;
 

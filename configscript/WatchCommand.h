@@ -5,6 +5,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 /// configscript watch: checks and resolves again what files touch that change.
 class WatchCommand : public Command
 {

@@ -13,6 +13,8 @@
 
 using namespace ConfigScript;
 
+using namespace ConfigScript;
+
 namespace {
 
 /// What the program is started with.

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QString>
 
 namespace ConfigScript {
 
 /// What is wrong in a file, and where.
-struct Diagnostic
+struct FILEHOST_EXPORT Diagnostic
 {
     QString file;
     int line = 0; ///< from 1; 0 for the file as a whole

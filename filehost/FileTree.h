@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 
 #include <QByteArray>
 #include <QExplicitlySharedDataPointer>
@@ -23,7 +24,7 @@ struct TreeFile;
  * object: key to value), "readOnly" (an array of keys that cannot be written) and "children" (an
  * object: name to node). Other members are kept and not looked at.
  */
-class FileTree : public QSharedData
+class FILEHOST_EXPORT FileTree : public QSharedData
 {
 public:
     /// Each node has one, which is why it is small.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
 #include "filehost/FileTree.h"
 #include "host/ConfigurationAndProcessDataBase.h"
 
@@ -20,8 +21,8 @@ class JsonEdit;
  * properties were changed since the file was read. It looks up in the text what it is asked for:
  * most of a large tree never is.
  */
-class FileTreeNode : public ConfigurationAndProcessDataBase,
-                     public QEnableSharedFromThis<FileTreeNode>
+class FILEHOST_EXPORT FileTreeNode : public ConfigurationAndProcessDataBase,
+                                     public QEnableSharedFromThis<FileTreeNode>
 {
 public:
     /// @param element the node's in the text of @p tree, which has a tree's format

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QHash>
 #include <QString>
 #include <QVariant>
@@ -26,7 +28,7 @@ class TreeStore;
  * Where a thread has several sessions, the one that was made last is in use; once it ends, the one
  * before it is again. Within a session that writes nothing, no other one writes.
  */
-class HostSession
+class FILEHOST_EXPORT HostSession
 {
 public:
     enum class Writing { Files, Nothing };
@@ -54,11 +56,12 @@ public:
     static TreeObserver *observer();
     static bool writesFiles();
 
-    /// Null without a session.
-    static TreeStore *treeStore();
-
 private:
     Q_DISABLE_COPY(HostSession)
+    friend class FileTree;
+
+    /// Null without a session.
+    static TreeStore *treeStore();
 
     HostSession *const m_before; ///< the thread's session before this one; null for none
     const QHash<QString, QVariantMap> m_units;

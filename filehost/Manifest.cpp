@@ -3,6 +3,7 @@
 #include "filehost/FileTree.h"
 #include "filehost/Project.h"
 #include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/store/TextFile.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/SystemInformationManagerDataDefinitions.h"
@@ -65,35 +66,35 @@ void Manifest::read()
     case TextFile::ReadResult::Read:
         break;
     }
-    m_json = JsonText::parse(text, m_error);
-    if (m_json.isNull()) {
+    m_json = std::make_shared<const JsonText>(JsonText::parse(text, m_error));
+    if (m_json->isNull()) {
         m_error.file = m_filePath;
         return;
     }
     QJsonParseError libraryError;
     QJsonDocument::fromJson(text, &libraryError);
     if (libraryError.error != QJsonParseError::NoError) {
-        m_error = m_json.placeOf(libraryError.offset,
-                                 QStringLiteral("the library cannot read the manifest: ")
-                                     + libraryError.errorString());
+        m_error = m_json->placeOf(libraryError.offset,
+                                  QStringLiteral("the library cannot read the manifest: ")
+                                      + libraryError.errorString());
         m_error.file = m_filePath;
         return;
     }
-    if (m_json.element(0).type != JsonText::Type::Array) {
-        m_error = m_json.unexpected(0, QStringLiteral("an array on top"));
+    if (m_json->element(0).type != JsonText::Type::Array) {
+        m_error = m_json->unexpected(0, QStringLiteral("an array on top"));
         m_error.file = m_filePath;
         return;
     }
     const QString key =
         ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern();
-    const int value = findMember(m_json, 0, key);
+    const int value = findMember(*m_json, 0, key);
     if (value < 0) {
         m_warnings.append(
             placeOf(0, QStringLiteral("expected an object with the member \"%1\"").arg(key)));
-    } else if (m_json.element(value).type == JsonText::Type::Array) {
+    } else if (m_json->element(value).type == JsonText::Type::Array) {
         addEntries(value);
-    } else if (m_json.element(value).type != JsonText::Type::Null) {
-        m_error = m_json.unexpected(value, QStringLiteral("an array as \"%1\"").arg(key));
+    } else if (m_json->element(value).type != JsonText::Type::Null) {
+        m_error = m_json->unexpected(value, QStringLiteral("an array as \"%1\"").arg(key));
         m_error.file = m_filePath;
     }
 }
@@ -102,16 +103,16 @@ void Manifest::addEntries(int array)
 {
     const QString key = SystemInformationManagerDataDefinitions::getKeyInstanceName();
     QSet<QString> known;
-    for (int i = m_json.firstChild(array); i < m_json.element(array).next;
-         i = m_json.element(i).next) {
+    for (int i = m_json->firstChild(array); i < m_json->element(array).next;
+         i = m_json->element(i).next) {
         const int name =
-            m_json.element(i).type == JsonText::Type::Object ? m_json.member(i, key) : -1;
-        if (name < 0 || m_json.element(name).type != JsonText::Type::String) {
+            m_json->element(i).type == JsonText::Type::Object ? m_json->member(i, key) : -1;
+        if (name < 0 || m_json->element(name).type != JsonText::Type::String) {
             m_entryErrors.append(
                 placeOf(i, QStringLiteral("expected an object with the string \"%1\"").arg(key)));
             continue;
         }
-        const QString instanceName = m_json.string(name);
+        const QString instanceName = m_json->string(name);
         if (known.contains(instanceName)) {
             m_warnings.append(
                 placeOf(i, QStringLiteral("\"%1\" is listed twice").arg(instanceName)));
@@ -128,7 +129,7 @@ Diagnostic Manifest::placeOf(const Entry &entry) const
 
 Diagnostic Manifest::placeOf(int element, const QString &message) const
 {
-    Diagnostic place = m_json.placeOf(m_json.element(element).begin, message);
+    Diagnostic place = m_json->placeOf(m_json->element(element).begin, message);
     place.file = m_filePath;
     return place;
 }

@@ -1,21 +1,24 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
-#include "filehost/json/JsonText.h"
+#include "filehost/FileHostExport.h"
 
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
+#include <memory>
+
 namespace ConfigScript {
 
+class JsonText;
 class Project;
 
 /**
  * The manifest of a project as a person should see it: which instances it lists, and where, and
  * what is wrong with it. The library reads the same file in its own way.
  */
-class Manifest
+class FILEHOST_EXPORT Manifest
 {
 public:
     struct Entry
@@ -50,7 +53,7 @@ private:
     Diagnostic placeOf(int element, const QString &message) const;
 
     QString m_filePath;
-    JsonText m_json;
+    std::shared_ptr<const JsonText> m_json;
     Diagnostic m_error;
     QVector<Diagnostic> m_entryErrors;
     QVector<Diagnostic> m_warnings;

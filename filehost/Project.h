@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 #include "filehost/FileTree.h"
 #include "host/SystemInformationManagerDBusProviderDescriptionHandler.h"
 
@@ -21,7 +22,7 @@ namespace ConfigScript {
  * and "otherFiles" (object name to the folder of the project it lives in, relative to this one).
  * texts/<language>.json, units.json and providers.json may be missing. All are read by open().
  */
-class Project
+class FILEHOST_EXPORT Project
 {
 public:
     /// @return nothing, with @p error set, when @p folder is no project or one of its files is

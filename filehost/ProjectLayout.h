@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -11,7 +13,7 @@ namespace ConfigScript {
  * The paths begin with that of the project folder, as it was given; with an empty one they are
  * relative to it.
  */
-class ProjectLayout
+class FILEHOST_EXPORT ProjectLayout
 {
 public:
     explicit ProjectLayout(const QString &projectPath = QString());

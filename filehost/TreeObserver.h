@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QSharedPointer>
 #include <QString>
 #include <QVariant>
@@ -14,7 +16,7 @@ struct Diagnostic;
  * Sees everything that happens to the trees of the file host. All operations are called on the
  * thread that uses the tree, in the middle of the work: they must not change trees.
  */
-class TreeObserver
+class FILEHOST_EXPORT TreeObserver
 {
 public:
     TreeObserver() = default;

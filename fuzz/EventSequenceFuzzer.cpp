@@ -6,6 +6,7 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/ProjectFolder.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/json/JsonValue.h"
 #include "fuzz/FuzzSupport.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"

@@ -2,6 +2,7 @@
 // byte that chooses the node, one that chooses the property, the last choice being a new one, and
 // its value as JSON, or else as text.
 #include "filehost/FileTreeNode.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/json/JsonValue.h"
 #include "fuzz/FuzzSupport.h"
 

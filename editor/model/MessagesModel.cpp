@@ -5,6 +5,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 namespace {
 
 QString placeOf(const QString &file, int line)

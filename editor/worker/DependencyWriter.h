@@ -4,6 +4,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 class Project;
 class TreeWriter;
 

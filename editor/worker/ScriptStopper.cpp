@@ -2,6 +2,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 void ScriptStopper::stop()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QString>
 #include <QStringRef>
 
@@ -17,11 +19,11 @@ namespace PercentEncoding {
 enum class Slash { Kept, Encoded };
 
 /// Appends the encoded form of @p part to @p url.
-void append(QString &url, const QString &part, Slash slash);
+FILEHOST_EXPORT void append(QString &url, const QString &part, Slash slash);
 
 /// @return false when @p text has a "%" without two hexadecimal digits, or encodes bytes that are
 ///         no UTF-8; @p part is then undefined
-bool decode(const QStringRef &text, QString &part);
+FILEHOST_EXPORT bool decode(const QStringRef &text, QString &part);
 
 } // namespace PercentEncoding
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
 #include "filehost/json/JsonText.h"
 #include "filehost/json/JsonValue.h"
 
@@ -15,7 +16,7 @@ namespace ConfigScript {
  *
  * Values are normalized ones (see JsonValue). Changed elements must not overlap.
  */
-class JsonEdit
+class FILEHOST_EXPORT JsonEdit
 {
 public:
     using Member = QPair<QString, QVariant>;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -19,7 +20,7 @@ namespace ConfigScript {
  *
  * Copies share the text. A text and its copies belong to one thread.
  */
-class JsonText
+class FILEHOST_EXPORT JsonText
 {
 public:
     enum class Type : quint8 { Object, Array, String, Number, True, False, Null };

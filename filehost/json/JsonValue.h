@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QVariant>
@@ -14,14 +16,14 @@ namespace JsonValue {
  * ISO 8601 text in UTC. Invalid when @p value, or anything inside it, has no JSON form: invalid
  * values, NaN, infinities, other types; or when it nests deeper than a JsonText may.
  */
-QVariant normalized(const QVariant &value);
+FILEHOST_EXPORT QVariant normalized(const QVariant &value);
 
 /// How many lists and maps of a normalized value lie inside each other.
-int depth(const QVariant &value);
+FILEHOST_EXPORT int depth(const QVariant &value);
 
 /// Whether two normalized values are the same JSON value; numbers by value, whatever their type.
 /// Invalid values, which stand for none, are equal to each other only.
-bool areEqual(const QVariant &left, const QVariant &right);
+FILEHOST_EXPORT bool areEqual(const QVariant &left, const QVariant &right);
 
 /// How many elements two lists have in common at their beginnings, and of the rest at their ends.
 struct CommonEnds
@@ -29,16 +31,16 @@ struct CommonEnds
     int begin;
     int end;
 };
-CommonEnds commonEnds(const QVariantList &left, const QVariantList &right);
+FILEHOST_EXPORT CommonEnds commonEnds(const QVariantList &left, const QVariantList &right);
 
 /// Layout of a text that is made anew: on one line, "{ "a": 1 }" or without any blanks "{"a":1}".
 enum class Layout { Spaced, Compact };
 
 /// The JSON text of a normalized value.
-QByteArray toText(const QVariant &value, Layout layout);
+FILEHOST_EXPORT QByteArray toText(const QVariant &value, Layout layout);
 
 /// A JSON string, quotes included.
-QByteArray toText(const QString &string);
+FILEHOST_EXPORT QByteArray toText(const QString &string);
 
 } // namespace JsonValue
 

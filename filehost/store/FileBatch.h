@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
 #include "filehost/store/BatchJournal.h"
 #include "filehost/store/StagedFile.h"
 #include "filehost/store/TextFile.h"
@@ -24,7 +25,7 @@ namespace ConfigScript {
  * a crash left is finished or undone by recover(), which whoever opens a project calls first. Two
  * batches of one project at a time are the caller's to prevent; see ProjectLock.
  */
-class FileBatch
+class FILEHOST_EXPORT FileBatch
 {
 public:
     /// @param projectPath the folder, which exists

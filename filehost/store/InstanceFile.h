@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QDir>
 #include <QString>
 
@@ -15,10 +17,10 @@ namespace InstanceFile {
  *         backslash, NUL, the manifest's), or when a link on the way leads out of the project
  * folder, the folder that holds @p folder. The file need not exist.
  */
-QString path(const QDir &folder, const QString &instance, QString &error);
+FILEHOST_EXPORT QString path(const QDir &folder, const QString &instance, QString &error);
 
 /// What is wrong with an instance name; empty for nothing.
-QString nameError(const QString &instance);
+FILEHOST_EXPORT QString nameError(const QString &instance);
 
 } // namespace InstanceFile
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
 #include "filehost/json/JsonText.h"
 
 #include <QHash>
@@ -16,7 +17,7 @@ namespace ConfigScript {
  * The first thing that is not as expected stays as the error; what is read afterwards means
  * nothing. A file that does not exist reads as an empty object.
  */
-class ProjectFile
+class FILEHOST_EXPORT ProjectFile
 {
 public:
     using Member = QPair<QString, int>; ///< name and element

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 #include "filehost/store/Descriptor.h"
 
 #include <QString>
@@ -15,7 +16,7 @@ namespace ConfigScript {
  * .configscript-lock in the project folder. It ends with the process, however that ends; what the
  * file holds only tells others who it is.
  */
-class ProjectLock
+class FILEHOST_EXPORT ProjectLock
 {
 public:
     /// How long acquire() waits for another process.

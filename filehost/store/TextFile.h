@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/Diagnostic.h"
+#include "filehost/FileHostExport.h"
 
 #include <QByteArray>
 #include <QString>
@@ -32,24 +33,24 @@ struct Stamp
  * @param error set when the file is unreadable
  * @param stamp receives, when it is not null, what the file was like before it was read
  */
-ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content, Diagnostic &error,
-                Stamp *stamp = nullptr);
+FILEHOST_EXPORT ReadResult read(const QString &filePath, qint64 maximumSize, QByteArray &content,
+                                Diagnostic &error, Stamp *stamp = nullptr);
 
 /// What a file is like; the size is -1 when there is none.
-Stamp stampOf(const QString &filePath);
+FILEHOST_EXPORT Stamp stampOf(const QString &filePath);
 
 /// Whether nothing that a stamp holds differs.
-bool areEqual(const Stamp &left, const Stamp &right);
+FILEHOST_EXPORT bool areEqual(const Stamp &left, const Stamp &right);
 
 /// Whether a file is known to be as it was when @p stamp was taken. If not, it may be all the same.
-bool isUnchanged(const QString &filePath, const Stamp &stamp);
+FILEHOST_EXPORT bool isUnchanged(const QString &filePath, const Stamp &stamp);
 
 /**
  * Replaces the file, or makes it, with the folders that lead to it. After a failure the old file
  * stands as it was; or the new one, when only its folder could not be synced.
  * @return false, with @p error set, when the file could not be written
  */
-bool write(const QString &filePath, const QByteArray &content, Diagnostic &error);
+FILEHOST_EXPORT bool write(const QString &filePath, const QByteArray &content, Diagnostic &error);
 
 } // namespace TextFile
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filehost/FileHostExport.h"
+
 #include <QString>
 
 namespace ConfigScript {
@@ -10,7 +12,7 @@ namespace Walls {
 /// Whether the file, or as much of its path as exists, really lies in the project folder or below:
 /// whether no link leads out.
 /// @param filePath absolute, beginning with @p projectPath
-bool liesInside(const QString &projectPath, const QString &filePath);
+FILEHOST_EXPORT bool liesInside(const QString &projectPath, const QString &filePath);
 
 } // namespace Walls
 

@@ -4,6 +4,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 /// Drops the messages about what the program tells its user in its own way.
 class SilentLog : public MessageLog
 {

@@ -10,6 +10,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 namespace {
 
 QList<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,

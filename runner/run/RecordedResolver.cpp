@@ -8,6 +8,8 @@
 
 namespace ConfigScript {
 
+namespace ConfigScript {
+
 namespace {
 
 std::unique_ptr<JavaScriptDependencyResolver> makeResolver(const Project &project,

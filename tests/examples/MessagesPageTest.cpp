@@ -1,6 +1,7 @@
 #include "support/StrictTest.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTest>
@@ -39,15 +40,19 @@ QRegularExpressionMatchIterator matches(const QString &pattern, const QString &t
     return QRegularExpression(pattern, QRegularExpression::MultilineOption).globalMatch(text);
 }
 
-/// What a chain of << prints: literals as they are, separated by blanks; any other piece stands on
-/// the page as <name>, in double quotes or without. A piece that is not quoted is a whole message.
+/// What a chain of << prints, or a text in parentheses: literals as they are, separated by blanks;
+/// any other piece stands on the page as <name>, in double quotes or without. A piece that is not
+/// quoted is a whole message.
 QRegularExpression formOf(const QString &chain)
 {
     const QString other = chain.contains(QLatin1String("noquote"))
         ? QStringLiteral(".+")
         : QStringLiteral("\"?<[^<>]+>\"?");
     QStringList pieces;
-    auto piece = matches(QStringLiteral("<<\\s*((?:\"[^\"]*\"\\s*)+|[^<]+)"), chain);
+    const QString stream = chain.contains(QLatin1String("<<"))
+        ? chain
+        : QStringLiteral("<< ") + chain.mid(1, chain.size() - 2);
+    auto piece = matches(QStringLiteral("<<\\s*((?:\"[^\"]*\"\\s*)+|[^<]+)"), stream);
     while (piece.hasNext()) {
         const QString text = piece.next().captured(1).trimmed();
         const QString literal =
@@ -61,7 +66,7 @@ QRegularExpression formOf(const QString &chain)
 QString lastFunctionIn(const QString &text)
 {
     QString function;
-    auto name = matches(QStringLiteral(R"(^(?=\S).*?(\w+)::\s*(\w+)\()"), text);
+    auto name = matches(QStringLiteral(R"(^(?=\S).*?(\w+)::\s*(~?\w+)\()"), text);
     while (name.hasNext()) {
         const auto match = name.next();
         function = match.captured(1) + QLatin1String("::") + match.captured(2);
@@ -72,10 +77,11 @@ QString lastFunctionIn(const QString &text)
 QVector<Warning> warningsIn(const QString &folder)
 {
     QVector<Warning> warnings;
-    const QDir sources(QStringLiteral(PROJECT_FOLDER "/") + folder);
-    const QStringList files = sources.entryList({QStringLiteral("*.cpp")});
-    for (const QString &file : files) {
-        const QString source = read(folder + QLatin1Char('/') + file);
+    const QDir project(QStringLiteral(PROJECT_FOLDER));
+    QDirIterator files(project.filePath(folder), {QStringLiteral("*.cpp")}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString source = read(project.relativeFilePath(files.next()));
         auto statement = matches(
             QStringLiteral(R"(\bqC?(?:Debug|Info|Warning|Critical|Fatal)\b([^;]*);)"), source);
         while (statement.hasNext()) {

@@ -1,23 +1,25 @@
 #!/usr/bin/env bash
-# Compares the symbols that the library exports with the list beside this script:
-# exported-symbols.sh LIBRARY [--update]
+# Compares the symbols that a library exports with a list:
+# exported-symbols.sh LIBRARY LIST [--update]
 #
 # The list is the library's binary interface. It changes on purpose only: with --update.
 set -euo pipefail
 
 library=$1
-list=$(dirname "$0")/exported-symbols.txt
+list=$2
 export LC_ALL=C
 
-# Inline functions of Qt that the compiler did not inline are no part of the interface.
+# What the compiler did not inline (weak symbols, W), and what it makes of templates and literals of
+# Qt and of the standard library, are no part of the interface.
 symbols() {
     nm --dynamic --defined-only --demangle "$library" \
-        | sed 's/^[0-9a-f]* . //' | grep JavaScript | sort --unique
+        | sed -n 's/^[0-9a-f]* [^W] //p' | grep -v '^guard variable\|^Q\|^void Q\|^std::\|for std::\|::qstring_literal$' \
+        | sort --unique
 }
 
-if [ "${2-}" = --update ]; then
+if [ "${3-}" = --update ]; then
     symbols >"$list"
 elif ! diff --unified "$list" <(symbols); then
-    echo "The exported symbols differ from $list (-). If that is meant: $0 $library --update" >&2
+    echo "The exported symbols differ from $list (-). If that is meant: $0 $library $list --update" >&2
     exit 1
 fi

@@ -51,6 +51,30 @@ quietly c++ -std=c++17 -fPIC "$source/examples/hosts/02-embedded-host/main.cpp" 
 run_example EmbeddedHostSavesAndResolves pump-station \
     "$scratch/pkg-config-consumer" line2/pump1 motor/ratedPower 15
 
+echo "Each header of the file host by itself"
+include=$(dirname "$(find "$prefix" -path '*/filehost/Project.h')")
+for header in "$include"/*.h; do
+    # shellcheck disable=SC2086 # several flags
+    quietly c++ -std=c++17 -fPIC -fsyntax-only -Wall -Wextra -Werror -x c++ \
+        -include "filehost/$(basename "$header")" /dev/null $flags
+done
+if find "$include" -mindepth 1 -type d | grep .; then
+    echo "installed, but not for products" >&2
+    exit 1
+fi
+
+echo "A consumer with names of its own that the file host has, too"
+mkdir -p "$scratch/plant/configuration"
+echo '{ "properties": [] }' >"$scratch/plant/configuration/malformed.json"
+# shellcheck disable=SC2086 # several flags
+quietly c++ -std=c++17 -fPIC "$source/tests/package/consumer/main.cpp" \
+    -o "$scratch/consumer" $flags "-Wl,-rpath,$(dirname "$library")"
+"$scratch/consumer" "$scratch/plant/configuration" >"$scratch/output" 2>&1
+diff - "$scratch/output" <<EOF
+$scratch/plant/configuration/malformed.json:1:17: expected an object as "properties", found an array
+no tree!
+EOF
+
 echo "A consumer of every public function"
 awk -f "$source/tests/package/public-functions.awk" \
     "$(dirname "$(find "$prefix" -name JavaScriptApi.h -path '*/include/*')")"/*.h >"$scratch/functions"
