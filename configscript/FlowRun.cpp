@@ -10,8 +10,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 FlowRun::FlowRun(const Project &project, std::chrono::milliseconds timeout)
     : m_project(project)
     , m_timeout(timeout)

@@ -8,8 +8,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 class FileTreeNode;
 class Project;
 class ScriptGuard;

@@ -5,8 +5,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 class Output;
 class Project;
 

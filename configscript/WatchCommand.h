@@ -5,8 +5,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 /// configscript watch: checks and resolves again what files touch that change.
 class WatchCommand : public Command
 {

@@ -13,8 +13,6 @@
 
 using namespace ConfigScript;
 
-using namespace ConfigScript;
-
 namespace {
 
 /// What the program is started with.

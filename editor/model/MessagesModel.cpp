@@ -5,8 +5,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 namespace {
 
 QString placeOf(const QString &file, int line)

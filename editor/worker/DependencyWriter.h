@@ -4,8 +4,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 class Project;
 class TreeWriter;
 

@@ -2,8 +2,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 void ScriptStopper::stop()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -9,8 +9,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 /**
  * Stops scripts when the user asks for it: the one that runs, and those that the same task would
  * run after it.

@@ -18,8 +18,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 class Project;
 
 /// Watches scripts, trees and messages while scripts run, and makes the record. Runs may nest.

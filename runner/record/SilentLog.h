@@ -4,8 +4,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 /// Drops the messages about what the program tells its user in its own way.
 class SilentLog : public MessageLog
 {

@@ -10,8 +10,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 namespace {
 
 QList<QSharedPointer<FileTreeNode>> readableTrees(const Project &project,

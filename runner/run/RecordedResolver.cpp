@@ -8,8 +8,6 @@
 
 namespace ConfigScript {
 
-namespace ConfigScript {
-
 namespace {
 
 std::unique_ptr<JavaScriptDependencyResolver> makeResolver(const Project &project,
