@@ -9,12 +9,13 @@ namespace ConfigScript {
 ScriptThread::ScriptThread(const Project &project)
     : m_worker(new ScriptWorker(project, m_stopper))
 {
-    qRegisterMetaType<ProjectReport>();
-    qRegisterMetaType<EventReport>();
-    qRegisterMetaType<InstanceReport>();
-    qRegisterMetaType<SaveReport>();
-    qRegisterMetaType<DependencyReport>();
-    qRegisterMetaType<RecordingReport>();
+    // By the names that the signals give them, which are without the namespace.
+    qRegisterMetaType<ProjectReport>("ProjectReport");
+    qRegisterMetaType<EventReport>("EventReport");
+    qRegisterMetaType<InstanceReport>("InstanceReport");
+    qRegisterMetaType<SaveReport>("SaveReport");
+    qRegisterMetaType<DependencyReport>("DependencyReport");
+    qRegisterMetaType<RecordingReport>("RecordingReport");
     m_patience.setSingleShot(true);
     m_patience.setInterval(patience);
     connect(&m_patience, &QTimer::timeout, this, &ScriptThread::becameSlow);
