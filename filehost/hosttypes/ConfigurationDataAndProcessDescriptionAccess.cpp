@@ -65,7 +65,6 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
     }
     TreeObserver *observer = HostSession::observer();
     const auto fail = [&](const Diagnostic &reason) {
-        qWarning().noquote() << reason.toString();
         if (observer) {
             observer->treeNotSaved(*node, reason);
         }
@@ -77,11 +76,14 @@ bool ConfigurationDataAndProcessDescriptionAccess::setParsedConfigurationProcess
     QString nameError;
     const QString filePath = InstanceFile::path(dir, instance, nameError);
     if (filePath.isEmpty()) {
-        return fail({QString(), 0, 0, refusal("write", instance, nameError)});
+        const Diagnostic refused{QString(), 0, 0, refusal("write", instance, nameError)};
+        qWarning().noquote() << refused.toString();
+        return fail(refused);
     }
     const QString projectPath = QFileInfo(dir.absolutePath()).path();
     Diagnostic error;
     if (!node->tree().write(*node, projectPath, filePath, error)) {
+        qWarning().noquote() << error.toString();
         return fail(error);
     }
     if (observer) {
