@@ -104,7 +104,7 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() < 5 * ProjectLock::patience);
         QCOMPARE(error.toString(),
                  folder.path()
-                     + QStringLiteral(": is being written by ProjectLockTest, process %1 on %2; "
+                     + QStringLiteral(": is being written by FileHostTests, process %1 on %2; "
                                       "try again when it is done")
                            .arg(holder.number())
                            .arg(QSysInfo::machineHostName()));
@@ -145,12 +145,12 @@ private Q_SLOTS:
         QTest::newRow("zeros") << QByteArray(90, '\0');
         // Numbers are used again: the one who has it now does not lock.
         QTest::newRow("a living process that is another program")
-            << QByteArray::number(getppid()) + "\nProjectLockTest\n" + machine + '\n';
+            << QByteArray::number(getppid()) + "\nFileHostTests\n" + machine + '\n';
         // In a container a program often has the same number each time.
         QTest::newRow("the same number")
-            << QByteArray::number(getpid()) + "\nProjectLockTest\n" + machine + '\n';
+            << QByteArray::number(getpid()) + "\nFileHostTests\n" + machine + '\n';
         QTest::newRow("a machine that had another name")
-            << QByteArray("4194000\nProjectLockTest\nrenamed-since\n");
+            << QByteArray("4194000\nFileHostTests\nrenamed-since\n");
     }
 
     void getsItFromADeadProcessWhateverItLeft()
@@ -167,7 +167,7 @@ private Q_SLOTS:
     {
         const ProjectFolder folder;
         folder.write(s_name,
-                     "4194000\nProjectLockTest\n" + QSysInfo::machineHostName().toUtf8() + '\n');
+                     "4194000\nFileHostTests\n" + QSysInfo::machineHostName().toUtf8() + '\n');
         folder.write(s_name + QStringLiteral(".rmlock"), "");
         Diagnostic error;
         QVERIFY2(ProjectLock::acquire(folder.path(), error), qPrintable(error.toString()));

@@ -24,5 +24,5 @@ public:
 
 /// Names a class derived from StrictTest to its program, once, at the end of its source.
 #define TEST_CLASS(Class) \
-    [[maybe_unused]] static const bool is##Class##Added \
-        = TestClasses::add(#Class, []() -> QObject * { return new Class; });
+    [[maybe_unused]] static const bool is##Class##Added = \
+        TestClasses::add(#Class, []() -> QObject * { return new Class; });
