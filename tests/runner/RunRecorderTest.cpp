@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace ConfigScript;
+
 /// Tells a recorder what the library would tell it.
 class RunRecorderTest : public StrictTest
 {
@@ -109,5 +111,5 @@ void RunRecorderTest::keepsNestedRunsApart()
     QVERIFY(runs.at(1).succeeded);
 }
 
-QTEST_GUILESS_MAIN(RunRecorderTest)
+TEST_CLASS(RunRecorderTest)
 #include "RunRecorderTest.moc"
