@@ -8,6 +8,7 @@
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
 #include "filehost/ProjectLayout.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/store/FileBatch.h"
 #include "host/PropertyManagerConst.h"
 #include "runner/record/LineDiff.h"
