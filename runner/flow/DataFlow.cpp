@@ -12,7 +12,7 @@
 
 bool DataFlow::Property::isChanged() const
 {
-    return oldValue.isValid() != newValue.isValid() || !JsonValue::areEqual(oldValue, newValue);
+    return !JsonValue::areEqual(oldValue, newValue);
 }
 
 DataFlow::DataFlow(QVector<ScriptRun> runs)
