@@ -3,10 +3,10 @@
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
 #include "runner/run/ScratchCopy.h"
+#include "runner/scripttest/OutcomeText.h"
 #include "runner/scripttest/ScriptTest.h"
 #include "runner/scripttest/ScriptTestRecorder.h"
 #include "runner/scripttest/ScriptTestRun.h"
-#include "runner/scripttest/OutcomeText.h"
 
 #include <algorithm>
 
