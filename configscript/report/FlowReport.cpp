@@ -14,12 +14,6 @@ using Style = Output::Style;
 constexpr int s_shownValue = 100; ///< characters of a value
 constexpr int s_shownReads = 10; ///< of what no script wrote, for each write
 
-bool areEqual(const QVariant &left, const QVariant &right)
-{
-    return left.isValid() == right.isValid()
-        && (!left.isValid() || JsonValue::areEqual(left, right));
-}
-
 } // namespace
 
 FlowReport::FlowReport(const DataFlow &flow, const PropertyUrls &urls, Output &output,
@@ -128,9 +122,9 @@ void FlowReport::printReads(const QVector<int> &reads, int depth)
         const DataFlow::Step &step = m_flow.step(read);
         const DataFlow::Property &property = m_flow.properties().at(step.property);
         const int source = m_flow.sourceOf(read);
-        const Rank rank = source < 0                          ? FromFile
-            : areEqual(property.oldValue, step.access->value) ? Written
-                                                              : Changed;
+        const Rank rank = source < 0                                     ? FromFile
+            : JsonValue::areEqual(property.oldValue, step.access->value) ? Written
+                                                                         : Changed;
         lines.append({urlOf(step.property), read, rank, source});
     }
     std::sort(lines.begin(), lines.end(), [](const Line &a, const Line &b) {
@@ -214,7 +208,8 @@ void FlowReport::printReader(int read, int writer, int depth)
     const DataFlow::Step &step = m_flow.step(read);
     QString text = QStringLiteral("read by ") + scriptOf(read);
     if (writer >= 0
-        && !areEqual(step.access->value, m_flow.properties().at(step.property).newValue)) {
+        && !JsonValue::areEqual(step.access->value,
+                                m_flow.properties().at(step.property).newValue)) {
         text += QStringLiteral(" as ") + valueText(step.access->value);
     }
     const QVector<int> writes = m_flow.writesAfter(read);
@@ -309,7 +304,7 @@ QString FlowReport::valueText(const QVariant &value)
 
 QString FlowReport::changeText(const QVariant &oldValue, const QVariant &newValue)
 {
-    if (areEqual(oldValue, newValue)) {
+    if (JsonValue::areEqual(oldValue, newValue)) {
         return valueText(newValue);
     }
     if (!oldValue.isValid()) {

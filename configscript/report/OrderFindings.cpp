@@ -15,19 +15,13 @@ constexpr int s_shownNames = 4;
 constexpr int s_shownValues = 4;
 constexpr int s_shownText = 80; ///< characters of a value
 
-QString valueText(const QVariant &value)
+QString shortText(const QVariant &value)
 {
     if (!value.isValid()) {
         return QStringLiteral("missing");
     }
     const QString text = QString::fromUtf8(JsonValue::toText(value, JsonValue::Layout::Spaced));
     return text.size() <= s_shownText ? text : text.left(s_shownText) + QStringLiteral("…");
-}
-
-bool areEqual(const QVariant &left, const QVariant &right)
-{
-    return left.isValid() == right.isValid()
-        && (!left.isValid() || JsonValue::areEqual(left, right));
 }
 
 /// "a", "a and b", "a, b and c"
@@ -172,7 +166,7 @@ void OrderFindings::findOrderDependence(int property, Groups &groups) const
         }
         message += QStringLiteral("; after %1 runs it is %2 in every order")
                        .arg(QString::number(rounds),
-                            valueText(m_record.valueOf(property, m_record.trials().constFirst(),
+                            shortText(m_record.valueOf(property, m_record.trials().constFirst(),
                                                        Moment::LastRound)));
     }
     groups.add(moment == Moment::LastRound ? Finding::Severity::Error : Finding::Severity::Warning,
@@ -200,7 +194,7 @@ void OrderFindings::findUnsettled(int property, Groups &groups) const
     const int rounds = m_record.roundsUntilSettled(property, *longest);
     QStringList values;
     for (int round = 0; round < rounds; ++round) {
-        values.append(valueText(longest->values.value(property).at(round)));
+        values.append(shortText(longest->values.value(property).at(round)));
     }
     const QVector<int> writers = writersOf(property);
     const QStringList scripts = scriptsOf(writers);
@@ -300,8 +294,8 @@ QString OrderFindings::causeText(const Cause &cause, int property, Moment moment
     const QString url = m_record.urlOf(property);
     return QStringLiteral("%1%2 is %3 when %4 runs before %5, %6 when after it: %7")
         .arg(url.left(url.size() - parts.key.size()), difference.key,
-             valueText(difference.oldValue), m_record.instances().at(cause.first).name,
-             m_record.instances().at(cause.second).name, valueText(difference.newValue), reason);
+             shortText(difference.oldValue), m_record.instances().at(cause.first).name,
+             m_record.instances().at(cause.second).name, shortText(difference.newValue), reason);
 }
 
 QString OrderFindings::varietyText(int property, Moment moment) const
@@ -311,11 +305,12 @@ QString OrderFindings::varietyText(int property, Moment moment) const
     QStringList texts;
     const QVector<QVariant> shown = values.mid(0, s_shownValues);
     for (const QVariant &value : shown) {
-        QString text = valueText(value);
+        QString text = shortText(value);
         if (instances.size() > 1) {
             const Trial &trial = *std::find_if(
                 m_record.trials().cbegin(), m_record.trials().cend(), [&](const Trial &candidate) {
-                    return areEqual(m_record.valueOf(property, candidate, moment), value);
+                    return JsonValue::areEqual(m_record.valueOf(property, candidate, moment),
+                                               value);
                 });
             QStringList order;
             for (const int instance : trial.order) {

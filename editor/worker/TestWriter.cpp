@@ -8,9 +8,6 @@
 #include "runner/scripttest/ScriptTestRecorder.h"
 #include "runner/scripttest/ScriptTestRun.h"
 
-#include <QDir>
-#include <QFileInfo>
-
 #include <algorithm>
 
 namespace ConfigScript {

@@ -14,7 +14,7 @@ namespace ConfigScript {
 
 bool DataFlow::Property::isChanged() const
 {
-    return oldValue.isValid() != newValue.isValid() || !JsonValue::areEqual(oldValue, newValue);
+    return !JsonValue::areEqual(oldValue, newValue);
 }
 
 DataFlow::DataFlow(QVector<ScriptRun> runs)

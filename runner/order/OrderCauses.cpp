@@ -8,16 +8,11 @@ namespace ConfigScript {
 
 namespace {
 
-bool areEqual(const QVariant &left, const QVariant &right)
-{
-    return left.isValid() == right.isValid()
-        && (!left.isValid() || JsonValue::areEqual(left, right));
-}
-
 bool contains(const QVector<QVariant> &values, const QVariant &value)
 {
-    return std::any_of(values.begin(), values.end(),
-                       [&value](const QVariant &other) { return areEqual(other, value); });
+    return std::any_of(values.begin(), values.end(), [&value](const QVariant &other) {
+        return JsonValue::areEqual(other, value);
+    });
 }
 
 } // namespace
@@ -46,7 +41,7 @@ bool OrderCauses::decides(const Cause &cause, int property, OrderRecord::Moment 
         reads[side].append(trial.reads.value({cause.second, cause.read}));
     }
     const bool isDecided = values[0].size() == 1 && values[1].size() == 1
-        && !areEqual(values[0].constFirst(), values[1].constFirst());
+        && !JsonValue::areEqual(values[0].constFirst(), values[1].constFirst());
     // What the script computes can only follow from what it read.
     return isDecided
         && (cause.read < 0
@@ -100,7 +95,7 @@ QVector<int> OrderCauses::involved(int property, int most) const
             const QVariant value = trials.constFirst().reads.value({instance, read});
             const bool varies =
                 std::any_of(trials.cbegin(), trials.cend(), [&](const OrderRecord::Trial &trial) {
-                    return !areEqual(trial.reads.value({instance, read}), value);
+                    return !JsonValue::areEqual(trial.reads.value({instance, read}), value);
                 });
             if (!varies) {
                 continue;

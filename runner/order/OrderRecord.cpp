@@ -7,16 +7,6 @@
 
 namespace ConfigScript {
 
-namespace {
-
-bool areEqual(const QVariant &left, const QVariant &right)
-{
-    return left.isValid() == right.isValid()
-        && (!left.isValid() || JsonValue::areEqual(left, right));
-}
-
-} // namespace
-
 OrderRecord::OrderRecord(const Project &project)
     : m_project(project)
     , m_urls(m_project)
@@ -58,8 +48,8 @@ void OrderRecord::addRound(const RunRecord &record, int round, Trial &trial)
         Writers &writers = m_writers[writes.key()]; // clazy:exclude=detaching-member
         for (auto write = writes->cbegin(); write != writes->cend(); ++write) {
             writers.instances.insert(write.key());
-            writers.areAtOdds =
-                writers.areAtOdds || !areEqual(write.value(), writes->constBegin().value());
+            writers.areAtOdds = writers.areAtOdds
+                || !JsonValue::areEqual(write.value(), writes->constBegin().value());
         }
     }
     for (const ChangedTree &tree : record.trees) {
@@ -229,8 +219,9 @@ QVector<QVariant> OrderRecord::distinctValues(int property, Moment moment) const
     for (const Trial &trial : m_trials) {
         const QVariant value = valueOf(property, trial, moment);
         const bool isKnown =
-            std::any_of(values.cbegin(), values.cend(),
-                        [&value](const QVariant &known) { return areEqual(known, value); });
+            std::any_of(values.cbegin(), values.cend(), [&value](const QVariant &known) {
+                return JsonValue::areEqual(known, value);
+            });
         if (!isKnown) {
             values.append(value);
         }
@@ -242,10 +233,12 @@ int OrderRecord::roundsUntilSettled(int property, const Trial &trial) const
 {
     const QVector<QVariant> values = trial.values.value(property);
     int round = values.size();
-    while (round > 1 && areEqual(values.at(round - 1), values.at(round - 2))) {
+    while (round > 1 && JsonValue::areEqual(values.at(round - 1), values.at(round - 2))) {
         --round;
     }
-    return round == 1 && areEqual(values.constFirst(), m_originals.value(property)) ? 0 : round;
+    return round == 1 && JsonValue::areEqual(values.constFirst(), m_originals.value(property))
+        ? 0
+        : round;
 }
 
 bool OrderRecord::stillChanges(int property) const

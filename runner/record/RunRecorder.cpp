@@ -329,7 +329,7 @@ QVector<PropertyChange> RunRecorder::netChanges(const WrittenTree &tree)
     for (const WrittenProperty &property : tree.properties) {
         const QVariant oldValue = property.node->valueInFile(property.key);
         const QVariant newValue = property.node->value(property.key);
-        if (!oldValue.isValid() || !JsonValue::areEqual(oldValue, newValue)) {
+        if (!JsonValue::areEqual(oldValue, newValue)) {
             if (node != property.node.data()) {
                 node = property.node.data();
                 path = node->path();
