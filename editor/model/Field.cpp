@@ -87,7 +87,7 @@ QString Field::unitText() const
 
 QString Field::remarkText() const
 {
-    const QString errors = errorsText();
+    QString errors = errorsText();
     if (!errors.isEmpty() || !m_property) {
         return errors;
     }
@@ -136,7 +136,7 @@ QString Field::accessibleText() const
 
 QString Field::labelOf(const Document &document, const Labels &labels, const QString &path)
 {
-    const QString name = path.isEmpty() ? document.instance() : path;
+    QString name = path.isEmpty() ? document.instance() : path;
     const int node = document.snapshot().find(path);
     if (node < 0) {
         return name;
