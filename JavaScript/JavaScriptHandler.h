@@ -25,13 +25,17 @@ class JavaScriptRunObserver;
  * resetState() before the next instance.
  *
  * The engine lives as long as the handler: what a script defines globally stays defined until
- * another script defines it anew. Events of an empty script do nothing and succeed. Whatever fails
- * is warned of; nothing is thrown.
+ * another script defines it anew. Events do nothing and succeed as long as every script since
+ * construction or resetState() was empty; an empty one changes nothing. Whatever fails is warned
+ * of; nothing is thrown. A C++ exception of the host is an Error in the script.
  *
- * The API object is referred to, not owned, and must outlive the handler. A QCoreApplication must
- * exist. The handler is used on the thread that created it, but for setInterrupted(). A new handler
- * costs about a millisecond (the engine), the evaluation of a script about 0.14 ms for each KB of
- * its text.
+ * An operation of the host that a script calls may fire another event, but not bind, reset or
+ * destroy anything.
+ *
+ * The API object is referred to, not owned, and must outlive the handler. Several handlers may
+ * share it. A QCoreApplication must exist. The handler is used on the thread that created it, but
+ * for setInterrupted(). A new handler costs about a millisecond (the engine), the evaluation of a
+ * script about 0.14 ms for each KB of its text.
  */
 class JAVASCRIPT_EXPORT JavaScriptHandler : public QObject
 {
@@ -81,7 +85,10 @@ public:
 
     /**
      * Stops the script that runs, and all that are to run, until it is called with false: a call
-     * that is stopped returns false, after the warnings of an exception "Error: Interrupted".
+     * that is stopped returns false, after the warnings of an exception "Error: Interrupted", or
+     * without them when the script had come to its end. A call that returns true has lost nothing.
+     * A script that was to be evaluated meanwhile has to be initialized again.
+     *
      * Scripts are stopped within milliseconds in loops and at calls, also inside try and finally;
      * what is built into the engine, such as JSON.stringify() of a large object, is not.
      *
@@ -95,7 +102,8 @@ Q_SIGNALS:
      * @param urls the relative URLs written since the last emission, in the order of the writes;
      *        may be empty
      *
-     * Receivers run before the handler empties its list of these URLs, and must not fire events.
+     * Receivers run before the handler empties its list of these URLs: for an event that they fire,
+     * the same URLs are emitted again. They may destroy the handler.
      */
     void parametersChanged(const QStringList &urls);
 

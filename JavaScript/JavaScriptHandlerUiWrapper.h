@@ -20,6 +20,10 @@ class JavaScriptRunObserver;
  * tree stays the host's: nothing is saved here. Absolute URLs reach nothing: the wrapper knows no
  * projects. A host that needs them makes a JavaScriptHandler of its own.
  *
+ * Make one for each dialog. Nothing is reset when another instance is bound: a first write to the
+ * instance before makes parametersChanged() come for this one, too, and an empty script leaves the
+ * functions of the one before in place.
+ *
  * The two stores must outlive the wrapper. It is used on the thread that created it, but for
  * setInterrupted().
  */

@@ -3,10 +3,10 @@
 #include "configscript/ProjectArgument.h"
 #include "configscript/process/ExitCode.h"
 #include "configscript/report/Output.h"
-#include "filehost/hosttypes/PercentEncoding.h"
 #include "filehost/store/TextFile.h"
 #include "filehost/store/Walls.h"
 #include "host/PropertyManagerConst.h"
+#include "host/SelectorUrlHandler.h"
 
 #include <CLI/CLI.hpp>
 
@@ -215,8 +215,11 @@ int NewCommand::makeProject() const
     }
 
     const QString objectName = QFileInfo(path).fileName();
-    QString objectInUrl;
-    PercentEncoding::append(objectInUrl, objectName, PercentEncoding::Slash::Encoded);
+    const QString objectInUrl = SelectorUrlHandler(QString())
+                                    .setScheme(QStringLiteral("config"))
+                                    .setObjectName(objectName)
+                                    .toString()
+                                    .section(QLatin1Char('/'), 3, 3);
     Output output(Output::Color::Never);
     for (const QString &source : {QStringLiteral("project"), QStringLiteral("editor")}) {
         const QStringList names = resources(source);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "filehost/FileHostExport.h"
-
 #include <QString>
 #include <QStringRef>
 
@@ -19,11 +17,11 @@ namespace PercentEncoding {
 enum class Slash { Kept, Encoded };
 
 /// Appends the encoded form of @p part to @p url.
-FILEHOST_EXPORT void append(QString &url, const QString &part, Slash slash);
+void append(QString &url, const QString &part, Slash slash);
 
 /// @return false when @p text has a "%" without two hexadecimal digits, or encodes bytes that are
 ///         no UTF-8; @p part is then undefined
-FILEHOST_EXPORT bool decode(const QStringRef &text, QString &part);
+bool decode(const QStringRef &text, QString &part);
 
 } // namespace PercentEncoding
 

@@ -1,6 +1,5 @@
 #include "ProjectFile.h"
 
-#include "filehost/FileTree.h"
 #include "filehost/store/TextFile.h"
 
 namespace ConfigScript {
