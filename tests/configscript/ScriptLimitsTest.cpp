@@ -103,6 +103,7 @@ private Q_SLOTS:
     void needsLittleMemoryItself();
     void endsTheProgramWhenTheStackIsUsedUp_data();
     void endsTheProgramWhenTheStackIsUsedUp();
+    void refusesAnArgumentThatIsNestedTooDeep();
     void showsTheFirstOfManyMessages_data();
     void showsTheFirstOfManyMessages();
     void showsAndRefusesAHugeValue();
@@ -645,9 +646,6 @@ void ScriptLimitsTest::endsTheProgramWhenTheStackIsUsedUp_data()
     add("regular expression", "  new RegExp(\"(\".repeat(100000) + \")\".repeat(100000));");
     add("JSON of an object",
         "  for (var a = {}, i = 0; i < 100000; ++i) { a = { a: a }; }\n  JSON.stringify(a);");
-    add("argument",
-        "  for (var a = {}, i = 0; i < 100000; ++i) { a = { a: a }; }\n"
-        "  api.setError(\"\", \"\", a);");
 }
 
 void ScriptLimitsTest::endsTheProgramWhenTheStackIsUsedUp()
@@ -663,6 +661,25 @@ void ScriptLimitsTest::endsTheProgramWhenTheStackIsUsedUp()
     compareLastWords(folder, before, run,
                      QStringLiteral("pump, dependency/pump.js: what the script nests is too deep "
                                     "for its engine, which crashed. Nothing was written."));
+}
+
+void ScriptLimitsTest::refusesAnArgumentThatIsNestedTooDeep()
+{
+    const ScratchFolder folder;
+    makeOne(folder,
+            "  api.setPropertyExtern(url, \"speed\", 7);\n"
+            "  for (var a = {}, i = 0; i < 100000; ++i) { a = { a: a }; }\n"
+            "  api.setError(\"\", \"\", a);");
+    COMPARE_RUN(Program(folder.path()).run(words(QStringLiteral("resolve plant"))), 1,
+                QStringLiteral("FAILED   pump  dependency/pump.js  # ms\n"
+                               "         dependency/pump.js:4: RangeError: Objects and arrays are "
+                               "nested more than 512 deep\n"
+                               "\n"
+                               "changed configuration/pump.json\n"
+                               "  speed  1200 -> 7\n"
+                               "\n"
+                               "1 script run, 1 failed; 1 file changed, 1 value; # ms\n"),
+                QString());
 }
 
 void ScriptLimitsTest::showsTheFirstOfManyMessages_data()

@@ -10,10 +10,10 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
-#include <QThread>
 
 #include <array>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include <csignal>
@@ -408,16 +408,15 @@ private Q_SLOTS:
     {
         const HostSession session({{s_a, {{QStringLiteral("en"), s_b}}}},
                                   HostSession::Writing::Nothing);
-        const auto thread = std::unique_ptr<QThread>(QThread::create([] {
+        std::thread thread([] {
             QVERIFY(HostSession::writesFiles());
             QVERIFY(HostSession::units().isEmpty());
             const QHash<QString, QVariantMap> units{{s_b, {{QStringLiteral("en"), s_a}}}};
             const HostSession other(units);
             QCOMPARE(UnitManagerWrapper(false, false).getUnitTextJsonMap(s_b).toMap(),
                      units.value(s_b));
-        }));
-        thread->start();
-        QVERIFY(thread->wait());
+        });
+        thread.join();
         QVERIFY(!HostSession::writesFiles());
         QCOMPARE(HostSession::units().keys(), QStringList(s_a));
     }
@@ -435,7 +434,7 @@ private Q_SLOTS:
             project.write(QStringLiteral("process/%1.json").arg(nameOf(tree)), s_tree);
         }
         std::array<int, threads> failures{};
-        std::vector<std::unique_ptr<QThread>> running;
+        std::vector<std::thread> running;
         for (int thread = 0; thread < threads; ++thread) {
             const auto work = [&, thread] {
                 for (int round = 0; round < rounds; ++round) {
@@ -459,11 +458,10 @@ private Q_SLOTS:
                     }
                 }
             };
-            running.emplace_back(QThread::create(work));
-            running.back()->start();
+            running.emplace_back(work);
         }
-        for (const auto &thread : running) {
-            thread->wait();
+        for (std::thread &thread : running) {
+            thread.join();
         }
         QCOMPARE(failures, (std::array<int, threads>{}));
         for (int tree = 0; tree < trees; ++tree) {
