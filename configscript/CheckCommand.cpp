@@ -1,15 +1,18 @@
 #include "CheckCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Findings.h"
-#include "configscript/Output.h"
-#include "configscript/ProgressLine.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ScriptWatchdog.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/ScriptWatchdog.h"
+#include "configscript/report/Findings.h"
+#include "configscript/report/OrderFindings.h"
+#include "configscript/report/Output.h"
+#include "configscript/report/ProgressLine.h"
 #include "filehost/Manifest.h"
-#include "runner/ProjectCheck.h"
-#include "runner/order/OrderCheck.h"
+#include "runner/check/ProjectCheck.h"
+#include "runner/order/OrderRecord.h"
 #include "runner/order/OrderTrials.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QJsonObject>
 
@@ -42,7 +45,7 @@ int CheckCommand::run()
     }
     ScriptWatchdog watchdog(m_limits.timeout());
     auto findings = ProjectCheck(*project, watchdog).checkAll(Manifest(*project));
-    std::unique_ptr<OrderCheck> orders;
+    std::unique_ptr<OrderRecord> orders;
     if (m_checksOrder && !Findings::hasErrors(findings)) {
         ProgressLine progress(m_isJson ? ProgressLine::Visibility::Never
                                        : ProgressLine::Visibility::Automatic);
@@ -57,7 +60,7 @@ int CheckCommand::run()
             Output::error(error.toString());
             return ExitCode::unusable;
         }
-        findings += orders->findings();
+        findings += OrderFindings(*orders).findings();
     }
     print(*project, findings, orders.get());
     return Findings::hasErrors(findings) ? ExitCode::failure : ExitCode::success;
@@ -65,23 +68,23 @@ int CheckCommand::run()
 
 /// @param orders null when the order was not checked
 void CheckCommand::print(const Project &project, const QVector<Finding> &findings,
-                         const OrderCheck *orders) const
+                         const OrderRecord *orders) const
 {
     Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);
     if (m_isJson) {
         QJsonObject object = Findings::toJson(project, findings);
         if (orders) {
             object.insert(QStringLiteral("orders"),
-                          QJsonObject{{QStringLiteral("run"), orders->orders()},
+                          QJsonObject{{QStringLiteral("run"), orders->trials().size()},
                                       {QStringLiteral("different"), orders->distinctOrders()},
-                                      {QStringLiteral("scripts"), orders->instances()}});
+                                      {QStringLiteral("scripts"), orders->instances().size()}});
         }
         output.json(object);
         return;
     }
     Findings::print(output, findings);
     if (orders) {
-        output.line(Output::counted(orders->instances(), QStringLiteral("script"))
+        output.line(Output::counted(orders->instances().size(), QStringLiteral("script"))
                     + QStringLiteral(" run in ")
                     + Output::counted(orders->distinctOrders(),
                                       orders->distinctOrders() == 1

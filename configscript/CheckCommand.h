@@ -1,11 +1,11 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/ScriptLimits.h"
+#include "configscript/process/ScriptLimits.h"
 
 #include <QVector>
 
-class OrderCheck;
+class OrderRecord;
 class Output;
 class Project;
 struct Finding;
@@ -20,7 +20,7 @@ public:
 
 private:
     void print(const Project &project, const QVector<Finding> &findings,
-               const OrderCheck *orders) const;
+               const OrderRecord *orders) const;
 
     std::string m_projectPath;
     bool m_checksOrder = false;

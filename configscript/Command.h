@@ -1,8 +1,10 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 /// One of the program's commands: its arguments, and what it does.
 class Command
@@ -10,16 +12,13 @@ class Command
 public:
     virtual ~Command() = default;
 
-    bool isChosen() const { return m_arguments->parsed(); }
+    bool isChosen() const;
 
     /// @return the program's exit code
     virtual int run() = 0;
 
 protected:
-    Command(CLI::App &program, const std::string &name, const std::string &description)
-        : m_arguments(program.add_subcommand(name, description))
-    {
-    }
+    Command(CLI::App &program, const std::string &name, const std::string &description);
 
     CLI::App &arguments() { return *m_arguments; }
 

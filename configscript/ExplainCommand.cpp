@@ -1,13 +1,15 @@
 #include "ExplainCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/FlowJson.h"
-#include "configscript/FlowReport.h"
 #include "configscript/FlowRun.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/report/FlowJson.h"
+#include "configscript/report/FlowReport.h"
+#include "configscript/report/Output.h"
 #include "filehost/FileTreeNode.h"
 #include "runner/flow/DataFlow.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QJsonObject>
 

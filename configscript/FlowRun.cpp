@@ -1,12 +1,12 @@
 #include "FlowRun.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Findings.h"
-#include "configscript/ProgressLine.h"
-#include "configscript/ScriptWatchdog.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/ScriptWatchdog.h"
+#include "configscript/report/Findings.h"
+#include "configscript/report/ProgressLine.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
 
 FlowRun::FlowRun(const Project &project, std::chrono::milliseconds timeout)
     : m_project(project)
@@ -48,7 +48,7 @@ std::unique_ptr<DataFlow> FlowRun::run(Output &output, Format format)
     return std::make_unique<DataFlow>(report.runs);
 }
 
-void FlowRun::printFailures(const RunReport &report)
+void FlowRun::printFailures(const RunRecord &report)
 {
     QStringList lines;
     for (const ScriptRun &run : report.runs) {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "configscript/Output.h"
-#include "runner/RunReport.h"
+#include "configscript/report/Output.h"
 #include "runner/flow/DataFlow.h"
+#include "runner/record/RunRecord.h"
 
 #include <chrono>
 #include <memory>
@@ -28,7 +28,7 @@ public:
     int exitCode() const { return m_exitCode; }
 
 private:
-    static void printFailures(const RunReport &report);
+    static void printFailures(const RunRecord &report);
 
     const Project &m_project;
     const std::chrono::milliseconds m_timeout;

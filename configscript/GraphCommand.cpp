@@ -1,13 +1,15 @@
 #include "GraphCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/FlowGraph.h"
 #include "configscript/FlowRun.h"
-#include "configscript/Graphviz.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/report/FlowGraph.h"
+#include "configscript/report/Graphviz.h"
+#include "configscript/report/Output.h"
 #include "runner/flow/DataFlow.h"
 #include "runner/flow/PropertyUrls.h"
+
+#include <CLI/CLI.hpp>
 
 GraphCommand::GraphCommand(CLI::App &program)
     : Command(program, "graph", "Draw which instances the dependency scripts read and write")

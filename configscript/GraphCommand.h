@@ -1,8 +1,8 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/DotText.h"
-#include "configscript/ScriptLimits.h"
+#include "configscript/process/ScriptLimits.h"
+#include "configscript/report/DotText.h"
 
 #include <optional>
 

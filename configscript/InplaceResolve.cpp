@@ -1,15 +1,15 @@
 #include "InplaceResolve.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/JsonReport.h"
-#include "configscript/TextReport.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/report/JsonReport.h"
+#include "configscript/report/TextReport.h"
 #include "filehost/FileBatch.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/HostSession.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
 #include "host/PropertyManagerConst.h"
-#include "runner/LineDiff.h"
+#include "runner/record/LineDiff.h"
 #include "runner/run/InplaceRun.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "configscript/Output.h"
-#include "runner/RunReport.h"
+#include "configscript/report/Output.h"
+#include "runner/record/RunRecord.h"
 
 #include <QSharedPointer>
 #include <QString>
@@ -33,7 +33,7 @@ private:
     /// What came of it.
     struct Outcome
     {
-        RunReport report;
+        RunRecord report;
         QString diff; ///< empty when nothing changed
         QString error; ///< why the changes were not written, when they were to be
         bool isWritten = false;

@@ -1,11 +1,13 @@
 #include "ListCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/report/Output.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QFileInfo>
 #include <QJsonArray>

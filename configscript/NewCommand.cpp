@@ -1,12 +1,14 @@
 #include "NewCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/report/Output.h"
 #include "filehost/PercentEncoding.h"
 #include "filehost/TextFile.h"
 #include "filehost/Walls.h"
 #include "host/PropertyManagerConst.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QDir>
 #include <QDirIterator>

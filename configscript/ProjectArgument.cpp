@@ -1,7 +1,7 @@
 #include "ProjectArgument.h"
 
-#include "configscript/Output.h"
-#include "runner/ProjectOpening.h"
+#include "configscript/report/Output.h"
+#include "runner/run/ProjectOpening.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,17 +1,19 @@
 #include "ResolveCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Findings.h"
 #include "configscript/InplaceResolve.h"
-#include "configscript/JsonReport.h"
-#include "configscript/Output.h"
-#include "configscript/ProgressLine.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ScriptWatchdog.h"
-#include "configscript/TextReport.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/ScriptWatchdog.h"
+#include "configscript/report/Findings.h"
+#include "configscript/report/JsonReport.h"
+#include "configscript/report/Output.h"
+#include "configscript/report/ProgressLine.h"
+#include "configscript/report/TextReport.h"
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
+
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/ScriptLimits.h"
+#include "configscript/process/ScriptLimits.h"
 
 class Output;
 class Project;

@@ -1,15 +1,17 @@
 #include "RunCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/JsonReport.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ScriptWatchdog.h"
-#include "configscript/TextReport.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/ScriptWatchdog.h"
+#include "configscript/report/JsonReport.h"
+#include "configscript/report/Output.h"
+#include "configscript/report/TextReport.h"
 #include "filehost/JsonText.h"
 #include "filehost/TextFile.h"
-#include "runner/ScriptProbe.h"
-#include "runner/test/ScriptTestRecorder.h"
+#include "runner/check/ScriptProbe.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -194,7 +196,7 @@ std::optional<QVector<EventRun::Edit>> RunCommand::parseEdits() const
     return edits;
 }
 
-void RunCommand::print(const Project &project, const RunReport &report,
+void RunCommand::print(const Project &project, const RunRecord &report,
                        const QVector<EventRun::Edit> &edits) const
 {
     Output output(m_isColorless ? Output::Color::Never : Output::Color::Automatic);

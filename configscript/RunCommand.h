@@ -1,8 +1,8 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/ScriptLimits.h"
-#include "runner/EventRun.h"
+#include "configscript/process/ScriptLimits.h"
+#include "runner/run/EventRun.h"
 
 #include <QVector>
 
@@ -25,7 +25,7 @@ private:
     bool isKnownInstance(const Project &project) const;
     bool canRecord() const;
     bool record(const QByteArray &text) const;
-    void print(const Project &project, const RunReport &report,
+    void print(const Project &project, const RunRecord &report,
                const QVector<EventRun::Edit> &edits) const;
 
     std::string m_projectPath;

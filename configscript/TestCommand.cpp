@@ -1,14 +1,16 @@
 #include "TestCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ScriptWatchdog.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/ScriptWatchdog.h"
+#include "configscript/report/Output.h"
 #include "filehost/TextFile.h"
 #include "filehost/Walls.h"
-#include "runner/ScratchCopy.h"
-#include "runner/test/ScriptTest.h"
-#include "runner/test/ScriptTestRun.h"
+#include "runner/run/ScratchCopy.h"
+#include "runner/scripttest/ScriptTest.h"
+#include "runner/scripttest/ScriptTestRun.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QRegularExpression>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/ScriptLimits.h"
-#include "configscript/TestReport.h"
+#include "configscript/process/ScriptLimits.h"
+#include "configscript/report/TestReport.h"
 
 #include <QStringList>
 

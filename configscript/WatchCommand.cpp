@@ -1,14 +1,16 @@
 #include "WatchCommand.h"
 
-#include "configscript/ExitCode.h"
-#include "configscript/Output.h"
 #include "configscript/ProjectArgument.h"
-#include "configscript/ScriptWatchdog.h"
-#include "configscript/Termination.h"
-#include "configscript/WatchReport.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/ScriptWatchdog.h"
+#include "configscript/process/Termination.h"
+#include "configscript/report/Output.h"
+#include "configscript/report/WatchReport.h"
 #include "host/PropertyManagerConst.h"
 #include "runner/watch/ProjectRounds.h"
 #include "runner/watch/ProjectWatcher.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QEventLoop>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "configscript/Command.h"
-#include "configscript/ScriptLimits.h"
+#include "configscript/process/ScriptLimits.h"
 
 /// configscript watch: checks and resolves again what files touch that change.
 class WatchCommand : public Command

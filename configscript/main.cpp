@@ -1,15 +1,17 @@
 #include "configscript/CheckCommand.h"
-#include "configscript/ExitCode.h"
 #include "configscript/ExplainCommand.h"
 #include "configscript/GraphCommand.h"
-#include "configscript/LastWords.h"
 #include "configscript/ListCommand.h"
 #include "configscript/NewCommand.h"
-#include "configscript/Output.h"
 #include "configscript/ResolveCommand.h"
 #include "configscript/RunCommand.h"
 #include "configscript/TestCommand.h"
 #include "configscript/WatchCommand.h"
+#include "configscript/process/ExitCode.h"
+#include "configscript/process/LastWords.h"
+#include "configscript/report/Output.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QCoreApplication>
 #include <QTextCodec>

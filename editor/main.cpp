@@ -1,8 +1,8 @@
 #include "editor/window/MainWindow.h"
 #include "editor/window/Palettes.h"
 #include "editor/window/Screenshot.h"
-#include "runner/ProjectOpening.h"
 #include "runner/run/DialogReach.h"
+#include "runner/run/ProjectOpening.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runner/Finding.h"
-#include "runner/RunReport.h"
+#include "runner/check/Finding.h"
+#include "runner/record/RunRecord.h"
 
 #include <QString>
 #include <QStringList>
@@ -21,7 +21,7 @@ struct DependencyReport
     QStringList selected; ///< the listed instances whose scripts ran
     QString error; ///< why nothing ran, or nothing was written
     QVector<Finding> findings; ///< what is wrong with the scripts, which then did not run
-    RunReport report;
+    RunRecord record;
 
     /// Whether nothing would change, and nothing went wrong.
     bool isQuiet() const;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runner/PropertyChange.h"
-#include "runner/RunReport.h"
+#include "runner/record/PropertyChange.h"
+#include "runner/record/RunRecord.h"
 
 #include <QDateTime>
 #include <QString>

@@ -8,7 +8,7 @@
 #include "editor/window/NodeView.h"
 #include "editor/window/StateBar.h"
 #include "editor/window/WindowActions.h"
-#include "runner/test/ScriptTest.h"
+#include "runner/scripttest/ScriptTest.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -264,7 +264,7 @@ void MainWindow::showDependencies(const DependencyReport &report)
             m_state->tell(
                 tr("The dependencies of %1 are written: %2.")
                     .arg(report.instance,
-                         ValueText::counted(report.report.trees.size(), tr("file"), tr("files"))));
+                         ValueText::counted(report.record.trees.size(), tr("file"), tr("files"))));
         } else {
             m_isClosing = false;
             QMessageBox::warning(this, tr("Dependencies"),

@@ -5,8 +5,8 @@
 #include "filehost/JsonValue.h"
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
-#include "runner/ProjectOpening.h"
-#include "runner/ScriptProbe.h"
+#include "runner/check/ScriptProbe.h"
+#include "runner/run/ProjectOpening.h"
 
 #include <algorithm>
 
@@ -173,7 +173,7 @@ EventReport OpenInstance::edit(const QString &path, const QString &key, const QV
     const QVariant oldValue = node->value(key);
     const int status = m_session->edit({path, key, value});
     if (status != 0) {
-        m_session->takeReport(); // of nothing
+        m_session->takeRecord(); // of nothing
         report.edits = {{path, key, value, oldValue}};
         report.refusal = status == 1 ? QStringLiteral("the value is equal already")
             : status == 2            ? QStringLiteral("\"%1\" is read-only").arg(key)
@@ -280,7 +280,7 @@ EventReport OpenInstance::takeEvent(const QDateTime &time, const QVector<Propert
     EventReport report;
     report.instance = m_instance;
     report.time = time;
-    const RunReport seen = m_session->takeReport();
+    const RunRecord seen = m_session->takeRecord();
     report.warnings = seen.warnings;
     if (seen.runs.isEmpty()) {
         report.run.succeeded = true; // there is no script

@@ -3,7 +3,7 @@
 #include "editor/data/InstanceReport.h"
 #include "editor/data/SaveReport.h"
 #include "editor/worker/SessionRecording.h"
-#include "runner/DialogScript.h"
+#include "runner/run/DialogScript.h"
 #include "runner/run/DialogSession.h"
 
 #include <QByteArray>

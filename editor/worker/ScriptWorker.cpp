@@ -5,7 +5,7 @@
 #include "editor/worker/TestWriter.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
 #include "runner/run/InplaceRun.h"
 
 ScriptWorker::ScriptWorker(const Project &project, DialogReach reach, ScriptStopper &stopper)
@@ -70,7 +70,7 @@ DependencyReport ScriptWorker::previewDependencies(const QString &instance)
         report.selected = run.instances();
         const InplaceRun::Result result = run.run(tree);
         report.findings = result.findings;
-        report.report = result.report;
+        report.record = result.record;
     }
     return report;
 }
@@ -85,8 +85,8 @@ DependencyReport ScriptWorker::proposeDependencies(const QString &instance) cons
         if (!report.selected.isEmpty()) {
             const DependencyRun::Result result = run.run(HostSession::Writing::Nothing);
             report.findings = result.findings;
-            report.report = result.report;
-            report.report.sort();
+            report.record = result.record;
+            report.record.sort();
         }
     }
     return report;

@@ -1,7 +1,7 @@
 #include "SessionRecording.h"
 
 #include "filehost/JsonValue.h"
-#include "runner/test/ScriptTestRecorder.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "runner/EventRun.h"
-#include "runner/PropertyChange.h"
-#include "runner/RunReport.h"
+#include "runner/record/PropertyChange.h"
+#include "runner/record/RunRecord.h"
+#include "runner/run/EventRun.h"
 
 #include <QByteArray>
 #include <QString>
@@ -33,7 +33,7 @@ private:
     QVector<EventRun::Edit> editsTo(const QVector<PropertyChange> &changes);
 
     QVector<EventRun::Event> m_events;
-    RunReport m_report;
+    RunRecord m_report;
     QVector<PropertyChange> m_changes; ///< behind the last event
     QString m_error;
 };

@@ -2,11 +2,11 @@
 
 #include "filehost/Project.h"
 #include "filehost/TextFile.h"
-#include "runner/ScratchCopy.h"
-#include "runner/test/ScriptTest.h"
-#include "runner/test/ScriptTestRecorder.h"
-#include "runner/test/ScriptTestRun.h"
-#include "runner/test/StepOutcome.h"
+#include "runner/run/ScratchCopy.h"
+#include "runner/scripttest/OutcomeText.h"
+#include "runner/scripttest/ScriptTest.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
+#include "runner/scripttest/ScriptTestRun.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -21,8 +21,8 @@ constexpr int s_shownText = 200; ///< characters of a line
 /// The first lines of a step that are not as expected.
 QString differenceOf(const ScriptTestRun::Step &step)
 {
-    const QList<QByteArray> expected = StepOutcome::toLines(step.expected);
-    const QList<QByteArray> found = StepOutcome::toLines(step.found);
+    const QList<QByteArray> expected = OutcomeText::toLines(step.expected);
+    const QList<QByteArray> found = OutcomeText::toLines(step.found);
     const auto ends =
         std::mismatch(expected.cbegin(), expected.cend(), found.cbegin(), found.cend());
     const int equal = int(ends.first - expected.cbegin());

@@ -3,7 +3,7 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
-#include "runner/ProjectOpening.h"
+#include "runner/run/ProjectOpening.h"
 
 #include <QDir>
 

@@ -3,7 +3,7 @@
 #include "filehost/FileBatch.h"
 #include "filehost/HostSession.h"
 #include "filehost/ProjectLock.h"
-#include "runner/SilentLog.h"
+#include "runner/record/SilentLog.h"
 
 #include <QSharedPointer>
 #include <QString>

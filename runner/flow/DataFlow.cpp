@@ -12,7 +12,7 @@
 
 bool DataFlow::Property::isChanged() const
 {
-    return oldValue.isValid() != newValue.isValid() || !JsonValue::areEqual(oldValue, newValue);
+    return !JsonValue::areEqual(oldValue, newValue);
 }
 
 DataFlow::DataFlow(QVector<ScriptRun> runs)
@@ -67,7 +67,7 @@ int DataFlow::treeOf(const FileTree::Identity &identity)
 int DataFlow::propertyOf(const TreeAccess &access)
 {
     const int tree = treeOf(access.tree);
-    const QPair<int, QPair<QString, QString>> name{tree, {access.path, access.key}};
+    const PropertyId name{access.tree.filePath, access.path, access.key};
     const auto known = m_propertyNumbers.constFind(name);
     if (known != m_propertyNumbers.constEnd()) {
         return *known;
@@ -88,7 +88,7 @@ void DataFlow::addStep(int run, const TreeAccess &access)
 
 int DataFlow::propertyOf(const QString &treeFile, const QString &path, const QString &key) const
 {
-    return m_propertyNumbers.value({m_treeNumbers.value(treeFile, -1), {path, key}}, -1);
+    return m_propertyNumbers.value({treeFile, path, key}, -1);
 }
 
 QVector<int> DataFlow::propertiesOf(const QString &treeFile, const QString &path) const

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "filehost/FileTree.h"
-#include "runner/RunReport.h"
+#include "runner/record/PropertyId.h"
+#include "runner/record/RunRecord.h"
 
 #include <QHash>
-#include <QPair>
 #include <QString>
 #include <QVariant>
 #include <QVector>
@@ -94,5 +94,5 @@ private:
     QVector<Property> m_properties;
     QVector<Step> m_steps;
     QHash<QString, int> m_treeNumbers; ///< by file
-    QHash<QPair<int, QPair<QString, QString>>, int> m_propertyNumbers; ///< by tree, path and key
+    QHash<PropertyId, int> m_propertyNumbers;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filehost/FileTree.h"
-#include "runner/TreeUrls.h"
+#include "runner/record/TreeUrls.h"
 
 #include <QString>
 

@@ -5,7 +5,7 @@
 #include "filehost/Project.h"
 #include "host/ConfigurationDataAndProcessDescriptionAccess.h"
 #include "host/PropertyManagerConst.h"
-#include "runner/TreeUrls.h"
+#include "runner/record/TreeUrls.h"
 
 #include <algorithm>
 
@@ -139,13 +139,13 @@ QString DialogSession::saveTrees(HostSession::Writing writing)
     return error;
 }
 
-RunReport DialogSession::takeReport()
+RunRecord DialogSession::takeRecord()
 {
     beginRecording();
-    RunReport report = m_recorder->takeReport();
-    report.refusal = m_refusal;
+    RunRecord record = m_recorder->takeRecord();
+    record.refusal = m_refusal;
     endRecording();
-    return report;
+    return record;
 }
 
 void DialogSession::beginRecording()

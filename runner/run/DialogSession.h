@@ -6,10 +6,10 @@
 #include "filehost/HostSession.h"
 #include "host/TextManager.h"
 #include "host/UnitManagerWrapper.h"
-#include "runner/DialogScript.h"
-#include "runner/RunRecorder.h"
-#include "runner/RunReport.h"
+#include "runner/record/RunRecord.h"
+#include "runner/record/RunRecorder.h"
 #include "runner/run/DialogReach.h"
+#include "runner/run/DialogScript.h"
 
 #include <QSharedPointer>
 #include <QString>
@@ -27,8 +27,8 @@ class ScriptGuard;
  * A dialog on one instance, as a user-interface host opens it: the instance's tree, its script, and
  * what the user does to them.
  *
- * A session records what happens. From its construction, and after each takeReport() from the next
- * operation, it makes a HostSession, until takeReport() or destruction: there must be no other one.
+ * A session records what happens. From its construction, and after each takeRecord() from the next
+ * operation, it makes a HostSession, until takeRecord() or destruction: there must be no other one.
  * Project and guard outlive the session.
  */
 class DialogSession
@@ -61,8 +61,8 @@ public:
     /// @param argument for onSave, the instance's own URL when empty
     void fire(const QString &function, const QString &argument = QString());
 
-    /// Whether what was done since the last report may be saved: what every user-interface host
-    /// asks before it saves.
+    /// Whether what was done since a record was last taken may be saved: what every user-interface
+    /// host asks before it saves.
     bool isToBeSaved() const;
     static bool isToBeSaved(const QVector<ScriptRun> &runs);
 
@@ -74,13 +74,13 @@ public:
 
     /**
      * Saves the changed trees, all or none, if they may be saved.
-     * @param writing with Nothing, only the report tells what would be saved
+     * @param writing with Nothing, only the record tells what would be saved
      * @return why nothing is saved; empty when all is
      */
     QString save(HostSession::Writing writing);
 
-    /// What was done since the last report.
-    RunReport takeReport();
+    /// What was done since a record was last taken.
+    RunRecord takeRecord();
 
 private:
     Q_DISABLE_COPY(DialogSession)

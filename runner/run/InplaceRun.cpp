@@ -6,11 +6,11 @@
 #include "filehost/Project.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
 #include "host/TextManager.h"
-#include "runner/OmittedRuns.h"
-#include "runner/ProjectCheck.h"
-#include "runner/RunRecorder.h"
-#include "runner/SilentLog.h"
+#include "runner/check/ProjectCheck.h"
+#include "runner/record/RunRecorder.h"
+#include "runner/record/SilentLog.h"
 #include "runner/run/InstanceSelection.h"
+#include "runner/run/OmittedRuns.h"
 
 #include <memory>
 
@@ -30,16 +30,16 @@ InplaceRun::Result InplaceRun::run(const QSharedPointer<FileTreeNode> &root) con
     if (!result.findings.isEmpty()) {
         return result;
     }
-    RunReport &report = result.report;
-    report = resolve(root, nodes);
+    RunRecord &record = result.record;
+    record = resolve(root, nodes);
     const QString rootInstance = root->tree().identity().instance;
-    report.notRun = omittedRuns(m_instances, report.runs, [&](const QString &instance) {
+    record.notRun = omittedRuns(m_instances, record.runs, [&](const QString &instance) {
         return QStringLiteral("see the messages; the tree is that of \"%1\"").arg(rootInstance)
             + (instance.startsWith(rootInstance) ? QString()
                                                  : QStringLiteral(", which does not hold it"));
     });
-    noteForeignFunctions(m_project, m_guard, report.runs);
-    report.sort();
+    noteForeignFunctions(m_project, m_guard, record.runs);
+    record.sort();
     return result;
 }
 
@@ -56,7 +56,7 @@ InplaceRun::Nodes InplaceRun::nodesBelow(const FileTreeNode &root) const
     return nodes;
 }
 
-RunReport InplaceRun::resolve(const QSharedPointer<FileTreeNode> &root, const Nodes &nodes) const
+RunRecord InplaceRun::resolve(const QSharedPointer<FileTreeNode> &root, const Nodes &nodes) const
 {
     HostSession session(m_project.units(), HostSession::Writing::Nothing);
     const TextManager texts(m_project.texts());
@@ -82,5 +82,5 @@ RunReport InplaceRun::resolve(const QSharedPointer<FileTreeNode> &root, const No
     resolver->resolveDependencies(m_instance, root);
     recorder.treeSaved(*root, tree.filePath); // what was written stays in the caller's tree
     session.setObserver(nullptr);
-    return recorder.takeReport();
+    return recorder.takeRecord();
 }

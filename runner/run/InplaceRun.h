@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runner/Finding.h"
-#include "runner/RunReport.h"
+#include "runner/check/Finding.h"
+#include "runner/record/RunRecord.h"
 
 #include <QMap>
 #include <QSharedPointer>
@@ -21,7 +21,7 @@ public:
     struct Result
     {
         QVector<Finding> findings; ///< errors that kept the scripts from running, if any
-        RunReport report; ///< sorted; what the scripts changed counts as stored
+        RunRecord record; ///< sorted; what the scripts changed counts as stored
     };
 
     /**
@@ -41,7 +41,7 @@ private:
     using Nodes = QMap<QString, QSharedPointer<FileTreeNode>>; ///< by instance
 
     Nodes nodesBelow(const FileTreeNode &root) const;
-    RunReport resolve(const QSharedPointer<FileTreeNode> &root, const Nodes &nodes) const;
+    RunRecord resolve(const QSharedPointer<FileTreeNode> &root, const Nodes &nodes) const;
 
     const Project &m_project;
     const QString m_instance;

@@ -2,7 +2,7 @@
 
 #include "filehost/FileTreeNode.h"
 #include "filehost/Manifest.h"
-#include "runner/ProjectCheck.h"
+#include "runner/check/ProjectCheck.h"
 #include "runner/watch/SeparateRuns.h"
 #include "runner/watch/TouchedInstances.h"
 
@@ -34,7 +34,7 @@ QVector<ChangedTree> ProjectRounds::next(const QVector<FileChange> &changes)
         if (error.file != m_project.path()) {
             error = m_project.relative(error);
         }
-        m_projectFindings.append({Finding::Severity::Error, error, QStringLiteral("project")});
+        m_projectFindings.append(Finding::of(Finding::Kind::Project, error));
     }
     return makeRound(&changes);
 }
@@ -61,7 +61,7 @@ QVector<Finding> ProjectRounds::check(const Manifest &manifest, const QVector<Fi
     std::copy_if(found.begin(), found.end(), std::back_inserter(findings),
                  [&](const Finding &finding) {
                      // A broken manifest lists nothing; a broken text file is known already.
-                     return !(manifest.hasFailed() && finding.name == QLatin1String("not-listed"))
+                     return !(manifest.hasFailed() && finding.kind == Finding::Kind::NotListed)
                          && std::none_of(m_projectFindings.cbegin(), m_projectFindings.cend(),
                                          [&finding](const Finding &known) {
                                              return known.place.file == finding.place.file;
@@ -86,8 +86,7 @@ void ProjectRounds::checkOtherProjects(const QVector<FileChange> &changes,
         FileTree::read({filePath, QString(), FileTree::Kind::Configuration}, error);
         if (!error.message.isEmpty()) {
             m_brokenTrees.insert(filePath);
-            findings.append({Finding::Severity::Error, m_project.relative(error),
-                             QStringLiteral("malformed-tree")});
+            findings.append(Finding::of(Finding::Kind::MalformedTree, m_project.relative(error)));
         }
     }
 }
@@ -98,10 +97,10 @@ QVector<ChangedTree> ProjectRounds::run(const Manifest &manifest, HostSession &s
     const TouchedInstances touched(m_project, manifest, m_last);
     const QStringList listed = touched.all();
     const QSet<QString> known(listed.begin(), listed.end());
-    const QStringList instances = round.reports.keys();
+    const QStringList instances = round.records.keys();
     for (const QString &instance : instances) {
         if (!known.contains(instance)) {
-            round.reports.remove(instance);
+            round.records.remove(instance);
         }
     }
     round.waiting.intersect(known);
@@ -110,20 +109,20 @@ QVector<ChangedTree> ProjectRounds::run(const Manifest &manifest, HostSession &s
     QVector<ChangedTree> stored;
     const QStringList selected = changes ? touched.of(*changes) : listed;
     for (const QString &instance : selected) {
-        auto report = runs.run(instance);
-        if (!report) {
+        auto record = runs.run(instance);
+        if (!record) {
             round.waiting.insert(instance);
             continue;
         }
         round.waiting.remove(instance);
         if (m_writing == HostSession::Writing::Files) {
             QVector<ChangedTree> notStored;
-            std::partition_copy(report->trees.cbegin(), report->trees.cend(),
+            std::partition_copy(record->trees.cbegin(), record->trees.cend(),
                                 std::back_inserter(stored), std::back_inserter(notStored),
                                 [](const ChangedTree &tree) { return tree.error.isEmpty(); });
-            report->trees = notStored;
+            record->trees = notStored;
         }
-        round.reports.insert(instance, *report);
+        round.records.insert(instance, *record);
     }
     return stored;
 }

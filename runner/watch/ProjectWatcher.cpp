@@ -2,7 +2,7 @@
 
 #include "filehost/Project.h"
 #include "host/PropertyManagerConst.h"
-#include "runner/SilentLog.h"
+#include "runner/record/SilentLog.h"
 
 #include <QDateTime>
 #include <QDirIterator>

@@ -15,7 +15,7 @@ bool areEqual(const QVariant &left, const QVariant &right)
 
 bool areEqual(const Finding &left, const Finding &right)
 {
-    return left.severity == right.severity && left.name == right.name
+    return left.severity == right.severity && left.kind == right.kind
         && left.place.file == right.place.file && left.place.message == right.place.message;
 }
 
@@ -110,9 +110,9 @@ bool isNews(const ScriptRun &news, const ScriptRun &now, const ScriptRun &before
         || !news.unsavedChanges.isEmpty() || (now.succeeded && !news.warnings.isEmpty());
 }
 
-ScriptRun runOf(const RunReport &report)
+ScriptRun runOf(const RunRecord &record)
 {
-    return report.runs.isEmpty() ? ScriptRun() : report.runs.constFirst();
+    return record.runs.isEmpty() ? ScriptRun() : record.runs.constFirst();
 }
 
 bool isOmitted(const QVector<OmittedRun> &list, const OmittedRun &run)
@@ -121,7 +121,7 @@ bool isOmitted(const QVector<OmittedRun> &list, const OmittedRun &run)
                        [&run](const OmittedRun &other) { return other.reason == run.reason; });
 }
 
-void compareRuns(const QString &instance, const RunReport &before, const RunReport &after,
+void compareRuns(const QString &instance, const RunRecord &before, const RunRecord &after,
                  RoundDifference &difference)
 {
     const ScriptRun now = runOf(after);
@@ -129,12 +129,12 @@ void compareRuns(const QString &instance, const RunReport &before, const RunRepo
     if (!after.runs.isEmpty()) {
         const ScriptRun run = news(now, earlier);
         if (isNews(run, now, earlier)) {
-            difference.report.runs.append(run);
+            difference.record.runs.append(run);
         }
     }
     for (const OmittedRun &omitted : after.notRun) {
         if (!isOmitted(before.notRun, omitted)) {
-            difference.report.notRun.append(omitted);
+            difference.record.notRun.append(omitted);
         }
     }
     if (!before.succeeded() && after.succeeded()) {
@@ -153,8 +153,8 @@ void compareRuns(const QString &instance, const RunReport &before, const RunRepo
 QMap<QPair<QString, QString>, ChangedTree> treesOf(const Round &round)
 {
     QMap<QPair<QString, QString>, ChangedTree> trees;
-    for (const RunReport &report : round.reports) {
-        for (const ChangedTree &tree : report.trees) {
+    for (const RunRecord &record : round.records) {
+        for (const ChangedTree &tree : record.trees) {
             ChangedTree &known = trees[{tree.identity.filePath, tree.error}];
             known.identity = tree.identity;
             known.error = tree.error;
@@ -215,12 +215,12 @@ RoundDifference RoundDifference::between(const Round &before, const Round &after
 
     QSet<QString> instances;
     for (const Round *round : {&before, &after}) {
-        for (auto name = round->reports.keyBegin(); name != round->reports.keyEnd(); ++name) {
+        for (auto name = round->records.keyBegin(); name != round->records.keyEnd(); ++name) {
             instances.insert(*name);
         }
     }
     for (const QString &instance : qAsConst(instances)) {
-        compareRuns(instance, before.reports.value(instance), after.reports.value(instance),
+        compareRuns(instance, before.records.value(instance), after.records.value(instance),
                     difference);
     }
     difference.mended.sort();
@@ -230,16 +230,16 @@ RoundDifference RoundDifference::between(const Round &before, const Round &after
 
     const auto treesBefore = treesOf(before);
     const auto treesAfter = treesOf(after);
-    difference.report.trees = addedTrees(treesAfter, treesBefore);
+    difference.record.trees = addedTrees(treesAfter, treesBefore);
     difference.dropped =
-        withoutReplaced(addedTrees(treesBefore, treesAfter), difference.report.trees);
-    difference.report.sort();
+        withoutReplaced(addedTrees(treesBefore, treesAfter), difference.record.trees);
+    difference.record.sort();
     return difference;
 }
 
 bool RoundDifference::isEmpty() const
 {
-    return newFindings.isEmpty() && fixedFindings.isEmpty() && report.runs.isEmpty()
-        && report.notRun.isEmpty() && report.trees.isEmpty() && mended.isEmpty()
+    return newFindings.isEmpty() && fixedFindings.isEmpty() && record.runs.isEmpty()
+        && record.notRun.isEmpty() && record.trees.isEmpty() && mended.isEmpty()
         && withdrawn.isEmpty() && dropped.isEmpty();
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runner/Finding.h"
-#include "runner/RunReport.h"
+#include "runner/check/Finding.h"
+#include "runner/record/RunRecord.h"
 
 #include <QMap>
 #include <QSet>
@@ -13,24 +13,24 @@
 struct Round
 {
     QVector<Finding> findings;
-    QMap<QString, RunReport> reports; ///< by instance; what its script did when it ran last, alone
+    QMap<QString, RunRecord> records; ///< by instance; what its script did when it ran last, alone
     QSet<QString> waiting; ///< instances that cannot run before a mistake is mended
 };
 
 /// What differs between two rounds.
 struct RoundDifference
 {
-    /// A finding that is at another line is the same; an error is told again.
+    /// A finding that only moved to another line is not new, unless it is an error.
     QVector<Finding> newFindings;
     QVector<Finding> fixedFindings;
 
-    /// Runs: those that have something new to say, and only that; what is said of a failure is
-    /// whole. Trees: the values that would change now, or change to something else.
-    RunReport report;
+    /// Of the runs only what is new, but all of a run that failed; of the trees the values that
+    /// would change now, or change to something else.
+    RunRecord record;
 
-    QStringList mended; ///< instances whose scripts failed, and do not any more
-    QVector<ScriptRun> withdrawn; ///< with the errors that are not reported any more; no more
-    QVector<ChangedTree> dropped; ///< with the changes that do not come any more
+    QStringList mended; ///< instances whose scripts failed before and succeed now
+    QVector<ScriptRun> withdrawn; ///< holding only the errors that the scripts no longer report
+    QVector<ChangedTree> dropped; ///< holding only the changes that the scripts no longer make
 
     static RoundDifference between(const Round &before, const Round &after);
 

@@ -4,8 +4,8 @@
 #include "filehost/Manifest.h"
 #include "filehost/Project.h"
 #include "host/ConfigurationAndProcessDataDefinitions.h"
-#include "runner/OmittedRuns.h"
-#include "runner/ProjectCheck.h"
+#include "runner/check/ProjectCheck.h"
+#include "runner/run/OmittedRuns.h"
 
 #include <algorithm>
 
@@ -18,19 +18,19 @@ SeparateRuns::SeparateRuns(const Project &project, const Manifest &manifest, Hos
 {
 }
 
-std::optional<RunReport> SeparateRuns::run(const QString &instance)
+std::optional<RunRecord> SeparateRuns::run(const QString &instance)
 {
     const QString script = scriptOf(instance);
     if (script.isEmpty() || !isSound(script, instance)) {
         return std::nullopt;
     }
     m_resolver.resolve(instance);
-    RunReport report = m_resolver.takeReport();
-    report.notRun = omittedRuns({instance}, report.runs, [this](const QString &name) {
+    RunRecord record = m_resolver.takeRecord();
+    record.notRun = omittedRuns({instance}, record.runs, [this](const QString &name) {
         return reasonOfOmission(m_project, name);
     });
-    report.sort();
-    return report;
+    record.sort();
+    return record;
 }
 
 /// Empty when the tree cannot be read, or names none.
@@ -56,7 +56,7 @@ bool SeparateRuns::isSound(const QString &script, const QString &instance)
         ProjectCheck(m_project, m_guard).checkInstances(m_manifest, {instance});
     // Entries of the manifest that name no instance keep no other one from running.
     const bool isSound = std::all_of(findings.begin(), findings.end(), [](const Finding &finding) {
-        return finding.name == QLatin1String("manifest-entry");
+        return finding.kind == Finding::Kind::ManifestEntry;
     });
     m_isSound.insert(script, isSound);
     return isSound;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "filehost/HostSession.h"
-#include "runner/RecordedResolver.h"
-#include "runner/RunReport.h"
+#include "runner/record/RunRecord.h"
+#include "runner/run/RecordedResolver.h"
 
 #include <QHash>
 #include <QString>
@@ -29,7 +29,7 @@ public:
     /// @param instance one that the manifest lists
     /// @return nothing, and nothing has run, when its tree or its script has a mistake that
     ///         ProjectCheck finds
-    std::optional<RunReport> run(const QString &instance);
+    std::optional<RunRecord> run(const QString &instance);
 
 private:
     QString scriptOf(const QString &instance) const;

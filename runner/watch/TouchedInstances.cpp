@@ -57,19 +57,19 @@ bool TouchedInstances::touchesAll(const FileChange &change) const
     if (!isTree(change.filePath)) {
         return !isScript; // what all share
     }
-    // Nobody could read it, and so nobody is known to.
+    // While it was malformed, no script could read it: any of them may now.
     const QString file = m_project.relativePath(change.filePath);
     const QVector<Finding> &findings = m_before.findings;
     return !isBroken(change.filePath)
         && std::any_of(findings.begin(), findings.end(), [&file](const Finding &finding) {
-               return finding.name == QLatin1String("malformed-tree") && finding.place.file == file;
+               return finding.kind == Finding::Kind::MalformedTree && finding.place.file == file;
            });
 }
 
 bool TouchedInstances::touches(const FileChange &change, const QString &instance) const
 {
-    const RunReport report = m_before.reports.value(instance);
-    if (report.treesRead.contains(change.filePath)) {
+    const RunRecord record = m_before.records.value(instance);
+    if (record.treesRead.contains(change.filePath)) {
         return true;
     }
     if (isTree(change.filePath)) {
@@ -77,7 +77,7 @@ bool TouchedInstances::touches(const FileChange &change, const QString &instance
             || change.filePath == m_project.treePath(FileTree::Kind::Process, instance);
     }
     const QString script = m_project.relativePath(change.filePath);
-    return std::any_of(report.runs.begin(), report.runs.end(), [&script](const ScriptRun &run) {
+    return std::any_of(record.runs.begin(), record.runs.end(), [&script](const ScriptRun &run) {
         return QDir::cleanPath(run.script) == script;
     });
 }

@@ -6,10 +6,10 @@
 #include "editor/window/NodePanel.h"
 #include "editor/window/NodeView.h"
 #include "editor/worker/ScriptStopper.h"
-#include "runner/EventRun.h"
-#include "runner/ScratchCopy.h"
-#include "runner/test/ScriptTestRecorder.h"
-#include "runner/test/ScriptTestRun.h"
+#include "runner/run/EventRun.h"
+#include "runner/run/ScratchCopy.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
+#include "runner/scripttest/ScriptTestRun.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>

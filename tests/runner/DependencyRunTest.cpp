@@ -1,4 +1,4 @@
-#include "runner/DependencyRun.h"
+#include "runner/run/DependencyRun.h"
 #include "configscript/ScratchFolder.h"
 #include "filehost/JsonValue.h"
 #include "filehost/Manifest.h"
@@ -61,13 +61,13 @@ QStringList DependencyRunTest::accesses(const ScratchFolder &folder,
     NoGuard guard;
     DependencyRun run(*project, manifest, QString(), guard);
     run.setRecording(recording);
-    auto [findings, report] = run.run(HostSession::Writing::Files);
-    report.sort();
+    auto [findings, record] = run.run(HostSession::Writing::Files);
+    record.sort();
     QStringList texts;
     for (const Finding &finding : qAsConst(findings)) {
         texts.append(finding.toString());
     }
-    for (const ScriptRun &scriptRun : qAsConst(report.runs)) {
+    for (const ScriptRun &scriptRun : qAsConst(record.runs)) {
         if (!scriptRun.succeeded) {
             texts.append(QStringLiteral("failed"));
         }

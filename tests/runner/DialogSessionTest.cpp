@@ -4,7 +4,7 @@
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
 #include "runner/NoGuard.h"
-#include "runner/SilentLog.h"
+#include "runner/record/SilentLog.h"
 #include "support/StrictTest.h"
 
 #include <QTest>
@@ -73,7 +73,7 @@ void DialogSessionTest::reachesWhatAProductsDialogReaches()
     const auto session = open(s_reading, DialogReach::Instance);
     session->fire(s_onOpen);
     const QVariant seen = m_root->value(s_seen);
-    session->takeReport();
+    session->takeRecord();
 
     Diagnostic error;
     const auto root =
@@ -100,19 +100,19 @@ void DialogSessionTest::reachesTheProjectWhenAsked()
     const auto session = open(script, DialogReach::Instance);
     session->fire(s_onOpen);
     QVERIFY(m_root->value(s_seen) != QVariant(1200.));
-    QVERIFY(!session->takeReport().runs.constFirst().warnings.isEmpty());
+    QVERIFY(!session->takeRecord().runs.constFirst().warnings.isEmpty());
 }
 
 void DialogSessionTest::recordsAnewAfterEachReport()
 {
     const auto session = open("function onOpen() {}\nfunction onOk() {}\n", DialogReach::Instance);
     session->fire(s_onOpen);
-    QCOMPARE(session->takeReport().runs.size(), 1);
+    QCOMPARE(session->takeRecord().runs.size(), 1);
     session->fire(QStringLiteral("onOk"));
-    const RunReport report = session->takeReport();
-    QCOMPARE(report.runs.size(), 1);
-    QCOMPARE(report.runs.constFirst().function, QStringLiteral("onOk"));
-    QVERIFY(session->takeReport().runs.isEmpty());
+    const RunRecord record = session->takeRecord();
+    QCOMPARE(record.runs.size(), 1);
+    QCOMPARE(record.runs.constFirst().function, QStringLiteral("onOk"));
+    QVERIFY(session->takeRecord().runs.isEmpty());
 }
 
 void DialogSessionTest::savesWhenTheEventsSinceTheLastReportAllowIt()
@@ -124,7 +124,7 @@ void DialogSessionTest::savesWhenTheEventsSinceTheLastReportAllowIt()
     session->fire(QStringLiteral("onOk"));
     QVERIFY(!session->isToBeSaved());
     QCOMPARE(session->save(HostSession::Writing::Files), DialogSession::refusalOfEvents());
-    QCOMPARE(session->takeReport().refusal, DialogSession::refusalOfEvents());
+    QCOMPARE(session->takeRecord().refusal, DialogSession::refusalOfEvents());
     QCOMPARE(stored(QStringLiteral("pump"), QStringLiteral("speed")), QVariant(1.));
 
     session->fire(QStringLiteral("onOk"));
@@ -132,7 +132,7 @@ void DialogSessionTest::savesWhenTheEventsSinceTheLastReportAllowIt()
     QCOMPARE(session->save(HostSession::Writing::Nothing), QString());
     QCOMPARE(stored(QStringLiteral("pump"), QStringLiteral("speed")), QVariant(1.));
     QCOMPARE(session->save(HostSession::Writing::Files), QString());
-    QCOMPARE(session->takeReport().refusal, QString());
+    QCOMPARE(session->takeRecord().refusal, QString());
     QCOMPARE(stored(QStringLiteral("pump"), QStringLiteral("speed")), QVariant(2.));
 }
 
@@ -146,7 +146,7 @@ void DialogSessionTest::tellsItsOwnTreeFromOneReachedByAbsoluteUrl()
     // The second time, the other tree is loaded already.
     for (int i = 0; i < 2; ++i) {
         session->fire(s_onOpen);
-        const QVector<TreeAccess> accesses = session->takeReport().runs.constFirst().accesses;
+        const QVector<TreeAccess> accesses = session->takeRecord().runs.constFirst().accesses;
         QCOMPARE(accesses.size(), 2);
         QVERIFY(accesses.at(0).isOfOwnCopy);
         QVERIFY(!accesses.at(1).isOfOwnCopy);
@@ -168,7 +168,7 @@ void DialogSessionTest::savesOtherTreesOnce()
         QVERIFY(session->isChanged());
         QCOMPARE(session->save(HostSession::Writing::Files), QString());
         QVERIFY(!session->isChanged());
-        session->takeReport();
+        session->takeRecord();
         QCOMPARE(stored(QStringLiteral("other"), QStringLiteral("speed")), QVariant(speed));
     }
 }

@@ -81,8 +81,8 @@ void InplaceRunTest::changesTheTreeInMemoryAlone()
     QCOMPARE(run.instances(), QStringList{QStringLiteral("line/pump")});
     const InplaceRun::Result result = run.run(root);
     QVERIFY(result.findings.isEmpty());
-    QVERIFY(result.report.succeeded());
-    QCOMPARE(result.report.changedValues(), 1);
+    QVERIFY(result.record.succeeded());
+    QCOMPARE(result.record.changedValues(), 1);
     QCOMPARE(root->getNode(QStringLiteral("pump"))->getProperty(QStringLiteral("speed")),
              QVariant(1500.));
     QCOMPARE(m_folder.files(), before);
@@ -91,11 +91,11 @@ void InplaceRunTest::changesTheTreeInMemoryAlone()
 void InplaceRunTest::tellsWhatCouldNotRun()
 {
     const InplaceRun run(*m_project, QStringLiteral("line/"), m_guard);
-    const RunReport report = run.run(readLine()).report;
-    QCOMPARE(report.runs.size(), 1);
-    QCOMPARE(report.notRun.size(), 1);
-    QCOMPARE(report.notRun.constFirst().instance, QStringLiteral("line/valve"));
-    QVERIFY(!report.succeeded());
+    const RunRecord record = run.run(readLine()).record;
+    QCOMPARE(record.runs.size(), 1);
+    QCOMPARE(record.notRun.size(), 1);
+    QCOMPARE(record.notRun.constFirst().instance, QStringLiteral("line/valve"));
+    QVERIFY(!record.succeeded());
 }
 
 void InplaceRunTest::runsNothingThatLiesOutsideTheProject()
@@ -106,7 +106,7 @@ void InplaceRunTest::runsNothingThatLiesOutsideTheProject()
     const InplaceRun::Result result =
         InplaceRun(*m_project, QStringLiteral("line/pump"), m_guard).run(root);
     QCOMPARE(result.findings.size(), 1);
-    QVERIFY(result.report.runs.isEmpty());
+    QVERIFY(result.record.runs.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(InplaceRunTest)

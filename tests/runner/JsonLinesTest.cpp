@@ -1,4 +1,4 @@
-#include "runner/test/JsonLines.h"
+#include "runner/scripttest/JsonLines.h"
 #include "filehost/JsonText.h"
 #include "support/StrictTest.h"
 

@@ -1,4 +1,4 @@
-#include "runner/LineDiff.h"
+#include "runner/record/LineDiff.h"
 #include "configscript/ChildProcess.h"
 #include "configscript/Files.h"
 #include "support/StrictTest.h"

@@ -1,4 +1,4 @@
-#include "runner/MessageLog.h"
+#include "runner/record/MessageLog.h"
 #include "support/StrictTest.h"
 
 #include <QSemaphore>

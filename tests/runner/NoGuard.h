@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runner/ScriptGuard.h"
+#include "runner/record/ScriptGuard.h"
 
 /// Lets every script run.
 class NoGuard : public ScriptGuard

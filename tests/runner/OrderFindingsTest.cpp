@@ -1,5 +1,6 @@
+#include "configscript/report/OrderFindings.h"
 #include "configscript/ScratchFolder.h"
-#include "runner/order/OrderCheck.h"
+#include "runner/order/OrderRecord.h"
 #include "support/StrictTest.h"
 
 #include <QTest>
@@ -48,8 +49,8 @@ private Q_SLOTS:
     void reportsWhatWasNotSaved();
 
 private:
-    RunReport report(const QVector<Step> &steps, const Files &changes = {}) const;
-    QStringList findings(const OrderCheck &check) const;
+    RunRecord record(const QVector<Step> &steps, const Files &changes = {}) const;
+    QStringList findings(const OrderRecord &check) const;
 
     ScratchFolder m_folder;
     std::optional<Project> m_project;
@@ -66,9 +67,9 @@ void OrderFindingsTest::init()
 }
 
 /// @param changes by instance, the new number of its property "v", which was 0
-RunReport OrderFindingsTest::report(const QVector<Step> &steps, const Files &changes) const
+RunRecord OrderFindingsTest::record(const QVector<Step> &steps, const Files &changes) const
 {
-    RunReport report;
+    RunRecord record;
     for (const Step &step : steps) {
         ScriptRun run;
         run.instance = step.instance;
@@ -83,20 +84,20 @@ RunReport OrderFindingsTest::report(const QVector<Step> &steps, const Files &cha
             run.accesses.append({Kind::Write, treeOf(*m_project, write.first), QString(),
                                  QStringLiteral("v"), write.second, QVariant(0)});
         }
-        report.runs.append(run);
+        record.runs.append(run);
     }
     for (auto change = changes.cbegin(); change != changes.cend(); ++change) {
-        report.trees.append({treeOf(*m_project, change.key()),
+        record.trees.append({treeOf(*m_project, change.key()),
                              QString(),
                              {{QString(), QStringLiteral("v"), 0, change.value().toInt()}}});
     }
-    return report;
+    return record;
 }
 
-QStringList OrderFindingsTest::findings(const OrderCheck &check) const
+QStringList OrderFindingsTest::findings(const OrderRecord &check) const
 {
     QStringList texts;
-    const QVector<Finding> findings = check.findings();
+    const QVector<Finding> findings = OrderFindings(check).findings();
     for (const Finding &finding : findings) {
         texts.append(finding.toString().replace(QLatin1String("config://pumps/plant/"),
                                                 QLatin1String("//")));
@@ -106,25 +107,25 @@ QStringList OrderFindingsTest::findings(const OrderCheck &check) const
 
 void OrderFindingsTest::findsNothingInOneOrderOfOneScript()
 {
-    OrderCheck check(*m_project);
-    check.add({report({{name('a'), {{name('a'), 0}}, {{name('a'), 1}}}}, {{name('a'), "1"}}),
-               report({{name('a'), {{name('a'), 1}}, {}}})});
+    OrderRecord check(*m_project);
+    check.add({record({{name('a'), {{name('a'), 0}}, {{name('a'), 1}}}}, {{name('a'), "1"}}),
+               record({{name('a'), {{name('a'), 1}}, {}}})});
     QCOMPARE(findings(check), QStringList());
-    QCOMPARE(check.orders(), 1);
+    QCOMPARE(check.trials().size(), 1);
     QCOMPARE(check.distinctOrders(), 1);
-    QCOMPARE(check.instances(), 1);
+    QCOMPARE(check.instances().size(), 1);
 }
 
 void OrderFindingsTest::namesThePairThatDecides()
 {
-    OrderCheck check(*m_project);
+    OrderRecord check(*m_project);
     const auto a = Step{name('a'), {}, {{name('a'), 7}}};
     const auto c = Step{name('c'), {}, {{name('c'), 9}}};
     const auto b = [](int a) {
         return Step{name('b'), {{name('a'), a}, {name('c'), 9}}, {{name('b'), a + 1}}};
     };
-    check.add({report({c, a, b(7)}, {{name('a'), "7"}, {name('b'), "8"}, {name('c'), "9"}})});
-    check.add({report({c, b(0), a}, {{name('a'), "7"}, {name('b'), "1"}, {name('c'), "9"}})});
+    check.add({record({c, a, b(7)}, {{name('a'), "7"}, {name('b'), "8"}, {name('c'), "9"}})});
+    check.add({record({c, b(0), a}, {{name('a'), "7"}, {name('b'), "1"}, {name('c'), "9"}})});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
                  "dependency/b.js: error: //b:v is 8 when a runs before b, 1 when after it: b "
@@ -135,7 +136,7 @@ void OrderFindingsTest::namesThePairThatDecides()
 /// In the third order, the same two give another value.
 void OrderFindingsTest::believesNoPairThatOneOrderContradicts()
 {
-    OrderCheck check(*m_project);
+    OrderRecord check(*m_project);
     const auto a = Step{name('a'), {}, {{name('a'), 7}}};
     const auto b = [](int a, int value) {
         return Step{name('b'), {{name('a'), a}}, {{name('b'), value}}};
@@ -143,9 +144,9 @@ void OrderFindingsTest::believesNoPairThatOneOrderContradicts()
     const auto changes = [](const QByteArray &value) {
         return Files{{name('a'), "7"}, {name('b'), value}};
     };
-    check.add({report({a, b(7, 8)}, changes("8"))});
-    check.add({report({b(0, 1), a}, changes("1"))});
-    check.add({report({b(0, 8), a}, changes("8"))});
+    check.add({record({a, b(7, 8)}, changes("8"))});
+    check.add({record({b(0, 1), a}, changes("1"))});
+    check.add({record({b(0, 8), a}, changes("8"))});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
                  "dependency/b.js: error: //b:v varies with the order: 8 in the order a, b; 1 in "
@@ -156,7 +157,7 @@ void OrderFindingsTest::believesNoPairThatOneOrderContradicts()
 /// What the script read of the other one is no reason for what it wrote.
 void OrderFindingsTest::believesNoPairWhoseReadsAreTheSame()
 {
-    OrderCheck check(*m_project);
+    OrderRecord check(*m_project);
     const auto a = Step{name('a'), {}, {{name('a'), 7}}};
     const auto b = [](int value) {
         return Step{name('b'), {{name('a'), 7}}, {{name('b'), value}}};
@@ -164,8 +165,8 @@ void OrderFindingsTest::believesNoPairWhoseReadsAreTheSame()
     const auto changes = [](const QByteArray &value) {
         return Files{{name('a'), "7"}, {name('b'), value}};
     };
-    check.add({report({a, b(8)}, changes("8"))});
-    check.add({report({b(1), a}, changes("1"))});
+    check.add({record({a, b(8)}, changes("8"))});
+    check.add({record({b(1), a}, changes("1"))});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
                  "dependency/b.js: error: //b:v varies with the order: 8; 1; b (dependency/b.js) "
@@ -174,7 +175,7 @@ void OrderFindingsTest::believesNoPairWhoseReadsAreTheSame()
 
 void OrderFindingsTest::namesNoPairWhenSeveralFit()
 {
-    OrderCheck check(*m_project);
+    OrderRecord check(*m_project);
     const auto a = Step{name('a'), {}, {{name('a'), 7}}};
     const auto c = Step{name('c'), {}, {{name('c'), 9}}};
     const auto b = [](int a, int c) {
@@ -183,8 +184,8 @@ void OrderFindingsTest::namesNoPairWhenSeveralFit()
     const auto changes = [](const QByteArray &value) {
         return Files{{name('a'), "7"}, {name('b'), value}, {name('c'), "9"}};
     };
-    check.add({report({a, c, b(7, 9)}, changes("16"))});
-    check.add({report({b(0, 0), c, a}, changes("1"))});
+    check.add({record({a, c, b(7, 9)}, changes("16"))});
+    check.add({record({b(0, 0), c, a}, changes("1"))});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
                  "dependency/b.js: error: //b:v varies with the order: 16 in the order a, c, b; 1 "
@@ -192,7 +193,7 @@ void OrderFindingsTest::namesNoPairWhenSeveralFit()
                  "be told which scripts' order decides; more runs do not change that "
                  "[order-dependent]")});
 
-    check.add({report({a, b(7, 0), c}, changes("16"))});
+    check.add({record({a, b(7, 0), c}, changes("16"))});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
                  "dependency/b.js: error: //b:v is 16 when a runs before b, 1 when after it: b "
@@ -202,14 +203,14 @@ void OrderFindingsTest::namesNoPairWhenSeveralFit()
 
 void OrderFindingsTest::groupsByScripts()
 {
-    OrderCheck check(*m_project);
+    OrderRecord check(*m_project);
     QVector<QPair<QString, QVariant>> writes;
     for (const char letter : {'x', 'y', 'z'}) {
         writes.append({name(letter), 5});
     }
     const QVector<Step> both{{name('a'), {}, writes}, {name('b'), {}, writes}};
-    check.add({report(both)});
-    check.add({report({both.at(1), both.at(0)})});
+    check.add({record(both)});
+    check.add({record({both.at(1), both.at(0)})});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
                  "dependency/a.js: warning: //x:v is written by a (dependency/a.js) and b "
@@ -219,12 +220,12 @@ void OrderFindingsTest::groupsByScripts()
 
 void OrderFindingsTest::leavesOutSomeOfManyNames()
 {
-    OrderCheck check(*m_project);
+    OrderRecord check(*m_project);
     QVector<Step> steps;
     for (int i = 1; i <= 7; ++i) {
         steps.append({QStringLiteral("p%1").arg(i), {}, {{name('x'), i}}});
     }
-    check.add({report(steps)});
+    check.add({record(steps)});
     QCOMPARE(findings(check),
              QStringList{QStringLiteral(
                  "dependency/p.js: warning: //x:v is written by p1, p2, p3 and p4 "
@@ -233,14 +234,14 @@ void OrderFindingsTest::leavesOutSomeOfManyNames()
 
 void OrderFindingsTest::tellsFailuresOfSeveralInstancesOnce()
 {
-    OrderCheck check(*m_project);
-    RunReport failed = report({{QStringLiteral("p2"), {}, {}}, {QStringLiteral("p1"), {}, {}}});
+    OrderRecord check(*m_project);
+    RunRecord failed = record({{QStringLiteral("p2"), {}, {}}, {QStringLiteral("p1"), {}, {}}});
     for (ScriptRun &run : failed.runs) {
         run.succeeded = false;
         run.exceptions.append({12, QStringLiteral("Error: no"), true});
     }
     check.add({failed, failed});
-    RunReport refused = report({{QStringLiteral("p1"), {}, {}}, {QStringLiteral("p2"), {}, {}}});
+    RunRecord refused = record({{QStringLiteral("p1"), {}, {}}, {QStringLiteral("p2"), {}, {}}});
     refused.runs[0].succeeded = false;
     refused.notRun.append({QStringLiteral("q"), QStringLiteral("no such file")});
     check.add({refused});
@@ -256,8 +257,8 @@ void OrderFindingsTest::tellsFailuresOfSeveralInstancesOnce()
 
 void OrderFindingsTest::reportsWhatWasNotSaved()
 {
-    OrderCheck check(*m_project);
-    RunReport unsaved = report({{name('a'), {}, {{name('a'), 1}}}}, {{name('a'), "1"}});
+    OrderRecord check(*m_project);
+    RunRecord unsaved = record({{name('a'), {}, {{name('a'), 1}}}}, {{name('a'), "1"}});
     unsaved.trees[0].error = unsaved.trees.constFirst().identity.filePath
         + QStringLiteral(": cannot be written: the file is read-only");
     check.add({unsaved});

@@ -7,19 +7,19 @@ namespace {
 
 Finding finding(Finding::Severity severity, int line, const QString &message)
 {
-    return {severity, {QStringLiteral("a.json"), line, 1, message}, QStringLiteral("kind")};
+    return {severity, {QStringLiteral("a.json"), line, 1, message}, Finding::Kind::ScriptError};
 }
 
-RunReport reportOf(const QString &instance, bool succeeded)
+RunRecord reportOf(const QString &instance, bool succeeded)
 {
     ScriptRun run;
     run.instance = instance;
     run.function = QStringLiteral("onSave");
     run.isEvaluated = true;
     run.succeeded = succeeded;
-    RunReport report;
-    report.runs.append(run);
-    return report;
+    RunRecord record;
+    record.runs.append(run);
+    return record;
 }
 
 ChangedTree tree(const QString &file, const QVariant &newValue, const QString &error = QString())
@@ -33,8 +33,8 @@ ChangedTree tree(const QString &file, const QVariant &newValue, const QString &e
 Round roundOf(const QVector<ChangedTree> &trees)
 {
     Round round;
-    round.reports.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), true));
-    round.reports[QStringLiteral("a")].trees = trees;
+    round.records.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), true));
+    round.records[QStringLiteral("a")].trees = trees;
     return round;
 }
 
@@ -94,24 +94,24 @@ void RoundDifferenceTest::findingsThatMoveAreTheSame()
 void RoundDifferenceTest::aFailureIsToldOnce()
 {
     Round good;
-    good.reports.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), true));
+    good.records.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), true));
     Round bad;
-    bad.reports.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), false));
-    QCOMPARE(RoundDifference::between(good, bad).report.runs.size(), 1);
+    bad.records.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), false));
+    QCOMPARE(RoundDifference::between(good, bad).record.runs.size(), 1);
     QVERIFY(RoundDifference::between(bad, bad).isEmpty());
     const RoundDifference mended = RoundDifference::between(bad, good);
     QCOMPARE(mended.mended, QStringList{QStringLiteral("a")});
-    QVERIFY(mended.report.runs.isEmpty());
-    QCOMPARE(RoundDifference::between(Round(), bad).report.runs.size(), 1);
+    QVERIFY(mended.record.runs.isEmpty());
+    QCOMPARE(RoundDifference::between(Round(), bad).record.runs.size(), 1);
 }
 
 void RoundDifferenceTest::anotherReasonIsAnotherFailure()
 {
     Round before;
-    before.reports.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), false));
+    before.records.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), false));
     Round after = before;
-    after.reports[QStringLiteral("a")].runs[0].exceptions = {{1, QStringLiteral("x"), true}};
-    QCOMPARE(RoundDifference::between(before, after).report.runs.size(), 1);
+    after.records[QStringLiteral("a")].runs[0].exceptions = {{1, QStringLiteral("x"), true}};
+    QCOMPARE(RoundDifference::between(before, after).record.runs.size(), 1);
 }
 
 void RoundDifferenceTest::consoleMessagesAreToldWhenTheyAreNew()
@@ -120,14 +120,14 @@ void RoundDifferenceTest::consoleMessagesAreToldWhenTheyAreNew()
     const ConsoleMessage helloBelow{QtDebugMsg, 2, QStringLiteral("hello"), true};
     const ConsoleMessage other{QtDebugMsg, 1, QStringLiteral("other"), true};
     Round before;
-    before.reports.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), true));
-    before.reports[QStringLiteral("a")].runs[0].console = {hello};
+    before.records.insert(QStringLiteral("a"), reportOf(QStringLiteral("a"), true));
+    before.records[QStringLiteral("a")].runs[0].console = {hello};
     Round after = before;
-    after.reports[QStringLiteral("a")].runs[0].console = {other, helloBelow};
+    after.records[QStringLiteral("a")].runs[0].console = {other, helloBelow};
     const RoundDifference difference = RoundDifference::between(before, after);
-    QCOMPARE(difference.report.runs.size(), 1);
-    QCOMPARE(difference.report.runs.constFirst().console.size(), 1);
-    QCOMPARE(difference.report.runs.constFirst().console.constFirst().text,
+    QCOMPARE(difference.record.runs.size(), 1);
+    QCOMPARE(difference.record.runs.constFirst().console.size(), 1);
+    QCOMPARE(difference.record.runs.constFirst().console.constFirst().text,
              QStringLiteral("other"));
     QVERIFY(RoundDifference::between(after, before).isEmpty());
 }
@@ -137,8 +137,8 @@ void RoundDifferenceTest::valuesThatChangeOtherwiseAreNotDropped()
     const Round before = roundOf({tree(QStringLiteral("t"), 2), tree(QStringLiteral("u"), 2)});
     const RoundDifference difference =
         RoundDifference::between(before, roundOf({tree(QStringLiteral("t"), 3)}));
-    QCOMPARE(difference.report.trees.size(), 1);
-    QCOMPARE(difference.report.trees.constFirst().changes.constFirst().newValue, QVariant(3));
+    QCOMPARE(difference.record.trees.size(), 1);
+    QCOMPARE(difference.record.trees.constFirst().changes.constFirst().newValue, QVariant(3));
     QCOMPARE(difference.dropped.size(), 1);
     QCOMPARE(difference.dropped.constFirst().identity.filePath, QStringLiteral("u"));
 }
@@ -147,17 +147,17 @@ void RoundDifferenceTest::twoInstancesThatChangeTheSameAreToldOnce()
 {
     Round one = roundOf({tree(QStringLiteral("t"), 2)});
     Round two = one;
-    two.reports.insert(QStringLiteral("b"), one.reports.value(QStringLiteral("a")));
+    two.records.insert(QStringLiteral("b"), one.records.value(QStringLiteral("a")));
     const RoundDifference difference = RoundDifference::between(Round(), two);
-    QCOMPARE(difference.report.trees.size(), 1);
-    QCOMPARE(difference.report.trees.constFirst().changes.size(), 1);
+    QCOMPARE(difference.record.trees.size(), 1);
+    QCOMPARE(difference.record.trees.constFirst().changes.size(), 1);
     QVERIFY(RoundDifference::between(one, two).isEmpty());
 }
 
 void RoundDifferenceTest::instancesThatAreGoneWithdrawAll()
 {
     Round before = roundOf({tree(QStringLiteral("t"), 2)});
-    before.reports[QStringLiteral("a")].runs[0].errors = {
+    before.records[QStringLiteral("a")].runs[0].errors = {
         {QStringLiteral("node"), QStringLiteral("text"), QVariant()}};
     const RoundDifference difference = RoundDifference::between(before, Round());
     QCOMPARE(difference.withdrawn.size(), 1);
@@ -170,7 +170,7 @@ void RoundDifferenceTest::filesThatCannotBeWrittenAreToldOnce()
 {
     const Round before = roundOf({});
     const Round after = roundOf({tree(QStringLiteral("t"), 2, QStringLiteral("read-only"))});
-    QCOMPARE(RoundDifference::between(before, after).report.trees.size(), 1);
+    QCOMPARE(RoundDifference::between(before, after).record.trees.size(), 1);
     QVERIFY(RoundDifference::between(after, after).isEmpty());
     const RoundDifference mended = RoundDifference::between(after, before);
     QCOMPARE(mended.mended, QStringList{QStringLiteral("a")});

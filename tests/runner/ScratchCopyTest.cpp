@@ -1,4 +1,4 @@
-#include "runner/ScratchCopy.h"
+#include "runner/run/ScratchCopy.h"
 #include "configscript/Permissions.h"
 #include "configscript/ScratchFolder.h"
 #include "support/StrictTest.h"

@@ -1,4 +1,4 @@
-#include "runner/ScriptScanner.h"
+#include "runner/check/ScriptScanner.h"
 #include "support/StrictTest.h"
 
 #include <QStringList>

@@ -1,6 +1,7 @@
-#include "runner/test/ScriptTest.h"
+#include "runner/scripttest/ScriptTest.h"
 #include "configscript/ScratchFolder.h"
 #include "filehost/JsonValue.h"
+#include "runner/scripttest/ScriptTestRecorder.h"
 #include "support/StrictTest.h"
 
 #include <QTest>
@@ -100,7 +101,8 @@ void ScriptTestTest::readsWhatItWrites()
 
     const ScratchFolder folder;
     folder.write(QStringLiteral("a"),
-                 ScriptTest::toText(QStringLiteral("\"i\""), {event, resolve}));
+                 ScriptTestRecorder::toText(QStringLiteral("\"i\""), DialogReach::Instance,
+                                            {event, resolve}));
     const ScriptTest test(folder.path(QStringLiteral("a")));
     QVERIFY2(!test.hasFailed(), qPrintable(test.error().toString()));
     QCOMPARE(test.instance(), QStringLiteral("\"i\""));

@@ -40,11 +40,11 @@ struct Setting
         for (const char *name : {"a", "ab"}) {
             ScriptRun run;
             run.script = QStringLiteral("dependency/%1.js").arg(QLatin1String(name));
-            RunReport report;
-            report.runs.append(run);
-            round.reports.insert(QLatin1String(name), report);
+            RunRecord record;
+            record.runs.append(run);
+            round.records.insert(QLatin1String(name), record);
         }
-        round.reports[QStringLiteral("ab")].treesRead = {
+        round.records[QStringLiteral("ab")].treesRead = {
             project->path() + QStringLiteral("/configuration/site.json")};
         round.waiting = {QStringLiteral("c")};
     }
@@ -106,7 +106,7 @@ void TouchedInstancesTest::aTreeThatWasBrokenTouchesAll()
     setting.folder.write(QStringLiteral("plant/") + file, "{");
     QCOMPARE(setting.touched(file, Kind::Changed), QStringLiteral("c"));
     setting.round.findings = {
-        {Finding::Severity::Error, {file, 1, 2, QString()}, QStringLiteral("malformed-tree")}};
+        {Finding::Severity::Error, {file, 1, 2, QString()}, Finding::Kind::MalformedTree}};
     QCOMPARE(setting.touched(file, Kind::Changed), QStringLiteral("c"));
     setting.folder.write(QStringLiteral("plant/") + file, "{}");
     QCOMPARE(setting.touched(file, Kind::Changed), QStringLiteral("a ab c"));

@@ -1,4 +1,4 @@
-#include "runner/TreeUrls.h"
+#include "runner/record/TreeUrls.h"
 #include "configscript/ScratchFolder.h"
 #include "filehost/Project.h"
 #include "host/SelectorUrlHandler.h"
