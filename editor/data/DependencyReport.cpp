@@ -6,8 +6,8 @@ namespace ConfigScript {
 
 bool DependencyReport::isQuiet() const
 {
-    return error.isEmpty() && findings.isEmpty() && report.trees.isEmpty() && report.succeeded()
-        && std::all_of(report.runs.cbegin(), report.runs.cend(),
+    return error.isEmpty() && findings.isEmpty() && record.trees.isEmpty() && record.succeeded()
+        && std::all_of(record.runs.cbegin(), record.runs.cend(),
                        [](const ScriptRun &run) { return run.errors.isEmpty(); });
 }
 

@@ -23,7 +23,7 @@ struct DependencyReport
     QStringList selected; ///< the listed instances whose scripts ran
     QString error; ///< why nothing ran, or nothing was written
     QVector<Finding> findings; ///< what is wrong with the scripts, which then did not run
-    RunRecord report;
+    RunRecord record;
 
     /// Whether nothing would change, and nothing went wrong.
     bool isQuiet() const;

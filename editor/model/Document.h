@@ -64,7 +64,7 @@ public:
 Q_SIGNALS:
     void editRequested(const QString &path, const QString &key, const QVariant &value);
     /// Something was undone or redone: the worker's tree has to follow, without an event.
-    void changesRequested(const QVector<PropertyChange> &changes);
+    void changesRequested(const QVector<ConfigScript::PropertyChange> &changes);
 
     void aboutToReset();
     void wasReset();

@@ -80,7 +80,7 @@ void EventsModel::add(const EventReport &report)
 void EventsModel::add(const DependencyReport &report)
 {
     const QString time = QTime::currentTime().toString(Qt::ISODate);
-    for (const ScriptRun &run : report.report.runs) {
+    for (const ScriptRun &run : report.record.runs) {
         addRun(QStringLiteral("%1  %2  %3").arg(time, run.function, run.instance), run, {}, {});
     }
 }

@@ -62,14 +62,14 @@ void MessagesModel::add(const DependencyReport &report)
         add(report.instance, finding.toString(),
             finding.severity == Finding::Severity::Error ? QtCriticalMsg : QtWarningMsg);
     }
-    for (const ScriptRun &run : report.report.runs) {
+    for (const ScriptRun &run : report.record.runs) {
         addRun(run);
     }
-    const QStringList warnings = report.report.projectWarnings + report.report.warnings;
+    const QStringList warnings = report.record.projectWarnings + report.record.warnings;
     for (const QString &warning : warnings) {
         add(report.instance, warning, QtWarningMsg);
     }
-    for (const OmittedRun &omitted : report.report.notRun) {
+    for (const OmittedRun &omitted : report.record.notRun) {
         add(omitted.instance, tr("not run: %1").arg(omitted.reason), QtCriticalMsg);
     }
 }

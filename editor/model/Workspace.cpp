@@ -227,7 +227,7 @@ void Workspace::writeDependencies(const DependencyReport &proposal)
 void Workspace::takeDependencies(const DependencyReport &report)
 {
     if (report.kind == DependencyReport::Kind::Written) {
-        for (const QString &warning : report.report.warnings) {
+        for (const QString &warning : report.record.warnings) {
             m_messages.add(report.instance, warning, QtWarningMsg);
         }
         refreshAll(); // scripts and their messages were shown with the proposal

@@ -70,13 +70,13 @@ public:
     void recordTest(const QString &instance, const QString &filePath);
 
 Q_SIGNALS:
-    void projectRead(const ProjectReport &report);
+    void projectRead(const ConfigScript::ProjectReport &report);
     /// @param document null for none; the one before is destroyed after this signal
-    void currentChanged(Document *document);
-    void eventFired(const EventReport &report);
+    void currentChanged(ConfigScript::Document *document);
+    void eventFired(const ConfigScript::EventReport &report);
     void saveEnded(const QString &instance, bool isSaved);
-    void dependenciesRun(const DependencyReport &report);
-    void testRecorded(const RecordingReport &report);
+    void dependenciesRun(const ConfigScript::DependencyReport &report);
+    void testRecorded(const ConfigScript::RecordingReport &report);
     void busyChanged(bool isBusy);
     void becameSlow();
 

@@ -73,7 +73,7 @@ int DependencyDialog::fillChanges(const Project &project, const DependencyReport
 {
     int rows = 0;
     m_changes.setHorizontalHeaderLabels({tr("File and property"), tr("Old"), tr("New")});
-    for (const ChangedTree &tree : report.report.trees) {
+    for (const ChangedTree &tree : report.record.trees) {
         const auto file =
             readOnlyRow({project.relativePath(tree.identity.filePath), QString(), tree.error});
         QFont font = file.constFirst()->font();
@@ -103,7 +103,7 @@ QStringList DependencyDialog::scriptTexts(const Labels &labels, const Dependency
     for (const Finding &finding : report.findings) {
         texts.append(finding.toString());
     }
-    for (const ScriptRun &run : report.report.runs) {
+    for (const ScriptRun &run : report.record.runs) {
         for (const ScriptException &exception : run.exceptions) {
             const Diagnostic place{run.scriptOf(exception.isOfFunction), exception.line, 0,
                                    exception.text};
@@ -126,7 +126,7 @@ QStringList DependencyDialog::scriptTexts(const Labels &labels, const Dependency
             texts.append(tr("%1 writes by relative URL, which nobody saves").arg(run.instance));
         }
     }
-    for (const OmittedRun &omitted : report.report.notRun) {
+    for (const OmittedRun &omitted : report.record.notRun) {
         texts.append(tr("%1 did not run: %2").arg(omitted.instance, omitted.reason));
     }
     return texts;
@@ -136,8 +136,8 @@ QString DependencyDialog::summary(const DependencyReport &report)
 {
     QString scripts =
         tr("%1 ran, %2 failed.")
-            .arg(ValueText::counted(report.report.runs.size(), tr("script"), tr("scripts")))
-            .arg(report.report.failedRuns());
+            .arg(ValueText::counted(report.record.runs.size(), tr("script"), tr("scripts")))
+            .arg(report.record.failedRuns());
     switch (report.kind) {
     case DependencyReport::Kind::Preview:
         return scripts + QLatin1Char(' ')

@@ -266,7 +266,7 @@ void MainWindow::showDependencies(const DependencyReport &report)
             m_state->tell(
                 tr("The dependencies of %1 are written: %2.")
                     .arg(report.instance,
-                         ValueText::counted(report.report.trees.size(), tr("file"), tr("files"))));
+                         ValueText::counted(report.record.trees.size(), tr("file"), tr("files"))));
         } else {
             m_isClosing = false;
             QMessageBox::warning(this, tr("Dependencies"),

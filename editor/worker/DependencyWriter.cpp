@@ -16,12 +16,12 @@ DependencyReport DependencyWriter::write(const DependencyReport &proposal) const
 {
     DependencyReport report = proposal;
     report.kind = DependencyReport::Kind::Written;
-    report.report.warnings.clear(); // they belong to the proposal
-    const auto writer = TreeWriter::open(m_project, report.report.warnings, report.error);
+    report.record.warnings.clear(); // they belong to the proposal
+    const auto writer = TreeWriter::open(m_project, report.record.warnings, report.error);
     if (!writer) {
         return report;
     }
-    for (const ChangedTree &tree : qAsConst(report.report.trees)) {
+    for (const ChangedTree &tree : qAsConst(report.record.trees)) {
         if (!addTree(tree, *writer, report.error)) {
             return report;
         }

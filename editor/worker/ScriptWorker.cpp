@@ -72,7 +72,7 @@ DependencyReport ScriptWorker::previewDependencies(const QString &instance)
         report.selected = run.instances();
         const InplaceRun::Result result = run.run(tree);
         report.findings = result.findings;
-        report.report = result.report;
+        report.record = result.record;
     }
     return report;
 }
@@ -87,8 +87,8 @@ DependencyReport ScriptWorker::proposeDependencies(const QString &instance) cons
         if (!report.selected.isEmpty()) {
             const DependencyRun::Result result = run.run(HostSession::Writing::Nothing);
             report.findings = result.findings;
-            report.report = result.report;
-            report.report.sort();
+            report.record = result.record;
+            report.record.sort();
         }
     }
     return report;

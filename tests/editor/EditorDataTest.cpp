@@ -254,17 +254,17 @@ void EditorDataTest::aDependencyReportIsQuietWhenThereIsNothingToShow()
     QVERIFY(report.isQuiet());
     ScriptRun run;
     run.succeeded = true;
-    report.report.runs = {run};
+    report.record.runs = {run};
     QVERIFY(report.isQuiet());
 
     DependencyReport failed = report;
-    failed.report.runs.first().succeeded = false;
+    failed.record.runs.first().succeeded = false;
     QVERIFY(!failed.isQuiet());
     DependencyReport complaining = report;
-    complaining.report.runs.first().errors.append(JavaScriptApi::ErrorMessage());
+    complaining.record.runs.first().errors.append(JavaScriptApi::ErrorMessage());
     QVERIFY(!complaining.isQuiet());
     DependencyReport changing = report;
-    changing.report.trees.append(ChangedTree());
+    changing.record.trees.append(ChangedTree());
     QVERIFY(!changing.isQuiet());
     DependencyReport refused = report;
     refused.error = QStringLiteral("no manifest");

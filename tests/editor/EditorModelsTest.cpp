@@ -342,7 +342,7 @@ void EditorModelsTest::dependencyScriptsAreEvents()
     DependencyReport report;
     ScriptRun run = eventReport(QStringLiteral("onSave")).run;
     run.instance = s_pump;
-    report.report.runs = {run, run};
+    report.record.runs = {run, run};
     model.add(report);
     QCOMPARE(model.rowCount(), 2);
     QVERIFY(model.item(0)->text().endsWith(QStringLiteral("  onSave  line1/pump1")));
@@ -366,9 +366,9 @@ void EditorModelsTest::messagesHaveAPlaceAndALevel()
     Finding finding{};
     finding.place.message = QStringLiteral("is empty");
     dependencies.findings = {finding};
-    dependencies.report.runs = {eventReport(QStringLiteral("onSave")).run};
-    dependencies.report.projectWarnings = QStringList{QStringLiteral("odd")};
-    dependencies.report.notRun = {{QStringLiteral("tank"), QStringLiteral("no script")}};
+    dependencies.record.runs = {eventReport(QStringLiteral("onSave")).run};
+    dependencies.record.projectWarnings = QStringList{QStringLiteral("odd")};
+    dependencies.record.notRun = {{QStringLiteral("tank"), QStringLiteral("no script")}};
     model.add(dependencies);
 
     QStringList rows;

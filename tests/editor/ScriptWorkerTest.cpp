@@ -149,8 +149,8 @@ void ScriptWorkerTest::previewsInsideTheUnsavedTree()
     QCOMPARE(report.kind, DependencyReport::Kind::Preview);
     QCOMPARE(report.error, QString());
     QCOMPARE(report.selected, QStringList{s_pump});
-    QCOMPARE(report.report.trees.size(), 1);
-    const PropertyChange change = report.report.trees.constFirst().changes.constFirst();
+    QCOMPARE(report.record.trees.size(), 1);
+    const PropertyChange change = report.record.trees.constFirst().changes.constFirst();
     QCOMPARE(change.key, QStringLiteral("double"));
     QCOMPARE(change.newValue, QVariant(2600));
     QCOMPARE(plant.folder().files(), before);
@@ -178,8 +178,8 @@ void ScriptWorkerTest::proposesWithoutWriting()
     const DependencyReport report = plant->proposeDependencies(s_pump);
     QCOMPARE(report.kind, DependencyReport::Kind::Proposal);
     QCOMPARE(report.selected, QStringList{s_pump});
-    QCOMPARE(report.report.runs.size(), 1);
-    QCOMPARE(report.report.trees.size(), 1);
+    QCOMPARE(report.record.runs.size(), 1);
+    QCOMPARE(report.record.trees.size(), 1);
     QVERIFY(!report.isQuiet());
     QCOMPARE(plant.folder().files(), before);
     QVERIFY(plant->proposeDependencies(QStringLiteral("valve")).selected.isEmpty());
@@ -192,7 +192,7 @@ void ScriptWorkerTest::proposesNothingWithABrokenManifest()
     const DependencyReport report = plant->proposeDependencies(s_pump);
     QVERIFY2(report.error.startsWith(QStringLiteral("configuration/manifest.json:1:4: ")),
              qPrintable(report.error));
-    QVERIFY(report.report.runs.isEmpty());
+    QVERIFY(report.record.runs.isEmpty());
 }
 
 void ScriptWorkerTest::writesWhatWasProposed()

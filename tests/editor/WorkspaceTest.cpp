@@ -177,7 +177,7 @@ void WorkspaceTest::savesAndProposesTheDependencies()
     QVERIFY(plant.folder().files().value(s_pumpFile).contains("1300"));
     QCOMPARE(reports.size(), 1);
     QCOMPARE(reports.at(0).kind, DependencyReport::Kind::Proposal);
-    QCOMPARE(reports.at(0).report.trees.size(), 1);
+    QCOMPARE(reports.at(0).record.trees.size(), 1);
 }
 
 void WorkspaceTest::doesNotProposeWhenTheScriptRefuses()
@@ -224,7 +224,7 @@ void WorkspaceTest::previewsTheUnsavedTree()
     plant->previewDependencies(s_pump);
     QVERIFY(plant.settle());
     QCOMPARE(preview.kind, DependencyReport::Kind::Preview);
-    const PropertyChange change = preview.report.trees.constFirst().changes.constFirst();
+    const PropertyChange change = preview.record.trees.constFirst().changes.constFirst();
     QCOMPARE(change.oldValue, QVariant(1300));
     QCOMPARE(change.newValue, QVariant(1500));
     QCOMPARE(plant->current()->snapshot().node(0).value(s_speed), QVariant(1300));
