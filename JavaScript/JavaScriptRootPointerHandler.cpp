@@ -56,7 +56,7 @@ ConfigurationAndProcessDataBase::BaseClassSharedPointer JavaScriptRootPointerHan
     getRootPointer(const QString &url) const
 {
     SelectorUrlHandler urlHandler(url);
-    const QString key = urlHandler.setUrl(QStringLiteral("")).toString();
+    const QString key = urlHandler.setUrl(QLatin1String("")).toString();
     if (isProcessDescription(urlHandler)) {
         return getRootPointerInternal(true, key, m_processRootMap);
     }
@@ -131,7 +131,7 @@ void JavaScriptRootPointerHandler::setChangedUrl(const QString &url)
 
 void JavaScriptRootPointerHandler::setChangedUrl(UrlToRootMap &map, const QString &url)
 {
-    const auto root = map.find(SelectorUrlHandler(url).setUrl(QStringLiteral("")).toString());
+    const auto root = map.find(SelectorUrlHandler(url).setUrl(QLatin1String("")).toString());
     if (root == map.end()) {
         qWarning() << "The folloing url does not exist root map:" << url;
         return;

@@ -3,6 +3,7 @@
 #include "editor/worker/ScriptStopper.h"
 #include "filehost/FileTreeNode.h"
 #include "filehost/Project.h"
+#include "filehost/json/JsonText.h"
 #include "filehost/json/JsonValue.h"
 #include "filehost/store/TextFile.h"
 #include "runner/check/ScriptProbe.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filehost/HostSession.h"
+#include "filehost/store/FileBatch.h"
 #include "filehost/store/ProjectLock.h"
 #include "runner/record/SilentLog.h"
 
