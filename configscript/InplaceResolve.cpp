@@ -94,9 +94,9 @@ QSharedPointer<FileTreeNode> InplaceResolve::readTree() const
         return {};
     }
     Diagnostic error;
-    const auto root = FileTree::read({m_treePath, rootInstanceOf(m_project, m_treePath, m_instance),
-                                      FileTree::Kind::Configuration},
-                                     error);
+    auto root = FileTree::read({m_treePath, rootInstanceOf(m_project, m_treePath, m_instance),
+                                FileTree::Kind::Configuration},
+                               error);
     if (root.isNull()) {
         Output::error(error.message.isEmpty() ? m_treePath + QStringLiteral(": no such file")
                                               : error.toString());
